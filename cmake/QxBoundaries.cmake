@@ -1,0 +1,25 @@
+# The logic and the engine must build without Qt: fail the configure step if any
+# non-ui target links a Qt library, directly or through another of our libraries.
+function(_qx_check_no_qt target seen_var)
+  if(NOT TARGET ${target})
+    return()
+  endif()
+  get_target_property(libs ${target} LINK_LIBRARIES)
+  get_target_property(ilibs ${target} INTERFACE_LINK_LIBRARIES)
+  foreach(lib IN LISTS libs ilibs)
+    if(lib MATCHES "^Qt[0-9]*::")
+      message(FATAL_ERROR "Target ${target} links ${lib}; only ui/ may link Qt.")
+    endif()
+    if(TARGET ${lib} AND NOT lib IN_LIST ${seen_var})
+      list(APPEND ${seen_var} ${lib})
+      _qx_check_no_qt(${lib} ${seen_var})
+    endif()
+  endforeach()
+  set(${seen_var} ${${seen_var}} PARENT_SCOPE)
+endfunction()
+
+foreach(t qx_jet qx_platform qx_common qx_os qx_config qx_forms qx_shell qx_diagnostics
+          qx_dbinspect qx_search qx_maintenance qxtest-cli)
+  set(_seen "")
+  _qx_check_no_qt(${t} _seen)
+endforeach()

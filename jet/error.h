@@ -1,0 +1,64 @@
+// Errors raised by the Jet engine.
+//
+// Every failure of the engine, from a missing file to a damaged page, is a jet::Error carrying the
+// number and text the Windows engine gives for the same situation, so that callers (and users
+// reading a message) see what they would have seen there. Damage found inside a file additionally
+// names the page and byte offset where reading stopped; that location is part of the description
+// so that it survives being shown as plain text.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace jet {
+
+// Jet error numbers the engine raises.
+namespace errc {
+inline constexpr std::int32_t kFileNotFound = 3024;        // "Could not find file '<name>'."
+inline constexpr std::int32_t kBadPassword = 3031;         // "Not a valid password."
+inline constexpr std::int32_t kInvalidPath = 3044;         // "'<path>' is not a valid path. ..."
+inline constexpr std::int32_t kFileInUse = 3045;           // "Could not use '<name>'; file already in use."
+inline constexpr std::int32_t kCannotOpen = 3049;          // not a database, or corrupt
+inline constexpr std::int32_t kNoPermission = 3051;        // cannot open the file (permissions)
+inline constexpr std::int32_t kTableNotFound = 3078;       // input table or query not found
+inline constexpr std::int32_t kUnrecognizedFormat = 3343;  // "Unrecognized database format '<file>'."
+}  // namespace errc
+
+// Where in a file damage was found: page number and byte offset within that page.
+struct PageLocation {
+    std::uint32_t page = 0;
+    std::uint32_t offset = 0;
+};
+
+class Error : public std::runtime_error {
+public:
+    // `description` is the complete text (what() returns the same text).
+    Error(std::int32_t number, std::string description, std::optional<PageLocation> where = {});
+
+    std::int32_t number() const noexcept { return number_; }
+    const std::string& description() const noexcept { return description_; }
+    // Set for damage found in a page (number 3049); empty otherwise.
+    const std::optional<PageLocation>& location() const noexcept { return where_; }
+
+    // Constructors for the engine's errors with Jet's texts. `name` is the file or table name as
+    // the caller gave it; it is quoted with ' in the text.
+    static Error fileNotFound(const std::string& name);
+    static Error unrecognizedFormat(const std::string& name);
+    static Error badPassword();
+    static Error noPermission(const std::string& name);
+    static Error tableNotFound(const std::string& name);
+    // A file that is not a database at all (no page could be trusted).
+    static Error notADatabase(const std::string& name);
+    // Damage inside a page: Jet's 3049 text followed by " (page P, offset O: what)".
+    static Error corrupt(const std::string& name, std::uint32_t page, std::uint32_t offset,
+                         const std::string& what);
+
+private:
+    std::int32_t number_;
+    std::string description_;
+    std::optional<PageLocation> where_;
+};
+
+}  // namespace jet

@@ -1,0 +1,125 @@
+#include "ui/widgets.h"
+
+#include <QCheckBox>
+#include <QGroupBox>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTableView>
+
+#include "ui/control_name.h"
+
+namespace qx::ui {
+
+namespace {
+void name(QWidget* w, std::string_view n, std::optional<int> index) {
+    w->setObjectName(q(controlObjectName(n, index)));
+}
+}  // namespace
+
+QPushButton* makeButton(QWidget* parent, std::string_view n, std::optional<int> index,
+                        std::string_view caption, std::string_view toolTip) {
+    auto* b = new QPushButton(q(caption), parent);
+    name(b, n, index);
+    if (!toolTip.empty()) b->setToolTip(q(toolTip));
+    b->setAutoDefault(false);
+    return b;
+}
+
+QLabel* makeLabel(QWidget* parent, std::string_view n, std::optional<int> index, std::string_view caption) {
+    auto* l = new QLabel(q(caption), parent);
+    name(l, n, index);
+    // Captions are the program's own texts; "&" and "<" must show as typed, never as markup.
+    l->setTextFormat(Qt::PlainText);
+    return l;
+}
+
+QCheckBox* makeCheck(QWidget* parent, std::string_view n, std::optional<int> index, std::string_view caption) {
+    auto* c = new QCheckBox(q(caption), parent);
+    name(c, n, index);
+    return c;
+}
+
+QRadioButton* makeOption(QWidget* parent, std::string_view n, std::optional<int> index, std::string_view caption) {
+    auto* o = new QRadioButton(q(caption), parent);
+    name(o, n, index);
+    return o;
+}
+
+QGroupBox* makeFrame(QWidget* parent, std::string_view n, std::optional<int> index, std::string_view caption) {
+    auto* f = new QGroupBox(q(caption), parent);
+    name(f, n, index);
+    return f;
+}
+
+QLineEdit* makeText(QWidget* parent, std::string_view n, std::optional<int> index) {
+    auto* t = new QLineEdit(parent);
+    name(t, n, index);
+    return t;
+}
+
+QListWidget* makeList(QWidget* parent, std::string_view n, std::optional<int> index, bool multiSelect) {
+    auto* l = new QListWidget(parent);
+    name(l, n, index);
+    l->setSelectionMode(multiSelect ? QAbstractItemView::MultiSelection : QAbstractItemView::SingleSelection);
+    l->setUniformItemSizes(true);
+    return l;
+}
+
+QProgressBar* makeProgress(QWidget* parent, std::string_view n) {
+    auto* p = new QProgressBar(parent);
+    name(p, n, std::nullopt);
+    p->setTextVisible(false);  // a plain bar, as the classic control draws it
+    p->setRange(0, 100);
+    p->setValue(0);
+    return p;
+}
+
+QTableView* makeGrid(QWidget* parent, std::string_view n) {
+    auto* g = new QTableView(parent);
+    name(g, n, std::nullopt);
+    g->setModel(new GridTableModel(g));
+    g->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    g->setSelectionBehavior(QAbstractItemView::SelectRows);
+    g->verticalHeader()->setDefaultSectionSize(g->fontMetrics().height() + 4);
+    return g;
+}
+
+GridTableModel* gridModel(QTableView* grid) { return static_cast<GridTableModel*>(grid->model()); }
+
+void GridTableModel::setContent(std::vector<std::string> columns, std::vector<std::vector<std::string>> rows) {
+    if (columns == columns_ && rows == rows_) return;
+    beginResetModel();
+    columns_ = std::move(columns);
+    rows_ = std::move(rows);
+    endResetModel();
+}
+
+int GridTableModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(rows_.size());
+}
+
+int GridTableModel::columnCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(columns_.size());
+}
+
+QVariant GridTableModel::data(const QModelIndex& index, int role) const {
+    if (role != Qt::DisplayRole || !index.isValid()) return {};
+    const auto r = static_cast<std::size_t>(index.row());
+    const auto c = static_cast<std::size_t>(index.column());
+    if (r >= rows_.size() || c >= rows_[r].size()) return {};
+    return q(rows_[r][c]);
+}
+
+QVariant GridTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (role != Qt::DisplayRole) return {};
+    if (orientation == Qt::Vertical) return {};
+    const auto c = static_cast<std::size_t>(section);
+    return c < columns_.size() ? QVariant(q(columns_[c])) : QVariant();
+}
+
+}  // namespace qx::ui

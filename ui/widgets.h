@@ -1,0 +1,70 @@
+// Small builders shared by the views: each creates one widget named after its control (see
+// control_name.h) with its design caption, so the layout code reads like the form's control list.
+// All returned widgets are owned by `parent` (Qt parent-child ownership).
+#pragma once
+
+#include <QAbstractTableModel>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class QCheckBox;
+class QGroupBox;
+class QLabel;
+class QLineEdit;
+class QListWidget;
+class QProgressBar;
+class QPushButton;
+class QRadioButton;
+class QTableView;
+class QWidget;
+
+namespace qx::ui {
+
+// UTF-8 std::string <-> QString at the boundary between the logic and the toolkit.
+inline QString q(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
+inline std::string s(const QString& text) { return text.toUtf8().toStdString(); }
+
+QPushButton* makeButton(QWidget* parent, std::string_view name, std::optional<int> index,
+                        std::string_view caption, std::string_view toolTip = {});
+QLabel* makeLabel(QWidget* parent, std::string_view name, std::optional<int> index, std::string_view caption);
+QCheckBox* makeCheck(QWidget* parent, std::string_view name, std::optional<int> index, std::string_view caption);
+QRadioButton* makeOption(QWidget* parent, std::string_view name, std::optional<int> index, std::string_view caption);
+QGroupBox* makeFrame(QWidget* parent, std::string_view name, std::optional<int> index, std::string_view caption);
+QLineEdit* makeText(QWidget* parent, std::string_view name, std::optional<int> index);
+// A list box; `multiSelect` gives the extended selection of a multi-select list.
+QListWidget* makeList(QWidget* parent, std::string_view name, std::optional<int> index, bool multiSelect = false);
+QProgressBar* makeProgress(QWidget* parent, std::string_view name);
+QTableView* makeGrid(QWidget* parent, std::string_view name);
+
+// The rows a data grid shows: column names and the displayed texts, read only. The grid's editing
+// permissions are kept by the form model; the view never writes back to a database.
+class GridTableModel final : public QAbstractTableModel {
+public:
+    using QAbstractTableModel::QAbstractTableModel;
+
+    // Replaces the whole content; a no-op when nothing changed, so a periodic re-sync keeps the
+    // user's scroll position and selection.
+    void setContent(std::vector<std::string> columns, std::vector<std::vector<std::string>> rows);
+
+    int rowCount(const QModelIndex& parent = QModelIndex()) const override;
+    int columnCount(const QModelIndex& parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+
+    const std::vector<std::string>& columns() const { return columns_; }
+    const std::vector<std::vector<std::string>>& rows() const { return rows_; }
+
+private:
+    std::vector<std::string> columns_;
+    std::vector<std::vector<std::string>> rows_;
+};
+
+// The model behind a grid made by makeGrid.
+GridTableModel* gridModel(QTableView* grid);
+
+}  // namespace qx::ui

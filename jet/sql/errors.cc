@@ -1,0 +1,95 @@
+#include "jet/sql/errors.h"
+
+#include <array>
+#include <string>
+
+namespace jet::sql {
+
+namespace {
+
+struct Entry {
+    Failure failure;
+    std::int32_t number;
+    std::string_view text;  // "%s" marks the argument
+};
+
+// HRESULTs as ADO passes them on (signed 32-bit).
+constexpr std::int32_t kErrorsInCommand = -2147217900;   // 0x80040E14
+constexpr std::int32_t kNoTable = -2147217865;           // 0x80040E37
+constexpr std::int32_t kParamNotOptional = -2147217904;  // 0x80040E10
+constexpr std::int32_t kCantConvertValue = -2147217913;  // 0x80040E07
+constexpr std::int32_t kCommandNotSet = -2147217908;     // 0x80040E0C
+constexpr std::int32_t kFail = -2147467259;              // 0x80004005
+constexpr std::int32_t kNotImplemented = -2147467263;    // 0x80004001
+
+constexpr std::array kTable{
+    Entry{Failure::NoSuchTable, kNoTable,
+          "The Microsoft Jet database engine cannot find the input table or query '%s'.  Make sure it "
+          "exists and that its name is spelled correctly."},
+    Entry{Failure::MissingParameter, kParamNotOptional,
+          "No value given for one or more required parameters."},
+    Entry{Failure::SyntaxErrorInString, kErrorsInCommand,
+          "Syntax error in string in query expression '%s'."},
+    Entry{Failure::MissingOperator, kErrorsInCommand,
+          "Syntax error (missing operator) in query expression '%s'."},
+    Entry{Failure::MissingParenthesis, kErrorsInCommand,
+          "Missing ), ], or Item in query expression '%s'."},
+    Entry{Failure::ExtraParenthesis, kErrorsInCommand, "Extra ) in query expression '%s'."},
+    Entry{Failure::InvalidBracketing, kErrorsInCommand, "Invalid bracketing of name '%s'."},
+    Entry{Failure::FromClause, kErrorsInCommand, "Syntax error in FROM clause."},
+    Entry{Failure::SelectSyntax, kErrorsInCommand,
+          "The SELECT statement includes a reserved word or an argument name that is misspelled or "
+          "missing, or the punctuation is incorrect."},
+    Entry{Failure::InvalidStatement, kErrorsInCommand,
+          "Invalid SQL statement; expected 'DELETE', 'INSERT', 'PROCEDURE', 'SELECT', or 'UPDATE'."},
+    Entry{Failure::TrailingCharacters, kErrorsInCommand, "Characters found after end of SQL statement."},
+    Entry{Failure::DropSyntax, kErrorsInCommand, "Syntax error in DROP TABLE or DROP INDEX."},
+    Entry{Failure::UndefinedFunction, kErrorsInCommand, "Undefined function '%s' in expression."},
+    Entry{Failure::WrongArgumentCount, kErrorsInCommand,
+          "Wrong number of arguments used with function in query expression '%s'."},
+    Entry{Failure::TypeMismatch, kCantConvertValue, "Data type mismatch in criteria expression."},
+    Entry{Failure::TableDoesNotExist, kNoTable, "Table '%s' does not exist."},
+    Entry{Failure::NotSupported, kNotImplemented, "The statement '%s' is not supported by this engine."},
+    Entry{Failure::EngineFailure, kFail, "%s"},
+    Entry{Failure::CommandTextNotSet, kCommandNotSet, "Command text was not set for the command object."},
+    Entry{Failure::ProviderNotFound, 3706, "Provider cannot be found. It may not be properly installed."},
+    Entry{Failure::ObjectClosed, 3704, "Operation is not allowed when the object is closed."},
+    Entry{Failure::NoCurrentRecord, 3021,
+          "Either BOF or EOF is True, or the current record has been deleted. Requested operation "
+          "requires a current record."},
+    Entry{Failure::ItemNotFound, 3265,
+          "Item cannot be found in the collection corresponding to the requested name or ordinal."},
+};
+
+const Entry& entry(Failure failure) noexcept {
+    for (const auto& e : kTable)
+        if (e.failure == failure) return e;
+    return kTable.back();  // not reached: every failure has its row (the tests check)
+}
+
+}  // namespace
+
+std::int32_t errorNumber(Failure failure) noexcept { return entry(failure).number; }
+
+std::string errorText(Failure failure, std::string_view argument) {
+    const std::string_view text = entry(failure).text;
+    std::string out;
+    const auto mark = text.find("%s");
+    if (mark == std::string_view::npos) return std::string(text);
+    out.append(text.substr(0, mark));
+    out.append(argument);
+    out.append(text.substr(mark + 2));
+    return out;
+}
+
+Error makeError(Failure failure, std::string_view argument) {
+    return Error(errorNumber(failure), errorText(failure, argument));
+}
+
+Error throughProvider(const Error& engineError) {
+    if (engineError.number() == errc::kTableNotFound)
+        return Error(errorNumber(Failure::NoSuchTable), engineError.description());
+    return Error(errorNumber(Failure::EngineFailure), engineError.description());
+}
+
+}  // namespace jet::sql

@@ -1,0 +1,455 @@
+#include "jet/sql/parser.h"
+
+#include <array>
+#include <cstdlib>
+#include <optional>
+
+#include "jet/sql/errors.h"
+#include "jet/sql/text.h"
+
+namespace jet::sql {
+
+namespace {
+
+enum class Tok {
+    End, Ident, Bracket, String, Number, LParen, RParen, Comma, Star, Dot, Semicolon,
+    Eq, Ne, Lt, Gt, Le, Ge, Minus, Other,
+    BadString,   // a quote with no closing quote: runs to the end of the statement
+    BadBracket,  // a "[" with no "]"
+};
+
+struct Token {
+    Tok kind = Tok::End;
+    std::string text;    // identifier, bracketed name, string value, number text
+    std::size_t begin = 0, end = 0;
+};
+
+bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v'; }
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isIdentChar(char c) {
+    const auto u = static_cast<unsigned char>(c);
+    return (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z') || isDigit(c) || c == '_' || u >= 0x80;
+}
+
+// The whole statement is split into tokens first: Jet reports a quote left open before it
+// reports what the rest of the condition does wrong.
+std::vector<Token> tokenize(std::string_view s) {
+    std::vector<Token> out;
+    std::size_t i = 0;
+    while (true) {
+        while (i < s.size() && isSpace(s[i])) ++i;
+        Token t;
+        t.begin = i;
+        if (i >= s.size()) {
+            t.kind = Tok::End;
+            t.end = i;
+            out.push_back(std::move(t));
+            return out;
+        }
+        const char c = s[i];
+        if (c == '\'' || c == '"') {
+            std::size_t j = i + 1;
+            bool closed = false;
+            while (j < s.size()) {
+                if (s[j] == c) {
+                    if (j + 1 < s.size() && s[j + 1] == c) {
+                        t.text.push_back(c);
+                        j += 2;
+                        continue;
+                    }
+                    closed = true;
+                    ++j;
+                    break;
+                }
+                t.text.push_back(s[j++]);
+            }
+            t.kind = closed ? Tok::String : Tok::BadString;
+            i = j;
+        } else if (c == '[') {
+            const auto close = s.find(']', i + 1);
+            if (close == std::string_view::npos) {
+                t.kind = Tok::BadBracket;
+                t.text = std::string(s.substr(i));
+                i = s.size();
+            } else {
+                t.kind = Tok::Bracket;
+                t.text = std::string(s.substr(i + 1, close - i - 1));
+                i = close + 1;
+            }
+        } else if (isDigit(c) || (c == '.' && i + 1 < s.size() && isDigit(s[i + 1]))) {
+            std::size_t j = i;
+            while (j < s.size() && isDigit(s[j])) ++j;
+            if (j < s.size() && s[j] == '.') {
+                ++j;
+                while (j < s.size() && isDigit(s[j])) ++j;
+            }
+            if (j < s.size() && (s[j] == 'e' || s[j] == 'E')) {
+                std::size_t k = j + 1;
+                if (k < s.size() && (s[k] == '+' || s[k] == '-')) ++k;
+                if (k < s.size() && isDigit(s[k])) {
+                    while (k < s.size() && isDigit(s[k])) ++k;
+                    j = k;
+                }
+            }
+            t.kind = Tok::Number;
+            t.text = std::string(s.substr(i, j - i));
+            i = j;
+        } else if (isIdentChar(c)) {
+            std::size_t j = i;
+            while (j < s.size() && isIdentChar(s[j])) ++j;
+            t.kind = Tok::Ident;
+            t.text = std::string(s.substr(i, j - i));
+            i = j;
+        } else {
+            ++i;
+            switch (c) {
+                case '(': t.kind = Tok::LParen; break;
+                case ')': t.kind = Tok::RParen; break;
+                case ',': t.kind = Tok::Comma; break;
+                case '*': t.kind = Tok::Star; break;
+                case '.': t.kind = Tok::Dot; break;
+                case ';': t.kind = Tok::Semicolon; break;
+                case '=': t.kind = Tok::Eq; break;
+                case '-': t.kind = Tok::Minus; break;
+                case '<':
+                    if (i < s.size() && s[i] == '>') {
+                        t.kind = Tok::Ne;
+                        ++i;
+                    } else if (i < s.size() && s[i] == '=') {
+                        t.kind = Tok::Le;
+                        ++i;
+                    } else {
+                        t.kind = Tok::Lt;
+                    }
+                    break;
+                case '>':
+                    if (i < s.size() && s[i] == '=') {
+                        t.kind = Tok::Ge;
+                        ++i;
+                    } else {
+                        t.kind = Tok::Gt;
+                    }
+                    break;
+                default: {
+                    // Any other character is one token; keep a multi-byte character whole.
+                    std::size_t pos = i - 1;
+                    decodeUtf8(s, pos);
+                    i = pos;
+                    t.kind = Tok::Other;
+                    break;
+                }
+            }
+            t.text = std::string(s.substr(t.begin, i - t.begin));
+        }
+        t.end = i;
+        out.push_back(std::move(t));
+    }
+}
+
+bool keywordIs(const Token& t, std::string_view word) {
+    if (t.kind != Tok::Ident || t.text.size() != word.size()) return false;
+    for (std::size_t i = 0; i < word.size(); ++i) {
+        char a = t.text[i];
+        if (a >= 'a' && a <= 'z') a = static_cast<char>(a - 0x20);
+        if (a != word[i]) return false;
+    }
+    return true;
+}
+
+constexpr std::array kReserved{
+    std::string_view("SELECT"), std::string_view("FROM"), std::string_view("WHERE"),
+    std::string_view("AND"), std::string_view("OR"), std::string_view("NOT"), std::string_view("LIKE"),
+    std::string_view("IS"), std::string_view("NULL"), std::string_view("AS"), std::string_view("DROP"),
+    std::string_view("TABLE"), std::string_view("TRUE"), std::string_view("FALSE"),
+    std::string_view("ORDER"), std::string_view("GROUP"), std::string_view("HAVING"),
+    std::string_view("UNION"), std::string_view("IN"), std::string_view("BETWEEN"),
+};
+
+bool reserved(const Token& t) {
+    for (auto w : kReserved)
+        if (keywordIs(t, w)) return true;
+    return false;
+}
+
+std::string upperAscii(std::string s) {
+    for (char& c : s)
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 0x20);
+    return s;
+}
+
+class Parser {
+public:
+    Parser(std::string_view sql) : sql_(sql), toks_(tokenize(sql)) {}
+
+    Statement statement() {
+        const Token& first = peek();
+        if (keywordIs(first, "SELECT")) return select();
+        if (keywordIs(first, "DROP")) return drop();
+        for (auto verb : {"INSERT", "UPDATE", "DELETE", "CREATE", "ALTER", "TRANSFORM", "PARAMETERS",
+                          "PROCEDURE", "GRANT", "REVOKE", "EXECUTE", "EXEC", "ADD"}) {
+            if (keywordIs(first, verb)) throw makeError(Failure::NotSupported, upperAscii(first.text));
+        }
+        throw makeError(Failure::InvalidStatement);
+    }
+
+private:
+    const Token& peek(std::size_t ahead = 0) const {
+        const std::size_t i = pos_ + ahead;
+        return i < toks_.size() ? toks_[i] : toks_.back();
+    }
+    const Token& take() {
+        const Token& t = peek();
+        if (pos_ + 1 < toks_.size()) ++pos_;
+        return t;
+    }
+
+    // After the statement: nothing, or one ';' and nothing.
+    void finish(Failure otherwise, std::string_view argument = {}) {
+        if (peek().kind == Tok::Semicolon) {
+            take();
+            if (peek().kind != Tok::End) throw makeError(Failure::TrailingCharacters);
+            return;
+        }
+        if (peek().kind != Tok::End) throw makeError(otherwise, argument);
+    }
+
+    bool nameToken(const Token& t) const {
+        return (t.kind == Tok::Ident && !reserved(t)) || t.kind == Tok::Bracket;
+    }
+
+    Statement select() {
+        take();  // SELECT
+        SelectStatement st;
+        if (peek().kind == Tok::Star) {
+            take();
+        } else {
+            while (true) {
+                if (!nameToken(peek())) throw makeError(Failure::SelectSyntax);
+                std::string name = take().text;
+                if (peek().kind == Tok::Dot) {
+                    take();
+                    if (!nameToken(peek())) throw makeError(Failure::SelectSyntax);
+                    name = take().text;
+                }
+                st.columns.push_back(std::move(name));
+                if (peek().kind != Tok::Comma) break;
+                take();
+            }
+        }
+        if (!keywordIs(peek(), "FROM")) throw makeError(Failure::SelectSyntax);
+        take();
+        if (peek().kind == Tok::BadBracket) throw makeError(Failure::InvalidBracketing, peek().text);
+        if (!nameToken(peek())) throw makeError(Failure::FromClause);
+        st.table = take().text;
+        if (keywordIs(peek(), "AS")) {
+            take();
+            if (!nameToken(peek())) throw makeError(Failure::FromClause);
+            st.alias = take().text;
+        } else if (nameToken(peek())) {
+            st.alias = take().text;
+        }
+        if (keywordIs(peek(), "WHERE")) {
+            const Token& where = take();
+            st.whereText = conditionText(where.end);
+            for (std::size_t i = pos_; i < toks_.size(); ++i) {
+                if (toks_[i].kind == Tok::BadString)
+                    throw makeError(Failure::SyntaxErrorInString, st.whereText);
+                if (toks_[i].kind == Tok::BadBracket)
+                    throw makeError(Failure::InvalidBracketing, toks_[i].text);
+            }
+            whereText_ = st.whereText;
+            st.where = orExpr();
+            if (peek().kind == Tok::RParen) throw makeError(Failure::ExtraParenthesis, whereText_);
+            finish(Failure::MissingOperator, whereText_);
+            return st;
+        }
+        finish(Failure::FromClause);
+        return st;
+    }
+
+    std::string conditionText(std::size_t from) const {
+        std::string_view rest = sql_.substr(from);
+        while (!rest.empty() && isSpace(rest.front())) rest.remove_prefix(1);
+        while (!rest.empty() && isSpace(rest.back())) rest.remove_suffix(1);
+        if (!rest.empty() && rest.back() == ';') rest.remove_suffix(1);
+        while (!rest.empty() && isSpace(rest.back())) rest.remove_suffix(1);
+        return std::string(rest);
+    }
+
+    Statement drop() {
+        take();  // DROP
+        if (keywordIs(peek(), "INDEX")) throw makeError(Failure::NotSupported, "DROP INDEX");
+        if (!keywordIs(peek(), "TABLE")) throw makeError(Failure::DropSyntax);
+        take();
+        if (!nameToken(peek())) throw makeError(Failure::DropSyntax);
+        DropTableStatement st{take().text};
+        finish(Failure::DropSyntax);
+        return st;
+    }
+
+    [[noreturn]] void missingOperator() const { throw makeError(Failure::MissingOperator, whereText_); }
+
+    static ExprPtr make(auto node) {
+        auto e = std::make_unique<Expr>();
+        e->node = std::move(node);
+        return e;
+    }
+
+    ExprPtr orExpr() {
+        ExprPtr left = andExpr();
+        while (keywordIs(peek(), "OR")) {
+            take();
+            left = make(Logical{false, std::move(left), andExpr()});
+        }
+        return left;
+    }
+
+    ExprPtr andExpr() {
+        ExprPtr left = notExpr();
+        while (keywordIs(peek(), "AND")) {
+            take();
+            left = make(Logical{true, std::move(left), notExpr()});
+        }
+        return left;
+    }
+
+    ExprPtr notExpr() {
+        if (keywordIs(peek(), "NOT")) {
+            take();
+            return make(Not{notExpr()});
+        }
+        return predicate();
+    }
+
+    ExprPtr predicate() {
+        ExprPtr left = unary();
+        const Token& t = peek();
+        std::optional<CompareOp> op;
+        switch (t.kind) {
+            case Tok::Eq: op = CompareOp::Eq; break;
+            case Tok::Ne: op = CompareOp::Ne; break;
+            case Tok::Lt: op = CompareOp::Lt; break;
+            case Tok::Gt: op = CompareOp::Gt; break;
+            case Tok::Le: op = CompareOp::Le; break;
+            case Tok::Ge: op = CompareOp::Ge; break;
+            default: break;
+        }
+        if (op) {
+            take();
+            return make(Compare{*op, std::move(left), unary()});
+        }
+        if (keywordIs(t, "LIKE")) {
+            take();
+            return make(Like{false, std::move(left), unary()});
+        }
+        if (keywordIs(t, "NOT") && keywordIs(peek(1), "LIKE")) {
+            take();
+            take();
+            return make(Like{true, std::move(left), unary()});
+        }
+        if (keywordIs(t, "IS")) {
+            take();
+            bool negated = false;
+            if (keywordIs(peek(), "NOT")) {
+                take();
+                negated = true;
+            }
+            if (!keywordIs(peek(), "NULL")) missingOperator();
+            take();
+            return make(IsNull{negated, std::move(left)});
+        }
+        return left;
+    }
+
+    ExprPtr unary() {
+        if (peek().kind == Tok::Minus) {
+            take();
+            return make(Negate{unary()});
+        }
+        return primary();
+    }
+
+    ExprPtr primary() {
+        const Token& t = peek();
+        switch (t.kind) {
+            case Tok::String: {
+                Literal lit{Literal::Kind::Text, false, 0, take().text};
+                return make(std::move(lit));
+            }
+            case Tok::Number: {
+                Literal lit{Literal::Kind::Number, false, std::strtod(take().text.c_str(), nullptr), {}};
+                return make(std::move(lit));
+            }
+            case Tok::LParen: {
+                take();
+                ExprPtr inner = orExpr();
+                if (peek().kind != Tok::RParen) {
+                    if (peek().kind == Tok::End || peek().kind == Tok::Semicolon)
+                        throw makeError(Failure::MissingParenthesis, whereText_);
+                    missingOperator();
+                }
+                take();
+                return inner;
+            }
+            case Tok::Bracket: return columnRef();
+            case Tok::Ident: {
+                if (keywordIs(t, "NULL")) {
+                    take();
+                    return make(Literal{});
+                }
+                if (keywordIs(t, "TRUE") || keywordIs(t, "FALSE")) {
+                    const bool value = keywordIs(t, "TRUE");
+                    take();
+                    return make(Literal{Literal::Kind::Boolean, value, 0, {}});
+                }
+                if (reserved(t)) missingOperator();
+                if (peek(1).kind == Tok::LParen) return call();
+                return columnRef();
+            }
+            default: missingOperator();
+        }
+    }
+
+    ExprPtr columnRef() {
+        ColumnRef ref{{}, take().text};
+        if (peek().kind == Tok::Dot) {
+            take();
+            if (!nameToken(peek())) missingOperator();
+            ref.qualifier = std::move(ref.name);
+            ref.name = take().text;
+        }
+        return make(std::move(ref));
+    }
+
+    ExprPtr call() {
+        Call c{upperAscii(take().text), {}};
+        take();  // (
+        if (c.name != "UCASE" && c.name != "LCASE") throw makeError(Failure::UndefinedFunction, c.name);
+        if (peek().kind != Tok::RParen) {
+            while (true) {
+                c.args.push_back(orExpr());
+                if (peek().kind != Tok::Comma) break;
+                take();
+            }
+        }
+        if (peek().kind != Tok::RParen) {
+            if (peek().kind == Tok::End || peek().kind == Tok::Semicolon)
+                throw makeError(Failure::MissingParenthesis, whereText_);
+            missingOperator();
+        }
+        take();
+        if (c.args.size() != 1) throw makeError(Failure::WrongArgumentCount, whereText_);
+        return make(std::move(c));
+    }
+
+    std::string_view sql_;
+    std::vector<Token> toks_;
+    std::size_t pos_ = 0;
+    std::string whereText_;
+};
+
+}  // namespace
+
+Statement parse(std::string_view sql) { return Parser(sql).statement(); }
+
+}  // namespace jet::sql

@@ -1,0 +1,498 @@
+#include "jet/sql/query.h"
+
+#include <cmath>
+#include <optional>
+#include <string>
+
+#include "jet/sql/errors.h"
+#include "jet/sql/parser.h"
+#include "jet/sql/text.h"
+
+namespace jet::sql {
+
+namespace {
+
+// What an expression yields, known before any row is read.
+enum class Type { Null, Boolean, Number, Text, Date, Binary };
+
+Type columnType(ColumnType t) {
+    switch (t) {
+        case ColumnType::Boolean: return Type::Boolean;
+        case ColumnType::Byte:
+        case ColumnType::Integer:
+        case ColumnType::Long:
+        case ColumnType::Currency:
+        case ColumnType::Single:
+        case ColumnType::Double:
+        case ColumnType::Decimal: return Type::Number;
+        case ColumnType::DateTime: return Type::Date;
+        case ColumnType::Text:
+        case ColumnType::Memo:
+        case ColumnType::GUID: return Type::Text;
+        default: return Type::Binary;
+    }
+}
+
+enum class Tri { False, True, Null };
+
+Tri notTri(Tri t) { return t == Tri::Null ? Tri::Null : (t == Tri::True ? Tri::False : Tri::True); }
+
+// One value during evaluation.
+struct Scalar {
+    Type type = Type::Null;
+    double number = 0;  // Number, Boolean (-1 / 0), Date (days)
+    std::string text;   // Text, Binary
+};
+
+double numberOf(const Value& v) {
+    const auto& s = v.storage();
+    if (const auto* b = std::get_if<bool>(&s)) return *b ? -1.0 : 0.0;
+    if (const auto* u8 = std::get_if<std::uint8_t>(&s)) return *u8;
+    if (const auto* i16 = std::get_if<std::int16_t>(&s)) return *i16;
+    if (const auto* i32 = std::get_if<std::int32_t>(&s)) return *i32;
+    if (const auto* cy = std::get_if<Currency>(&s)) return static_cast<double>(cy->scaled) / 10000.0;
+    if (const auto* f = std::get_if<float>(&s)) return static_cast<double>(*f);
+    if (const auto* d = std::get_if<double>(&s)) return *d;
+    if (const auto* dt = std::get_if<DateTime>(&s)) return dt->days;
+    if (const auto* dec = std::get_if<Decimal>(&s)) return std::strtod(formatDecimal(*dec).c_str(), nullptr);
+    return 0;
+}
+
+std::string numberText(double v) {
+    Value value(ColumnType::Double, Value::Storage(v));
+    return toText(value);
+}
+
+// The compiled condition: a tree whose column references are positions in the table's columns.
+struct Node {
+    enum class Op { Const, Column, Not, And, Or, Compare, Like, IsNull, Negate, Upper, Lower } op;
+    Type type = Type::Null;
+    CompareOp compare = CompareOp::Eq;
+    bool negated = false;
+    std::size_t column = 0;
+    Scalar constant;
+    std::unique_ptr<LikePattern> pattern;  // LIKE with a constant pattern
+    std::vector<std::unique_ptr<Node>> kids;
+};
+using NodePtr = std::unique_ptr<Node>;
+
+bool sameName(std::string_view a, std::string_view b) { return compareText(a, b) == 0; }
+
+class Compiler {
+public:
+    Compiler(const Table& table, const SelectStatement& st) : table_(table), st_(st) {}
+
+    NodePtr compile(const Expr& e) {
+        return std::visit([&](const auto& n) { return build(n); }, e.node);
+    }
+
+private:
+    static NodePtr node(Node::Op op, Type type) {
+        auto n = std::make_unique<Node>();
+        n->op = op;
+        n->type = type;
+        return n;
+    }
+
+    NodePtr build(const Literal& lit) {
+        switch (lit.kind) {
+            case Literal::Kind::Null: return node(Node::Op::Const, Type::Null);
+            case Literal::Kind::Boolean: {
+                auto n = node(Node::Op::Const, Type::Boolean);
+                n->constant = Scalar{Type::Boolean, lit.boolean ? -1.0 : 0.0, {}};
+                return n;
+            }
+            case Literal::Kind::Number: {
+                auto n = node(Node::Op::Const, Type::Number);
+                n->constant = Scalar{Type::Number, lit.number, {}};
+                return n;
+            }
+            case Literal::Kind::Text: {
+                auto n = node(Node::Op::Const, Type::Text);
+                n->constant = Scalar{Type::Text, 0, lit.text};
+                return n;
+            }
+        }
+        return node(Node::Op::Const, Type::Null);
+    }
+
+    NodePtr build(const ColumnRef& ref) {
+        // A name Jet cannot bind to a column becomes a parameter, and an unset parameter is
+        // the failure the program sees.
+        if (!ref.qualifier.empty() && !sameName(ref.qualifier, st_.table) &&
+            !(st_.alias.size() && sameName(ref.qualifier, st_.alias)))
+            throw makeError(Failure::MissingParameter);
+        const int index = table_.findColumn(ref.name);
+        if (index < 0) throw makeError(Failure::MissingParameter);
+        const auto& col = table_.columns()[static_cast<std::size_t>(index)];
+        auto n = node(Node::Op::Column, columnType(col.type));
+        n->column = static_cast<std::size_t>(index);
+        return n;
+    }
+
+    static void requireLogical(const Node& n) {
+        if (n.type == Type::Text || n.type == Type::Binary) throw makeError(Failure::TypeMismatch);
+    }
+
+    NodePtr build(const Not& x) {
+        auto n = node(Node::Op::Not, Type::Boolean);
+        n->kids.push_back(compile(*x.operand));
+        requireLogical(*n->kids[0]);
+        return n;
+    }
+
+    NodePtr build(const Logical& x) {
+        auto n = node(x.isAnd ? Node::Op::And : Node::Op::Or, Type::Boolean);
+        n->kids.push_back(compile(*x.left));
+        n->kids.push_back(compile(*x.right));
+        requireLogical(*n->kids[0]);
+        requireLogical(*n->kids[1]);
+        return n;
+    }
+
+    NodePtr build(const Compare& x) {
+        auto n = node(Node::Op::Compare, Type::Boolean);
+        n->compare = x.op;
+        n->kids.push_back(compile(*x.left));
+        n->kids.push_back(compile(*x.right));
+        const Type a = n->kids[0]->type, b = n->kids[1]->type;
+        auto numeric = [](Type t) { return t == Type::Number || t == Type::Boolean || t == Type::Date; };
+        const bool ok = a == Type::Null || b == Type::Null || (numeric(a) && numeric(b)) ||
+                        (a == Type::Text && b == Type::Text) || (a == Type::Binary && b == Type::Binary);
+        if (!ok) throw makeError(Failure::TypeMismatch);
+        return n;
+    }
+
+    NodePtr build(const Like& x) {
+        auto n = node(Node::Op::Like, Type::Boolean);
+        n->negated = x.negated;
+        n->kids.push_back(compile(*x.subject));
+        n->kids.push_back(compile(*x.pattern));
+        const Node& p = *n->kids[1];
+        if (p.op == Node::Op::Const && p.type != Type::Null) {
+            const std::string text = p.type == Type::Text ? p.constant.text : numberText(p.constant.number);
+            n->pattern = std::make_unique<LikePattern>(text);
+        }
+        return n;
+    }
+
+    NodePtr build(const IsNull& x) {
+        auto n = node(Node::Op::IsNull, Type::Boolean);
+        n->negated = x.negated;
+        n->kids.push_back(compile(*x.operand));
+        return n;
+    }
+
+    NodePtr build(const Negate& x) {
+        auto n = node(Node::Op::Negate, Type::Number);
+        n->kids.push_back(compile(*x.operand));
+        const Type t = n->kids[0]->type;
+        if (t == Type::Text || t == Type::Binary) throw makeError(Failure::TypeMismatch);
+        if (t == Type::Date) n->type = Type::Date;
+        return n;
+    }
+
+    NodePtr build(const Call& x) {
+        auto n = node(x.name == "LCASE" ? Node::Op::Lower : Node::Op::Upper, Type::Text);
+        n->kids.push_back(compile(*x.args.at(0)));
+        return n;
+    }
+
+    const Table& table_;
+    const SelectStatement& st_;
+};
+
+// Evaluates a compiled condition on the cursor's current row.
+class Evaluator {
+public:
+    Evaluator(const Cursor& cursor, const std::vector<Column>& columns) : cursor_(cursor) {
+        types_.reserve(columns.size());
+        for (const auto& c : columns) types_.push_back(c.type);
+    }
+
+    Tri test(const Node& n) {
+        switch (n.op) {
+            case Node::Op::And: {
+                const Tri a = test(*n.kids[0]);
+                if (a == Tri::False) return Tri::False;
+                const Tri b = test(*n.kids[1]);
+                if (b == Tri::False) return Tri::False;
+                return (a == Tri::Null || b == Tri::Null) ? Tri::Null : Tri::True;
+            }
+            case Node::Op::Or: {
+                const Tri a = test(*n.kids[0]);
+                if (a == Tri::True) return Tri::True;
+                const Tri b = test(*n.kids[1]);
+                if (b == Tri::True) return Tri::True;
+                return (a == Tri::Null || b == Tri::Null) ? Tri::Null : Tri::False;
+            }
+            case Node::Op::Not: return notTri(test(*n.kids[0]));
+            case Node::Op::Like: return like(n);
+            case Node::Op::IsNull: {
+                const bool isNull = value(*n.kids[0]).type == Type::Null;
+                return (isNull != n.negated) ? Tri::True : Tri::False;
+            }
+            case Node::Op::Compare: return compare(n);
+            default: {
+                const Scalar v = value(n);
+                if (v.type == Type::Null) return Tri::Null;
+                if (v.type == Type::Text || v.type == Type::Binary) throw makeError(Failure::TypeMismatch);
+                return v.number != 0 ? Tri::True : Tri::False;
+            }
+        }
+    }
+
+private:
+    Tri like(const Node& n) {
+        const Node& subject = *n.kids[0];
+        // The common shape, column or UCASE(column) of a text column against a constant pattern,
+        // folds the stored text straight into a reused buffer.
+        if (n.pattern) {
+            const Node* col = &subject;
+            while (col->op == Node::Op::Upper || col->op == Node::Op::Lower) col = col->kids[0].get();
+            if (col->op == Node::Op::Column && col->type == Type::Text &&
+                columnIsPlainText(col->column)) {
+                if (cursor_.isNull(col->column)) return Tri::Null;
+                folded_.clear();
+                appendUpper(folded_, cursor_.text(col->column));
+                return n.pattern->matchesFolded(folded_) != n.negated ? Tri::True : Tri::False;
+            }
+        }
+        const Scalar s = value(subject);
+        if (s.type == Type::Null) return Tri::Null;
+        const std::string text = asText(s);
+        bool matched;
+        if (n.pattern) {
+            matched = n.pattern->matches(text);
+        } else {
+            const Scalar p = value(*n.kids[1]);
+            if (p.type == Type::Null) return Tri::Null;
+            matched = LikePattern(asText(p)).matches(text);
+        }
+        return matched != n.negated ? Tri::True : Tri::False;
+    }
+
+    Tri compare(const Node& n) {
+        const Scalar a = value(*n.kids[0]);
+        if (a.type == Type::Null) return Tri::Null;
+        const Scalar b = value(*n.kids[1]);
+        if (b.type == Type::Null) return Tri::Null;
+        int c;
+        if (a.type == Type::Text || a.type == Type::Binary) {
+            c = a.type == Type::Text ? compareText(a.text, b.text) : a.text.compare(b.text);
+            c = c < 0 ? -1 : (c > 0 ? 1 : 0);
+        } else {
+            c = a.number < b.number ? -1 : (a.number > b.number ? 1 : 0);
+        }
+        bool r = false;
+        switch (n.compare) {
+            case CompareOp::Eq: r = c == 0; break;
+            case CompareOp::Ne: r = c != 0; break;
+            case CompareOp::Lt: r = c < 0; break;
+            case CompareOp::Gt: r = c > 0; break;
+            case CompareOp::Le: r = c <= 0; break;
+            case CompareOp::Ge: r = c >= 0; break;
+        }
+        return r ? Tri::True : Tri::False;
+    }
+
+    static std::string asText(const Scalar& s) {
+        switch (s.type) {
+            case Type::Text:
+            case Type::Binary: return s.text;
+            case Type::Boolean: return s.number != 0 ? "-1" : "0";
+            case Type::Date: return formatGeneralDate(DateTime{s.number});
+            case Type::Number: return numberText(s.number);
+            case Type::Null: break;
+        }
+        return {};
+    }
+
+    bool columnIsPlainText(std::size_t column) const {
+        const ColumnType t = cursorColumnType(column);
+        return t == ColumnType::Text || t == ColumnType::Memo;
+    }
+
+    ColumnType cursorColumnType(std::size_t column) const {
+        return column < types_.size() ? types_[column] : ColumnType::Unknown;
+    }
+
+    Scalar value(const Node& n) {
+        switch (n.op) {
+            case Node::Op::Const: return n.constant;
+            case Node::Op::Column: {
+                if (cursor_.isNull(n.column)) return {};
+                const ColumnType t = cursorColumnType(n.column);
+                if (t == ColumnType::Text || t == ColumnType::Memo)
+                    return Scalar{Type::Text, 0, std::string(cursor_.text(n.column))};
+                const Value v = cursor_.value(n.column);
+                switch (n.type) {
+                    case Type::Text: return Scalar{Type::Text, 0, toText(v)};
+                    case Type::Binary: return Scalar{Type::Binary, 0, toText(v)};
+                    default: return Scalar{n.type, numberOf(v), {}};
+                }
+            }
+            case Node::Op::Upper:
+            case Node::Op::Lower: {
+                Scalar s = value(*n.kids[0]);
+                if (s.type == Type::Null) return s;
+                const std::string text = asText(s);
+                if (n.op == Node::Op::Upper) return Scalar{Type::Text, 0, upper(text)};
+                return Scalar{Type::Text, 0, lower(text)};
+            }
+            case Node::Op::Negate: {
+                Scalar s = value(*n.kids[0]);
+                if (s.type != Type::Null) s.number = -s.number;
+                if (s.type == Type::Boolean) s.type = Type::Number;
+                return s;
+            }
+            default: {
+                const Tri t = test(n);
+                if (t == Tri::Null) return {};
+                return Scalar{Type::Boolean, t == Tri::True ? -1.0 : 0.0, {}};
+            }
+        }
+    }
+
+private:
+    static std::string lower(std::string_view text) {
+        // LCASE: the inverse of the upper-case mapping, for the characters that have one.
+        std::string out;
+        std::size_t pos = 0;
+        while (pos < text.size()) {
+            const char32_t c = decodeUtf8(text, pos);
+            char32_t l = c;
+            if (c < 0x80) {
+                if (c >= 'A' && c <= 'Z') l = c + 0x20;
+            } else {
+                for (const char32_t candidate : {c + 0x20, c + 0x50, c + 0x30, c + 1, c + 2, c + 8,
+                                                 c + 0x25, c + 0x3F, c + 0x10, c + 0x1A}) {
+                    if (candidate != c && upperChar(candidate) == c && upperChar(c) == c) {
+                        l = candidate;
+                        break;
+                    }
+                }
+            }
+            appendUtf8(out, l);
+        }
+        return out;
+    }
+
+    const Cursor& cursor_;
+    std::vector<ColumnType> types_;  // the table's column types, by position
+    std::string folded_;
+};
+
+}  // namespace
+
+struct RowSet::Impl {
+    Table table;
+    std::string name;
+    std::vector<Column> fields;
+    std::vector<std::size_t> fieldColumns;  // position in table.columns() of each field
+    bool filtered = false;
+    std::vector<std::uint32_t> matches;  // scan ordinals of the rows that satisfy the condition
+    std::size_t count = 0;
+    // The reading position for row().
+    std::optional<Cursor> reader;
+    std::uint64_t readerOrdinal = 0;  // ordinal of the row the reader stands on; valid if started
+    bool readerStarted = false;
+
+    explicit Impl(Table t) : table(std::move(t)) {}
+};
+
+RowSet::RowSet(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+RowSet::RowSet(RowSet&&) noexcept = default;
+RowSet& RowSet::operator=(RowSet&&) noexcept = default;
+RowSet::~RowSet() = default;
+
+RowSet RowSet::open(const Database& db, std::string_view sql) {
+    Statement statement = parse(sql);
+    if (const auto* drop = std::get_if<DropTableStatement>(&statement)) {
+        if (!db.hasTable(drop->table)) throw makeError(Failure::TableDoesNotExist, drop->table);
+        throw makeError(Failure::NotSupported, "DROP TABLE");
+    }
+    const auto& st = std::get<SelectStatement>(statement);
+    if (!db.hasTable(st.table)) throw makeError(Failure::NoSuchTable, st.table);
+    std::unique_ptr<Impl> impl;
+    try {
+        impl = std::make_unique<Impl>(db.openTable(st.table));
+    } catch (const Error& e) {
+        throw throughProvider(e);
+    }
+    impl->name = impl->table.name();
+    const auto& columns = impl->table.columns();
+    if (st.columns.empty()) {
+        impl->fields = columns;
+        for (std::size_t i = 0; i < columns.size(); ++i) impl->fieldColumns.push_back(i);
+    } else {
+        for (const auto& name : st.columns) {
+            const int index = impl->table.findColumn(name);
+            if (index < 0) throw makeError(Failure::MissingParameter);
+            impl->fieldColumns.push_back(static_cast<std::size_t>(index));
+            impl->fields.push_back(columns[static_cast<std::size_t>(index)]);
+        }
+    }
+
+    NodePtr condition;
+    if (st.where) condition = Compiler(impl->table, st).compile(*st.where);
+
+    try {
+        Cursor cursor = impl->table.cursor();
+        if (!condition) {
+            std::size_t n = 0;
+            while (cursor.next()) ++n;
+            impl->count = n;
+        } else {
+            impl->filtered = true;
+            Evaluator eval(cursor, columns);
+            std::uint32_t ordinal = 0;
+            while (cursor.next()) {
+                if (eval.test(*condition) == Tri::True) impl->matches.push_back(ordinal);
+                ++ordinal;
+            }
+            impl->count = impl->matches.size();
+        }
+    } catch (const Error& e) {
+        if (e.number() < 0 || e.number() == 3704) throw;
+        throw throughProvider(e);
+    }
+    return RowSet(std::move(impl));
+}
+
+const std::vector<Column>& RowSet::fields() const noexcept { return impl_->fields; }
+std::size_t RowSet::recordCount() const noexcept { return impl_->count; }
+const std::string& RowSet::tableName() const noexcept { return impl_->name; }
+
+std::vector<Value> RowSet::row(std::size_t index) {
+    Impl& d = *impl_;
+    if (index >= d.count) throw makeError(Failure::NoCurrentRecord);
+    const std::uint64_t target = d.filtered ? d.matches[index] : index;
+    try {
+        if (!d.reader || !d.readerStarted || d.readerOrdinal > target) {
+            d.reader.emplace(d.table.cursor());
+            d.readerStarted = false;
+        }
+        while (!d.readerStarted || d.readerOrdinal < target) {
+            if (!d.reader->next()) {
+                // The table lost rows since the keyset was taken.
+                d.reader.reset();
+                throw makeError(Failure::NoCurrentRecord);
+            }
+            if (d.readerStarted) ++d.readerOrdinal;
+            else {
+                d.readerStarted = true;
+                d.readerOrdinal = 0;
+            }
+        }
+        std::vector<Value> values;
+        values.reserve(d.fieldColumns.size());
+        for (const std::size_t c : d.fieldColumns) values.push_back(d.reader->value(c));
+        return values;
+    } catch (const Error& e) {
+        if (e.number() < 0 || e.number() == 3021) throw;
+        throw throughProvider(e);
+    }
+}
+
+}  // namespace jet::sql

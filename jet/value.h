@@ -66,12 +66,13 @@ struct Guid {
 // "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" (the first three groups little-endian as Windows shows them).
 std::string formatGuid(const Guid& value);
 
-// Decimal: (-1)^negative * magnitude / 10^scale, magnitude a 96-bit unsigned integer.
+// Decimal: (-1)^negative * magnitude / 10^scale. The magnitude is stored in 128 bits; values the
+// engine writes fit in the low 96 (top is then 0).
 struct Decimal {
     bool negative = false;
     std::uint8_t scale = 0;
     std::uint8_t precision = 0;  // the column's declared precision (not needed to read the value)
-    std::uint32_t hi = 0, mid = 0, lo = 0;
+    std::uint32_t top = 0, hi = 0, mid = 0, lo = 0;
     friend bool operator==(const Decimal&, const Decimal&) = default;
 };
 // Exact digits, e.g. "-12.3400" for scale 4; "0" style values keep their scale ("0.00").

@@ -1,0 +1,314 @@
+// Opening a file: header page, password check, catalog.
+//
+// Header page (page 0): 00 01 00 00, the engine name at 4 ("Standard Jet DB" / "Standard ACE DB"),
+// the version byte at 0x14 (0 Jet 3, 1 Jet 4, 2 and up ACE). From 0x18 a region of 126 (Jet 3) or
+// 128 (Jet 4) bytes is hidden under a fixed RC4 keystream; unmasked it holds the sort order, the
+// code page (0x3C), the database key (0x3E; non-zero: all other pages are RC4-encrypted with
+// key XOR page number), the password (0x42; Jet 4 also XORs it with the creation date's whole days)
+// and the creation date (0x72).
+//
+// Catalog: MSysObjects has its definition on page 2. DAO's TableDefs are its rows of type 1
+// (local), 4 (ODBC link) and 6 (linked table) under the "Tables" container, enumerated in the
+// order of the ParentIdName index, which the engine keeps sorted by (ParentId, Name) in the
+// database's sort order.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <unordered_map>
+
+#include "jet/store.h"
+
+namespace jet {
+
+using namespace detail;
+
+namespace {
+
+// Walks the leaves of an index tree from the leftmost one along the "next" pointers and returns
+// the row pointers in key order. Empty when the tree cannot be read as expected; the caller then
+// falls back to sorting names itself.
+std::vector<RowId> indexRowOrder(Store& store, std::uint32_t root) {
+    const JetFormat& f = *store.fmt;
+    std::vector<RowId> rows;
+    std::uint32_t pageCount = store.channel->pageCount();
+    std::vector<bool> seen(pageCount, false);
+
+    auto entries = [&](const PageRef& page, auto&& onEntry) {
+        const std::uint8_t* p = page.data();
+        std::size_t prefix = u16(p + f.indexPrefixLength);
+        std::size_t last = 0;
+        std::vector<std::uint8_t> first;
+        std::vector<std::uint8_t> entry;
+        for (std::size_t i = 0; i < f.indexMaskLength; ++i) {
+            std::uint8_t m = p[f.indexMask + i];
+            if (!m) continue;
+            for (int bit = 0; bit < 8; ++bit) {
+                if (!(m & (1u << bit))) continue;
+                std::size_t end = i * 8 + static_cast<std::size_t>(bit);
+                if (end <= last || f.indexEntries + end > f.pageSize) return false;
+                const std::uint8_t* e = p + f.indexEntries + last;
+                std::size_t len = end - last;
+                if (first.empty()) {
+                    first.assign(e, e + len);
+                    entry = first;
+                } else {
+                    if (prefix > first.size()) return false;
+                    entry.assign(first.begin(), first.begin() + static_cast<std::ptrdiff_t>(prefix));
+                    entry.insert(entry.end(), e, e + len);
+                }
+                last = end;
+                if (!onEntry(entry)) return false;
+            }
+        }
+        return true;
+    };
+
+    std::uint32_t current = root;
+    // Descend to the leftmost leaf.
+    for (std::size_t depth = 0;; ++depth) {
+        if (current == 0 || current >= pageCount || depth > 64 || seen[current]) return {};
+        seen[current] = true;
+        PageRef page = store.page(current);
+        std::uint8_t type = page.data()[0];
+        if (type == kPageIndexLeaf) break;
+        if (type != kPageIndexNode) return {};
+        std::uint32_t child = 0;
+        bool ok = entries(page, [&](const std::vector<std::uint8_t>& e) {
+            if (e.size() < 8) return false;
+            child = u32be(e.data() + e.size() - 4);
+            return false;  // the first entry is enough
+        });
+        (void)ok;
+        if (child == 0) child = u32(page.data() + f.indexTail);
+        current = child;
+    }
+    std::fill(seen.begin(), seen.end(), false);
+    while (current != 0) {
+        if (current >= pageCount || seen[current]) return {};
+        seen[current] = true;
+        PageRef page = store.page(current);
+        if (page.data()[0] != kPageIndexLeaf) return {};
+        bool ok = entries(page, [&](const std::vector<std::uint8_t>& e) {
+            if (e.size() < 4) return false;
+            const std::uint8_t* t = e.data() + e.size() - 4;
+            std::uint32_t pg = (static_cast<std::uint32_t>(t[0]) << 16) | (static_cast<std::uint32_t>(t[1]) << 8) | t[2];
+            rows.push_back(RowId{pg, t[3]});
+            return true;
+        });
+        if (!ok) return {};
+        current = u32(page.data() + f.indexNext);
+    }
+    return rows;
+}
+
+std::string upperAscii(std::string_view s) {
+    std::string out(s);
+    for (auto& ch : out) {
+        if (ch >= 'a' && ch <= 'z') ch = static_cast<char>(ch - 32);
+    }
+    return out;
+}
+
+void readHeader(Store& store, int fd, const std::string& name) {
+    std::uint8_t head[4096];
+    std::memset(head, 0, sizeof head);
+    ssize_t got = ::pread(fd, head, sizeof head, 0);
+    if (got < 0) throw Error::noPermission(name);
+    if (static_cast<std::size_t>(got) < 0x80 + 0x18 || head[0] != 0x00 || head[1] != 0x01) {
+        throw Error::unrecognizedFormat(name);
+    }
+    bool jetName = std::memcmp(head + 4, kEngineJet, sizeof kEngineJet - 1) == 0;
+    bool aceName = std::memcmp(head + 4, kEngineAce, sizeof kEngineAce - 1) == 0;
+    if (!jetName && !aceName) throw Error::unrecognizedFormat(name);
+    int version = head[kHeaderVersionOffset];
+    switch (version) {
+        case 0: store.version = FormatVersion::Jet3; break;
+        case 1: store.version = FormatVersion::Jet4; break;
+        case 2: store.version = FormatVersion::Ace12; break;
+        case 3: case 4: case 5: case 6: store.version = FormatVersion::Ace14; break;
+        default: throw Error::unrecognizedFormat(name);
+    }
+    store.fmt = version == 0 ? &JetFormat::jet3Format() : &JetFormat::jet4Format();
+    const JetFormat& f = *store.fmt;
+    if (static_cast<std::size_t>(got) < f.pageSize) throw Error::unrecognizedFormat(name);
+
+    rc4(kHeaderMaskKey, sizeof kHeaderMaskKey, head + kHeaderMaskStart, f.headerMaskLength);
+    store.codePage = u16(head + kHeaderCodePage);
+    store.sortOrder = f.headerSortOrderSize == 2 ? u16(head + f.headerSortOrder) : u32(head + f.headerSortOrder);
+    std::uint32_t key = u32(head + kHeaderDatabaseKey);
+
+    // Password: non-zero after unmasking means protected. ACE keeps more here (its own
+    // encryption scheme) and is not checked this way.
+    if (version <= 1) {
+        std::uint8_t pwd[40];
+        std::memcpy(pwd, head + kHeaderPassword, f.passwordLength);
+        if (!f.jet3) {
+            double created;
+            std::memcpy(&created, head + kHeaderCreationDate, sizeof created);
+            std::uint32_t days = 0;
+            if (std::isfinite(created) && created > -2147483648.0 && created < 2147483648.0)
+                days = static_cast<std::uint32_t>(static_cast<std::int32_t>(created));
+            std::uint8_t mask[4] = {static_cast<std::uint8_t>(days), static_cast<std::uint8_t>(days >> 8),
+                                    static_cast<std::uint8_t>(days >> 16), static_cast<std::uint8_t>(days >> 24)};
+            for (std::size_t i = 0; i < f.passwordLength; ++i) pwd[i] ^= mask[i % 4];
+        }
+        bool protectedFile = false;
+        for (std::size_t i = 0; i < f.passwordLength; ++i) protectedFile |= pwd[i] != 0;
+        if (protectedFile) throw Error::badPassword();
+    }
+    if (key != 0 && version <= 1) {
+        store.encrypted = true;
+        store.channel->setDatabaseKey(key);
+    }
+}
+
+void loadCatalog(Store& store) {
+    auto layout = store.layout(kCatalogPage, "MSysObjects");
+    Table table(std::shared_ptr<Store>(std::shared_ptr<Store>{}, &store), layout);
+    int cId = table.findColumn("Id"), cParent = table.findColumn("ParentId"), cName = table.findColumn("Name"),
+        cType = table.findColumn("Type"), cFlags = table.findColumn("Flags"), cDb = table.findColumn("Database"),
+        cForeign = table.findColumn("ForeignName");
+    if (cId < 0 || cParent < 0 || cName < 0 || cType < 0) store.corrupt(kCatalogPage, 0, "catalog lacks its key columns");
+
+    auto asInt = [](const Value& v) -> std::int64_t {
+        if (auto p = v.getIf<std::int32_t>()) return *p;
+        if (auto p = v.getIf<std::int16_t>()) return *p;
+        if (auto p = v.getIf<std::uint8_t>()) return *p;
+        return 0;
+    };
+    Cursor cur = table.cursor();
+    while (cur.next()) {
+        CatalogEntry e;
+        e.id = static_cast<std::int32_t>(asInt(cur.value(static_cast<std::size_t>(cId))));
+        e.parentId = static_cast<std::int32_t>(asInt(cur.value(static_cast<std::size_t>(cParent))));
+        e.name = std::string(cur.text(static_cast<std::size_t>(cName)));
+        e.type = static_cast<std::int16_t>(asInt(cur.value(static_cast<std::size_t>(cType))));
+        if (cFlags >= 0) e.flags = static_cast<std::int32_t>(asInt(cur.value(static_cast<std::size_t>(cFlags))));
+        if (cDb >= 0) e.database = std::string(cur.text(static_cast<std::size_t>(cDb)));
+        if (cForeign >= 0) e.foreignName = std::string(cur.text(static_cast<std::size_t>(cForeign)));
+        store.catalog.push_back(std::move(e));
+        store.catalogRows.push_back(cur.rowId());
+    }
+
+    // Table definitions in ParentIdName order.
+    std::vector<std::size_t> chosen;
+    for (std::size_t i = 0; i < store.catalog.size(); ++i) {
+        const auto& e = store.catalog[i];
+        if (e.parentId == kTablesContainerId && (e.type == 1 || e.type == 4 || e.type == 6)) chosen.push_back(i);
+    }
+    std::vector<RowId> order;
+    for (const auto& ix : layout->indexes) {
+        if (sameName(ix.name, "ParentIdName") && ix.realIndex >= 0 &&
+            static_cast<std::size_t>(ix.realIndex) < layout->realIndexes.size()) {
+            order = indexRowOrder(store, layout->realIndexes[static_cast<std::size_t>(ix.realIndex)].rootPage);
+            break;
+        }
+    }
+    std::unordered_map<std::uint64_t, std::size_t> rank;
+    for (std::size_t i = 0; i < order.size(); ++i) {
+        rank.emplace((static_cast<std::uint64_t>(order[i].page) << 8) | order[i].row, i);
+    }
+    bool complete = !order.empty();
+    for (std::size_t i : chosen) {
+        const RowId& r = store.catalogRows[i];
+        if (!rank.count((static_cast<std::uint64_t>(r.page) << 8) | r.row)) complete = false;
+    }
+    if (complete) {
+        std::stable_sort(chosen.begin(), chosen.end(), [&](std::size_t a, std::size_t b) {
+            const RowId& ra = store.catalogRows[a];
+            const RowId& rb = store.catalogRows[b];
+            return rank[(static_cast<std::uint64_t>(ra.page) << 8) | ra.row] <
+                   rank[(static_cast<std::uint64_t>(rb.page) << 8) | rb.row];
+        });
+    } else {
+        std::stable_sort(chosen.begin(), chosen.end(), [&](std::size_t a, std::size_t b) {
+            return upperAscii(store.catalog[a].name) < upperAscii(store.catalog[b].name);
+        });
+    }
+    for (std::size_t i : chosen) {
+        const auto& e = store.catalog[i];
+        TableDefInfo t;
+        t.name = e.name;
+        t.id = e.id;
+        t.type = e.type;
+        t.attributes = e.flags;
+        if (e.type == 6) t.attributes |= kAttrAttachedTable;
+        if (e.type == 4) t.attributes |= kAttrAttachedODBC;
+        store.tableDefs.push_back(std::move(t));
+    }
+}
+
+}  // namespace
+
+Database::Database(std::shared_ptr<Store> store) : store_(std::move(store)) {}
+Database::Database(Database&&) noexcept = default;
+Database& Database::operator=(Database&&) noexcept = default;
+Database::~Database() = default;
+
+Database Database::open(const std::filesystem::path& path, const OpenOptions& options) {
+    std::string name = path.string();
+    if (name.empty()) throw Error(errc::kInvalidPath, "'' is not a valid path.  Make sure that the path name is spelled correctly and that you are connected to the server on which the file resides.");
+    int fd = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        if (errno == ENOENT || errno == ENOTDIR) throw Error::fileNotFound(name);
+        throw Error::noPermission(name);
+    }
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        ::close(fd);
+        if (S_ISDIR(st.st_mode))
+            throw Error(errc::kInvalidPath, "'" + name + "' is not a valid path.  Make sure that the path name is spelled correctly and that you are connected to the server on which the file resides.");
+        throw Error::noPermission(name);
+    }
+    auto store = std::make_shared<Store>();
+    store->path = name;
+    // The channel owns the descriptor from here on; the page size is fixed once the header is read.
+    std::uint8_t version = 0xFF;
+    if (::pread(fd, &version, 1, kHeaderVersionOffset) != 1) {
+        ::close(fd);
+        throw Error::unrecognizedFormat(name);
+    }
+    std::uint32_t pageSize = version == 0 ? 2048 : 4096;
+    store->channel = std::make_unique<PageChannel>(fd, name, static_cast<std::uint64_t>(st.st_size), pageSize,
+                                                   options.cacheBytes);
+    readHeader(*store, fd, name);
+    if (store->channel->pageCount() < 3) throw Error::notADatabase(name);
+    loadCatalog(*store);
+    return Database(std::move(store));
+}
+
+const std::string& Database::path() const noexcept { return store_->path; }
+FormatVersion Database::version() const noexcept { return store_->version; }
+std::uint32_t Database::pageSize() const noexcept { return store_->channel->pageSize(); }
+std::uint32_t Database::pageCount() const noexcept { return store_->channel->pageCount(); }
+std::uint16_t Database::codePage() const noexcept { return store_->codePage; }
+std::uint32_t Database::sortOrder() const noexcept { return store_->sortOrder; }
+bool Database::encrypted() const noexcept { return store_->encrypted; }
+const std::vector<CatalogEntry>& Database::catalog() const noexcept { return store_->catalog; }
+const std::vector<TableDefInfo>& Database::tableDefs() const noexcept { return store_->tableDefs; }
+
+bool Database::hasTable(std::string_view name) const noexcept {
+    for (const auto& t : store_->tableDefs) {
+        if (t.type == 1 && sameName(t.name, name)) return true;
+    }
+    return false;
+}
+
+Table Database::openTable(std::string_view name) const {
+    for (const auto& t : store_->tableDefs) {
+        if (t.type == 1 && sameName(t.name, name)) {
+            if (t.id <= 0 || static_cast<std::uint32_t>(t.id) >= store_->channel->pageCount())
+                store_->corrupt(kCatalogPage, 0, "table '" + t.name + "' has no definition page");
+            auto layout = store_->layout(static_cast<std::uint32_t>(t.id), t.name);
+            return Table(store_, layout);
+        }
+    }
+    throw Error::tableNotFound(std::string(name));
+}
+
+}  // namespace jet

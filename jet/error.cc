@@ -1,0 +1,45 @@
+#include "jet/error.h"
+
+namespace jet {
+
+Error::Error(std::int32_t number, std::string description, std::optional<PageLocation> where)
+    : std::runtime_error(description), number_(number), description_(std::move(description)), where_(where) {}
+
+Error Error::fileNotFound(const std::string& name) {
+    return Error(errc::kFileNotFound, "Could not find file '" + name + "'.");
+}
+
+Error Error::unrecognizedFormat(const std::string& name) {
+    return Error(errc::kUnrecognizedFormat, "Unrecognized database format '" + name + "'.");
+}
+
+Error Error::badPassword() { return Error(errc::kBadPassword, "Not a valid password."); }
+
+Error Error::noPermission(const std::string& name) {
+    return Error(errc::kNoPermission,
+                 "The Microsoft Jet database engine cannot open the file '" + name +
+                     "'.  It is already opened exclusively by another user, or you need permission to "
+                     "view its data.");
+}
+
+Error Error::tableNotFound(const std::string& name) {
+    return Error(errc::kTableNotFound,
+                 "The Microsoft Jet database engine cannot find the input table or query '" + name +
+                     "'.  Make sure it exists and that its name is spelled correctly.");
+}
+
+Error Error::notADatabase(const std::string& name) {
+    return Error(errc::kCannotOpen, "Cannot open database '" + name +
+                                        "'.  It may not be a database that your application recognizes, "
+                                        "or the file may be corrupt.");
+}
+
+Error Error::corrupt(const std::string& name, std::uint32_t page, std::uint32_t offset, const std::string& what) {
+    std::string text = "Cannot open database '" + name +
+                       "'.  It may not be a database that your application recognizes, or the file may be "
+                       "corrupt. (page " +
+                       std::to_string(page) + ", offset " + std::to_string(offset) + ": " + what + ")";
+    return Error(errc::kCannotOpen, std::move(text), PageLocation{page, offset});
+}
+
+}  // namespace jet

@@ -1,0 +1,172 @@
+#include "jet/json_export.h"
+
+#include <charconv>
+#include <cmath>
+
+#include "jet/database.h"
+#include "jet/table.h"
+
+namespace jet::json {
+
+void appendString(std::string& out, std::string_view text) {
+    static const char* hex = "0123456789abcdef";
+    out.push_back('"');
+    for (char ch : text) {
+        unsigned char c = static_cast<unsigned char>(ch);
+        switch (c) {
+            case '"': out += "\\\""; break;
+            case '\\': out += "\\\\"; break;
+            case '\n': out += "\\n"; break;
+            case '\r': out += "\\r"; break;
+            case '\t': out += "\\t"; break;
+            case '\b': out += "\\b"; break;
+            case '\f': out += "\\f"; break;
+            default:
+                if (c < 0x20) {
+                    out += "\\u00";
+                    out.push_back(hex[c >> 4]);
+                    out.push_back(hex[c & 15]);
+                } else {
+                    out.push_back(ch);
+                }
+        }
+    }
+    out.push_back('"');
+}
+
+std::string base64(const void* data, std::size_t size) {
+    static const char* table = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    const auto* p = static_cast<const unsigned char*>(data);
+    std::string out;
+    out.reserve((size + 2) / 3 * 4);
+    std::size_t i = 0;
+    for (; i + 2 < size; i += 3) {
+        unsigned v = (p[i] << 16) | (p[i + 1] << 8) | p[i + 2];
+        out.push_back(table[(v >> 18) & 63]);
+        out.push_back(table[(v >> 12) & 63]);
+        out.push_back(table[(v >> 6) & 63]);
+        out.push_back(table[v & 63]);
+    }
+    if (i + 1 == size) {
+        unsigned v = p[i] << 16;
+        out.push_back(table[(v >> 18) & 63]);
+        out.push_back(table[(v >> 12) & 63]);
+        out += "==";
+    } else if (i + 2 == size) {
+        unsigned v = (p[i] << 16) | (p[i + 1] << 8);
+        out.push_back(table[(v >> 18) & 63]);
+        out.push_back(table[(v >> 12) & 63]);
+        out.push_back(table[(v >> 6) & 63]);
+        out.push_back('=');
+    }
+    return out;
+}
+
+namespace {
+
+template <class F>
+void appendNumber(std::string& out, F x) {
+    if (!std::isfinite(x)) {
+        out += "null";
+        return;
+    }
+    char buf[64];
+    auto r = std::to_chars(buf, buf + sizeof buf, x);
+    out.append(buf, r.ptr);
+}
+
+struct ValueWriter {
+    std::string& out;
+    void operator()(std::monostate) { out += "null"; }
+    void operator()(bool b) { out += b ? "true" : "false"; }
+    void operator()(std::uint8_t x) { out += std::to_string(x); }
+    void operator()(std::int16_t x) { out += std::to_string(x); }
+    void operator()(std::int32_t x) { out += std::to_string(x); }
+    void operator()(Currency x) { appendString(out, formatCurrency(x)); }
+    void operator()(float x) { appendNumber(out, x); }
+    void operator()(double x) { appendNumber(out, x); }
+    void operator()(DateTime x) { appendString(out, formatDateTime(x)); }
+    void operator()(const std::string& s) { appendString(out, s); }
+    void operator()(const Bytes& b) {
+        out.push_back('"');
+        out += base64(b.data(), b.size());
+        out.push_back('"');
+    }
+    void operator()(const Guid& g) { appendString(out, formatGuid(g)); }
+    void operator()(const Decimal& d) { appendString(out, formatDecimal(d)); }
+};
+
+}  // namespace
+
+void appendValue(std::string& out, const Value& value) { std::visit(ValueWriter{out}, value.storage()); }
+
+std::string columnsLine(const Table& table) {
+    std::string out = "{\"columns\":[";
+    bool first = true;
+    for (const auto& c : table.columns()) {
+        if (!first) out.push_back(',');
+        first = false;
+        out += "{\"name\":";
+        appendString(out, c.name);
+        out += ",\"type\":";
+        appendString(out, typeName(c.type));
+        out += ",\"size\":";
+        out += std::to_string(c.size);
+        out.push_back('}');
+    }
+    out += "]}";
+    return out;
+}
+
+void appendRow(std::string& out, const Table& table, const Cursor& cursor) {
+    out.push_back('[');
+    std::size_t n = table.columns().size();
+    for (std::size_t i = 0; i < n; ++i) {
+        if (i) out.push_back(',');
+        appendValue(out, cursor.value(i));
+    }
+    out.push_back(']');
+}
+
+std::string errorLine(const Error& error) {
+    std::string out = "{\"error\":{\"number\":";
+    out += std::to_string(error.number());
+    out += ",\"description\":";
+    appendString(out, error.description());
+    out += "}}";
+    return out;
+}
+
+void writeTables(std::ostream& out, const Database& db) {
+    std::string line;
+    for (const auto& t : db.tableDefs()) {
+        std::size_t fields = 0;
+        std::uint64_t records = 0;
+        if (t.type == 1) {
+            Table table = db.openTable(t.name);
+            fields = table.fieldCount();
+            records = table.rowCount();
+        }
+        line = "{\"name\":";
+        appendString(line, t.name);
+        line += ",\"attributes\":" + std::to_string(t.attributes);
+        line += ",\"fields\":" + std::to_string(fields);
+        line += ",\"records\":" + std::to_string(records);
+        line += "}\n";
+        out << line;
+    }
+}
+
+void writeExport(std::ostream& out, const Table& table) {
+    out << columnsLine(table) << '\n';
+    Cursor cursor = table.cursor();
+    std::string line;
+    while (cursor.next()) {
+        line.clear();
+        appendRow(line, table, cursor);
+        line.push_back('\n');
+        out << line;
+    }
+}
+
+}  // namespace jet::json

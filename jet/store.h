@@ -1,0 +1,118 @@
+// Engine internals shared by the reader parts: the open file and parsed table definitions.
+// Not part of the public interface; include only from jet/ sources.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "jet/database.h"
+#include "jet/error.h"
+#include "jet/format.h"
+#include "jet/page_channel.h"
+#include "jet/table.h"
+
+namespace jet::detail {
+
+// Sanity limits: nothing a real database needs, everything a damaged one might claim.
+inline constexpr std::size_t kMaxTableDefPages = 256;         // a table definition's page chain
+inline constexpr std::size_t kMaxColumns = 4096;              // columns per table (Jet allows 255)
+inline constexpr std::size_t kMaxIndexes = 1024;
+inline constexpr std::size_t kMaxLongValueBytes = 256u << 20;  // one memo or OLE value
+inline constexpr std::size_t kMaxOverflowHops = 16;            // overflow pointer chain
+
+inline std::uint16_t u16(const std::uint8_t* p) noexcept {
+    return static_cast<std::uint16_t>(p[0] | (p[1] << 8));
+}
+inline std::uint32_t u24(const std::uint8_t* p) noexcept {
+    return static_cast<std::uint32_t>(p[0]) | (static_cast<std::uint32_t>(p[1]) << 8) |
+           (static_cast<std::uint32_t>(p[2]) << 16);
+}
+inline std::uint32_t u32(const std::uint8_t* p) noexcept {
+    return static_cast<std::uint32_t>(p[0]) | (static_cast<std::uint32_t>(p[1]) << 8) |
+           (static_cast<std::uint32_t>(p[2]) << 16) | (static_cast<std::uint32_t>(p[3]) << 24);
+}
+inline std::uint32_t u32be(const std::uint8_t* p) noexcept {
+    return (static_cast<std::uint32_t>(p[0]) << 24) | (static_cast<std::uint32_t>(p[1]) << 16) |
+           (static_cast<std::uint32_t>(p[2]) << 8) | static_cast<std::uint32_t>(p[3]);
+}
+
+struct TableLayout {
+    std::string name;
+    std::uint32_t tdefPage = 0;
+    std::uint32_t rowCount = 0;
+    std::uint32_t autoNumber = 0;
+    std::uint8_t tableType = 0;
+    std::uint16_t maxColumns = 0;
+    std::uint16_t varColumnCount = 0;
+    std::uint32_t ownedPagesMap = 0;  // row (low byte) + page (upper 3 bytes)
+    std::uint32_t freePagesMap = 0;
+    std::vector<Column> columns;      // in display order
+    std::vector<RealIndex> realIndexes;
+    std::vector<Index> indexes;
+};
+
+// The open file.
+class Store {
+public:
+    std::string path;
+    const JetFormat* fmt = nullptr;
+    FormatVersion version = FormatVersion::Jet4;
+    std::uint16_t codePage = 0;
+    std::uint32_t sortOrder = 0;
+    bool encrypted = false;
+    std::unique_ptr<PageChannel> channel;
+    std::vector<CatalogEntry> catalog;
+    std::vector<RowId> catalogRows;  // where each catalog entry lives
+    std::vector<TableDefInfo> tableDefs;
+
+    [[noreturn]] void corrupt(std::uint32_t page, std::size_t offset, const std::string& what) const {
+        throw Error::corrupt(path, page, static_cast<std::uint32_t>(offset), what);
+    }
+
+    PageRef page(std::uint32_t number) { return channel->page(number); }
+
+    // Parsed definition of the table whose TDEF starts at `tdefPage`; cached.
+    std::shared_ptr<const TableLayout> layout(std::uint32_t tdefPage, const std::string& name);
+
+private:
+    std::map<std::uint32_t, std::shared_ptr<const TableLayout>> layouts_;
+};
+
+// Parses the table definition chain starting at `tdefPage`.
+std::shared_ptr<const TableLayout> readTableLayout(Store& store, std::uint32_t tdefPage, const std::string& name);
+
+// Pages a usage map (row+page pointer) marks, in page order. Pages beyond the file are left out.
+std::vector<std::uint32_t> usageMapPages(Store& store, std::uint32_t mapPointer);
+
+// Bounds of row `row` on a data page: [start, end) within the page, plus the raw offset entry.
+struct RowBounds {
+    std::uint16_t start = 0;
+    std::uint16_t end = 0;
+    std::uint16_t flags = 0;
+};
+// Number of rows on a data page (checked against the page size).
+std::uint16_t dataPageRowCount(const Store& store, const PageRef& page);
+RowBounds dataRowBounds(const Store& store, const PageRef& page, std::uint16_t row);
+
+// Text conversions to UTF-8, appended to `out`.
+void appendUcs2(std::string& out, const std::uint8_t* data, std::size_t length);
+// Jet 4 text: UCS-2, or the compressed form starting FF FE.
+void appendJet4Text(std::string& out, const std::uint8_t* data, std::size_t length);
+// Jet 3 text in the database code page (1252 and anything else read as Windows-1252).
+void appendCodePageText(std::string& out, const std::uint8_t* data, std::size_t length, std::uint16_t codePage);
+void appendText(const Store& store, std::string& out, const std::uint8_t* data, std::size_t length);
+
+// Reads a memo/OLE value whose 12-byte field (and inline data) is `field`. `where` locates the
+// field for error texts. Appends the value's bytes to `out`.
+void readLongValue(Store& store, const std::uint8_t* field, std::size_t length, std::uint32_t page,
+                   std::size_t offset, std::string& out);
+
+// Case-insensitive comparison of names as the engine matches them.
+bool sameName(std::string_view a, std::string_view b) noexcept;
+
+}  // namespace jet::detail

@@ -1,0 +1,143 @@
+#include "jet/value.h"
+
+#include <cmath>
+#include <cstdio>
+
+namespace jet {
+
+std::string_view typeName(ColumnType type) noexcept {
+    switch (type) {
+        case ColumnType::Boolean: return "Boolean";
+        case ColumnType::Byte: return "Byte";
+        case ColumnType::Integer: return "Integer";
+        case ColumnType::Long: return "Long";
+        case ColumnType::Currency: return "Currency";
+        case ColumnType::Single: return "Single";
+        case ColumnType::Double: return "Double";
+        case ColumnType::DateTime: return "DateTime";
+        case ColumnType::Binary: return "Binary";
+        case ColumnType::Text: return "Text";
+        case ColumnType::OLE: return "OLE";
+        case ColumnType::Memo: return "Memo";
+        case ColumnType::GUID: return "GUID";
+        case ColumnType::Decimal: return "Decimal";
+        case ColumnType::Unknown: break;
+    }
+    return "Unknown";
+}
+
+namespace {
+
+// Days since 1970-01-01 to a civil date (proleptic Gregorian).
+void civilFromDays(long long z, int& y, int& m, int& d) noexcept {
+    z += 719468;
+    long long era = (z >= 0 ? z : z - 146096) / 146097;
+    long long doe = z - era * 146097;
+    long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+    long long yy = yoe + era * 400;
+    long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+    long long mp = (5 * doy + 2) / 153;
+    d = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
+    m = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
+    y = static_cast<int>(yy + (m <= 2 ? 1 : 0));
+}
+
+// Stored dates within years 100..9999: -657434 is 0100-01-01, 2958465 is 9999-12-31.
+constexpr double kMinDays = -657434.0;
+constexpr double kMaxDays = 2958465.999988426;
+
+}  // namespace
+
+CivilTime toCivil(DateTime value) noexcept {
+    double v = value.days;
+    if (!std::isfinite(v)) v = 0.0;
+    if (v < kMinDays) v = kMinDays;
+    if (v > kMaxDays) v = kMaxDays;
+    // Negative values: the integer part counts days backwards, the fraction is still the time.
+    double whole = std::trunc(v);
+    double frac = std::fabs(v - whole);
+    long long seconds = std::llround(frac * 86400.0);
+    long long day = static_cast<long long>(whole);
+    if (seconds >= 86400) {
+        seconds -= 86400;
+        day += (v < 0 ? -1 : 1);
+    }
+    CivilTime t;
+    // 1899-12-30 is 25569 days before 1970-01-01.
+    civilFromDays(day - 25569, t.year, t.month, t.day);
+    t.hour = static_cast<int>(seconds / 3600);
+    t.minute = static_cast<int>((seconds / 60) % 60);
+    t.second = static_cast<int>(seconds % 60);
+    return t;
+}
+
+std::string formatDateTime(DateTime value) {
+    CivilTime t = toCivil(value);
+    char buf[32];
+    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", t.year, t.month, t.day, t.hour, t.minute,
+                  t.second);
+    return buf;
+}
+
+std::string formatGuid(const Guid& g) {
+    const auto& b = g.bytes;
+    char buf[40];
+    std::snprintf(buf, sizeof buf, "{%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X}", b[3], b[2],
+                  b[1], b[0], b[5], b[4], b[7], b[6], b[8], b[9], b[10], b[11], b[12], b[13], b[14], b[15]);
+    return buf;
+}
+
+namespace {
+
+// Decimal digits of a 128-bit magnitude given as four 32-bit parts, most significant first.
+std::string digits128(std::uint32_t top, std::uint32_t hi, std::uint32_t mid, std::uint32_t lo) {
+    std::uint32_t parts[4] = {top, hi, mid, lo};
+    std::string out;
+    while (parts[0] != 0 || parts[1] != 0 || parts[2] != 0 || parts[3] != 0) {
+        std::uint64_t rem = 0;
+        for (auto& p : parts) {
+            std::uint64_t cur = (rem << 32) | p;
+            p = static_cast<std::uint32_t>(cur / 10);
+            rem = cur % 10;
+        }
+        out.push_back(static_cast<char>('0' + rem));
+    }
+    if (out.empty()) out = "0";
+    return std::string(out.rbegin(), out.rend());
+}
+
+std::string placePoint(const std::string& digits, unsigned scale, bool negative) {
+    std::string whole, frac;
+    if (scale == 0) {
+        whole = digits;
+    } else if (digits.size() > scale) {
+        whole = digits.substr(0, digits.size() - scale);
+        frac = digits.substr(digits.size() - scale);
+    } else {
+        whole = "0";
+        frac = std::string(scale - digits.size(), '0') + digits;
+    }
+    bool zero = digits.find_first_not_of('0') == std::string::npos;
+    std::string out;
+    if (negative && !zero) out = "-";
+    out += whole;
+    if (!frac.empty()) {
+        out += ".";
+        out += frac;
+    }
+    return out;
+}
+
+}  // namespace
+
+std::string formatDecimal(const Decimal& value) {
+    return placePoint(digits128(value.top, value.hi, value.mid, value.lo), value.scale, value.negative);
+}
+
+std::string formatCurrency(Currency value) {
+    bool negative = value.scaled < 0;
+    std::uint64_t mag = negative ? 0 - static_cast<std::uint64_t>(value.scaled) : static_cast<std::uint64_t>(value.scaled);
+    return placePoint(std::to_string(mag), 4, negative);
+}
+
+}  // namespace jet

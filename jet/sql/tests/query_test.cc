@@ -1,0 +1,198 @@
+#include "jet/sql/query.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "jet/sql/errors.h"
+#include "jet/sql/text.h"
+
+namespace jet::sql {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Every test reads its own copy of the suite's central database.
+class QueryTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir_ = fs::temp_directory_path() /
+               ("qx_sql_query_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "_" +
+                ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        fs::create_directories(dir_);
+        path_ = dir_ / "Office.mdb";
+        fs::copy_file(fs::path(QX_SHARED_DIR) / "fixtures/suite/drive_c/KELDATA/Office.mdb", path_,
+                      fs::copy_options::overwrite_existing);
+        db_ = std::make_unique<Database>(Database::open(path_));
+    }
+    void TearDown() override {
+        db_.reset();
+        fs::remove_all(dir_);
+    }
+
+    RowSet run(std::string_view sql) { return RowSet::open(*db_, sql); }
+
+    std::pair<std::int32_t, std::string> failure(std::string_view sql) {
+        try {
+            run(sql);
+        } catch (const Error& e) {
+            return {e.number(), e.description()};
+        }
+        return {0, ""};
+    }
+
+    // Counts rows by walking the table directly, with `keep` deciding on the cursor's row.
+    template <class Pred>
+    std::size_t countDirect(std::string_view table, Pred keep) {
+        const Table t = db_->openTable(table);
+        Cursor c = t.cursor();
+        std::size_t n = 0;
+        while (c.next())
+            if (keep(t, c)) ++n;
+        return n;
+    }
+
+    static bool contains(std::string_view haystack, std::string_view needle) {
+        return upper(haystack).find(upper(needle)) != std::string::npos;
+    }
+
+    fs::path dir_, path_;
+    std::unique_ptr<Database> db_;
+};
+
+TEST_F(QueryTest, WholeTableHasAllFieldsAndTheTrueCount) {
+    RowSet rs = run("Select * from Property");
+    const Table t = db_->openTable("Property");
+    EXPECT_EQ(rs.fields().size(), t.fieldCount());
+    EXPECT_EQ(rs.recordCount(), t.countRows());
+    EXPECT_GT(rs.recordCount(), 0u);
+    EXPECT_EQ(rs.tableName(), "Property");
+}
+
+TEST_F(QueryTest, ContainmentSearchMatchesADirectScan) {
+    RowSet rs = run("SELECT * FROM Property WHERE UCASE(CITY) LIKE '%YORK%'");
+    const std::size_t expected = countDirect("Property", [](const Table& t, const Cursor& c) {
+        const auto col = static_cast<std::size_t>(t.findColumn("City"));
+        return !c.isNull(col) && contains(c.text(col), "york");
+    });
+    EXPECT_EQ(rs.recordCount(), expected);
+    EXPECT_GT(expected, 0u);
+    // Every row handed out satisfies the condition.
+    const auto city = static_cast<std::size_t>(db_->openTable("Property").findColumn("City"));
+    for (std::size_t i = 0; i < rs.recordCount(); ++i) {
+        const auto row = rs.row(i);
+        EXPECT_TRUE(contains(row[city].get<std::string>(), "YORK")) << i;
+    }
+}
+
+TEST_F(QueryTest, RowsCanBeReadInAnyOrder) {
+    RowSet rs = run("SELECT * FROM Invoice WHERE UCASE(FILENUMBER) LIKE '%A%'");
+    ASSERT_GT(rs.recordCount(), 3u);
+    const auto last = rs.row(rs.recordCount() - 1);
+    const auto first = rs.row(0);
+    const auto second = rs.row(1);
+    EXPECT_EQ(rs.row(rs.recordCount() - 1), last);
+    EXPECT_EQ(rs.row(0), first);
+    EXPECT_NE(first, second);
+    try {
+        rs.row(rs.recordCount());
+        ADD_FAILURE() << "no error past the end";
+    } catch (const Error& e) {
+        EXPECT_EQ(e.number(), 3021);
+    }
+}
+
+TEST_F(QueryTest, NullNeverMatchesLikeNorNotLike) {
+    const std::size_t all = run("SELECT * FROM Invoice").recordCount();
+    const std::size_t like = run("SELECT * FROM Invoice WHERE check1 LIKE '%'").recordCount();
+    const std::size_t notLike = run("SELECT * FROM Invoice WHERE check1 NOT LIKE '%'").recordCount();
+    const std::size_t nulls = run("SELECT * FROM Invoice WHERE check1 IS NULL").recordCount();
+    EXPECT_GT(nulls, 0u);
+    EXPECT_EQ(notLike, 0u);
+    EXPECT_EQ(like + nulls, all);
+    // NOT of an unknown stays unknown.
+    EXPECT_EQ(run("SELECT * FROM Invoice WHERE NOT (check1 LIKE '%1%')").recordCount() +
+                  run("SELECT * FROM Invoice WHERE check1 LIKE '%1%'").recordCount() + nulls,
+              all);
+}
+
+TEST_F(QueryTest, ThreeValuedOr) {
+    // Null OR True is True; Null OR False is unknown.
+    const std::size_t all = run("SELECT * FROM Invoice").recordCount();
+    EXPECT_EQ(run("SELECT * FROM Invoice WHERE check1 LIKE 'zz' OR InvoiceID > 0").recordCount(), all);
+    EXPECT_EQ(run("SELECT * FROM Invoice WHERE check1 LIKE 'zz' OR InvoiceID < 0").recordCount(), 0u);
+}
+
+TEST_F(QueryTest, DatesAreMatchedInTheirShortDateText) {
+    const std::size_t n = run("SELECT * FROM Invoice WHERE UCASE(INVOICEDATE) LIKE '%/2006%'").recordCount();
+    const std::size_t expected = countDirect("Invoice", [](const Table& t, const Cursor& c) {
+        const auto col = static_cast<std::size_t>(t.findColumn("InvoiceDate"));
+        if (c.isNull(col)) return false;
+        return toCivil(c.value(col).get<DateTime>()).year == 2006;
+    });
+    EXPECT_EQ(n, expected);
+    EXPECT_GT(n, 0u);
+    // The ISO form is not how Jet writes a date.
+    EXPECT_EQ(run("SELECT * FROM Invoice WHERE InvoiceDate LIKE '2006-%'").recordCount(), 0u);
+}
+
+TEST_F(QueryTest, NumbersAndCurrencyAreMatchedAsText) {
+    const std::size_t n = run("SELECT * FROM ClientFee WHERE Fee LIKE '%.5%'").recordCount();
+    const std::size_t expected = countDirect("ClientFee", [](const Table& t, const Cursor& c) {
+        const auto col = static_cast<std::size_t>(t.findColumn("Fee"));
+        return !c.isNull(col) && toText(c.value(col)).find(".5") != std::string::npos;
+    });
+    EXPECT_EQ(n, expected);
+    EXPECT_EQ(run("SELECT * FROM Property WHERE PropertyID LIKE '1_'").recordCount(), 10u);
+}
+
+TEST_F(QueryTest, ComparisonsOfNumbersAndText) {
+    EXPECT_EQ(run("SELECT * FROM Property WHERE PropertyID <= 10").recordCount(), 10u);
+    EXPECT_EQ(run("SELECT * FROM Property WHERE PropertyID = 3 OR PropertyID = 4").recordCount(), 2u);
+    const std::size_t ab = run("SELECT * FROM Users WHERE UserName = 'ADMIN'").recordCount();
+    EXPECT_EQ(ab, 1u);
+}
+
+TEST_F(QueryTest, SelectedColumnsOnly) {
+    RowSet rs = run("SELECT City, [Zip] FROM Property AS p WHERE p.PropertyID = 1");
+    ASSERT_EQ(rs.fields().size(), 2u);
+    EXPECT_EQ(rs.fields()[0].name, "City");
+    ASSERT_EQ(rs.recordCount(), 1u);
+    EXPECT_EQ(rs.row(0).size(), 2u);
+}
+
+TEST_F(QueryTest, MissingTable) {
+    const auto [n, text] = failure("SELECT * FROM Invoices WHERE UCASE(FILENUMBER) LIKE '%A%'");
+    EXPECT_EQ(n, -2147217865);
+    EXPECT_EQ(text, "The Microsoft Jet database engine cannot find the input table or query 'Invoices'.  "
+                    "Make sure it exists and that its name is spelled correctly.");
+}
+
+TEST_F(QueryTest, UnknownColumnIsAParameterWithoutValue) {
+    const auto [n, text] = failure("SELECT * FROM Property WHERE UCASE(STATE) LIKE '%NY%'");
+    EXPECT_EQ(n, -2147217904);
+    EXPECT_EQ(text, "No value given for one or more required parameters.");
+    EXPECT_EQ(failure("SELECT * FROM Property WHERE x.City = 'a'").first, -2147217904);
+    EXPECT_EQ(failure("SELECT Nope FROM Property").first, -2147217904);
+}
+
+TEST_F(QueryTest, TypeMismatch) {
+    const auto [n, text] = failure("SELECT * FROM Property WHERE PropertyID = 'a'");
+    EXPECT_EQ(n, -2147217913);
+    EXPECT_EQ(text, "Data type mismatch in criteria expression.");
+    EXPECT_EQ(failure("SELECT * FROM Invoice WHERE InvoiceDate = '11/20/2006'").first, -2147217913);
+}
+
+TEST_F(QueryTest, DropTableIsCheckedButNotRun) {
+    EXPECT_EQ(failure("DROP TABLE Nowhere").second, "Table 'Nowhere' does not exist.");
+    EXPECT_EQ(failure("DROP TABLE Property").first, -2147467263);
+    EXPECT_TRUE(db_->hasTable("Property"));
+}
+
+TEST_F(QueryTest, SyntaxErrorsComeBeforeTheTableIsLookedUp) {
+    EXPECT_EQ(failure("SELECT * FROM Nowhere WHERE a LIKE '%O'B%'").first, -2147217900);
+}
+
+}  // namespace
+}  // namespace jet::sql

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "platform/system.h"
@@ -54,6 +55,12 @@ struct Globals {
 
     // Last memory snapshot, fields as signed 32-bit numbers.
     platform::MemoryStatus memory{};
+
+    // Screen.MousePointer as shared routines set it (ErrorReport sets the hourglass, 11). The shell
+    // installs onScreenMousePointer to pass the value on to its screen; setScreenMousePointer in
+    // common/modmaster.h keeps both in step.
+    int screenMousePointer = 0;
+    std::function<void(int)> onScreenMousePointer;
 
     // The action code that CheckDirPresent keeps without acting on it (a Single in the original).
     float lastDirCheckAction = 0.0f;

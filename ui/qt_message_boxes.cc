@@ -65,6 +65,7 @@ Answer answerWithoutButton(Buttons buttons) {
 }
 
 Answer QtMessageBoxes::show(std::string_view title, std::string_view text, Buttons buttons, Icon icon) {
+    if (before_) before_();
     QMessageBox box(boxIcon(icon), q(title), q(text), standardButtons(buttons), QApplication::activeWindow());
     box.setObjectName("msgbox");
     box.setTextFormat(Qt::PlainText);  // the program's texts, never markup

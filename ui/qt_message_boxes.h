@@ -20,9 +20,12 @@ public:
                           platform::Icon icon) override;
 
     void setShownHook(ShownHook hook) { hook_ = std::move(hook); }
+    // Called before each box comes up, so the windows behind it show the program's state so far.
+    void setBeforeShow(std::function<void()> before) { before_ = std::move(before); }
 
 private:
     ShownHook hook_;
+    std::function<void()> before_;
 };
 
 // The answer a box gives when it is closed without a button (Escape or the frame): Cancel where the

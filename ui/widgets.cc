@@ -11,6 +11,8 @@
 #include <QRadioButton>
 #include <QTableView>
 
+#include <climits>
+
 #include "ui/control_name.h"
 
 namespace qx::ui {
@@ -91,16 +93,29 @@ QTableView* makeGrid(QWidget* parent, std::string_view n) {
 
 GridTableModel* gridModel(QTableView* grid) { return static_cast<GridTableModel*>(grid->model()); }
 
-void GridTableModel::setContent(std::vector<std::string> columns, std::vector<std::vector<std::string>> rows) {
-    if (columns == columns_ && rows == rows_) return;
+void GridTableModel::setSource(std::vector<std::string> columns, std::size_t rows, RowFetcher fetch) {
     beginResetModel();
     columns_ = std::move(columns);
-    rows_ = std::move(rows);
+    rows_ = fetch ? rows : 0;
+    fetch_ = std::move(fetch);
+    haveCached_ = false;
+    cached_.clear();
     endResetModel();
 }
 
+std::vector<std::string> GridTableModel::rowTexts(std::size_t row) const {
+    if (row >= rows_) return {};
+    if (!haveCached_ || cachedRow_ != row) {
+        cached_ = fetch_(row);
+        cachedRow_ = row;
+        haveCached_ = true;
+    }
+    return cached_;
+}
+
 int GridTableModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : static_cast<int>(rows_.size());
+    if (parent.isValid()) return 0;
+    return rows_ > static_cast<std::size_t>(INT_MAX) ? INT_MAX : static_cast<int>(rows_);
 }
 
 int GridTableModel::columnCount(const QModelIndex& parent) const {
@@ -108,18 +123,20 @@ int GridTableModel::columnCount(const QModelIndex& parent) const {
 }
 
 QVariant GridTableModel::data(const QModelIndex& index, int role) const {
-    if (role != Qt::DisplayRole || !index.isValid()) return {};
+    if (role != Qt::DisplayRole || !index.isValid() || index.row() < 0 || index.column() < 0) return {};
     const auto r = static_cast<std::size_t>(index.row());
     const auto c = static_cast<std::size_t>(index.column());
-    if (r >= rows_.size() || c >= rows_[r].size()) return {};
-    return q(rows_[r][c]);
+    if (r >= rows_) return {};
+    rowTexts(r);
+    if (c >= cached_.size()) return {};
+    return q(cached_[c]);
 }
 
 QVariant GridTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (role != Qt::DisplayRole) return {};
     if (orientation == Qt::Vertical) return {};
     const auto c = static_cast<std::size_t>(section);
-    return c < columns_.size() ? QVariant(q(columns_[c])) : QVariant();
+    return section >= 0 && c < columns_.size() ? QVariant(q(columns_[c])) : QVariant();
 }
 
 }  // namespace qx::ui

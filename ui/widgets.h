@@ -7,6 +7,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -41,15 +42,17 @@ QListWidget* makeList(QWidget* parent, std::string_view name, std::optional<int>
 QProgressBar* makeProgress(QWidget* parent, std::string_view name);
 QTableView* makeGrid(QWidget* parent, std::string_view name);
 
-// The rows a data grid shows: column names and the displayed texts, read only. The grid's editing
-// permissions are kept by the form model; the view never writes back to a database.
+// The rows a data grid shows, read from its source on demand (a table may hold many thousand rows;
+// only the rows on screen are fetched). Read only: the grid's editing permissions are kept by the
+// form model, and the view never writes back to a database.
 class GridTableModel final : public QAbstractTableModel {
 public:
+    using RowFetcher = std::function<std::vector<std::string>(std::size_t row)>;
     using QAbstractTableModel::QAbstractTableModel;
 
-    // Replaces the whole content; a no-op when nothing changed, so a periodic re-sync keeps the
-    // user's scroll position and selection.
-    void setContent(std::vector<std::string> columns, std::vector<std::vector<std::string>> rows);
+    // Replaces the whole content: column names, the number of rows and how to read one row.
+    void setSource(std::vector<std::string> columns, std::size_t rows, RowFetcher fetch);
+    void clear() { setSource({}, 0, {}); }
 
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
     int columnCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -57,11 +60,18 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
 
     const std::vector<std::string>& columns() const { return columns_; }
-    const std::vector<std::vector<std::string>>& rows() const { return rows_; }
+    std::size_t rows() const { return rows_; }
+    // The displayed texts of one row ({} outside the table).
+    std::vector<std::string> rowTexts(std::size_t row) const;
 
 private:
     std::vector<std::string> columns_;
-    std::vector<std::vector<std::string>> rows_;
+    std::size_t rows_ = 0;
+    RowFetcher fetch_;
+    // The last row read: a row is drawn cell by cell, so one fetch serves all its cells.
+    mutable std::size_t cachedRow_ = 0;
+    mutable std::vector<std::string> cached_;
+    mutable bool haveCached_ = false;
 };
 
 // The model behind a grid made by makeGrid.

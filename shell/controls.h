@@ -29,6 +29,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/listmodel.h"
 #include "platform/system.h"
 #include "shell/notifier.h"
 
@@ -268,8 +269,9 @@ private:
     std::string text_, designText_;
 };
 
-// The lines of a list box, with VB's ListIndex / Selected rules.
-class ListBox : public Control {
+// The lines of a list box, with VB's ListIndex / Selected rules. The shared list routines reach it
+// through ListModel.
+class ListBox : public Control, public ListModel {
 public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::ListBox; }
@@ -278,27 +280,27 @@ public:
     int multiSelect() const noexcept { return multiSelect_; }
     void setMultiSelect(int mode) noexcept { multiSelect_ = mode; }
 
-    std::size_t listCount() const noexcept { return items_.size(); }
+    std::size_t listCount() const noexcept override { return items_.size(); }
     const std::vector<std::string>& items() const noexcept { return items_; }
     // VB's List(i): "" for an index outside the list.
-    std::string list(int index) const;
+    std::string list(int index) const override;
     // Appends, or inserts before `index` (0..count); error 5 for another index.
-    void addItem(std::string item, int index = -1);
+    void addItem(std::string item, int index = -1) override;
     void removeItem(int index);
-    void clear();
+    void clear() override;
 
     // -1 when no line is current. Setting a different line raises Click; error 380 outside
     // -1..count-1. In a single-selection list the current line is the selected one.
-    int listIndex() const noexcept { return listIndex_; }
-    void setListIndex(int index);
+    int listIndex() const noexcept override { return listIndex_; }
+    void setListIndex(int index) override;
     // VB's Text: the current line, "" when none.
     std::string text() const { return list(listIndex_); }
 
     // Selected(i); error 381 outside 0..count-1. Setting it on a single-selection list moves the
     // current line there (true) or away (false); on a multi-selection list it marks the line and
     // makes it current. Raises Click when something changed.
-    bool selected(int index) const;
-    void setSelected(int index, bool selected);
+    bool selected(int index) const override;
+    void setSelected(int index, bool selected) override;
     std::vector<int> selectedIndexes() const;
 
     // Design-time look that the program changes at run time: 0 flat, 1 3-D.
@@ -310,7 +312,7 @@ public:
     void setHeight(int twips);
 
     // VB's Refresh: repaints. The list is always up to date here; views get a change notice.
-    void refresh() { touch(); }
+    void refresh() override { touch(); }
 
     // The user clicks a line: it becomes current (single selection), or is toggled (simple
     // multi-selection) or becomes the only selected line (extended); Click is raised.

@@ -1,9 +1,11 @@
 #include "jet/sql/query.h"
 
+#include <algorithm>
 #include <cmath>
 #include <optional>
 #include <string>
 
+#include "jet/sql/column_cache.h"
 #include "jet/sql/errors.h"
 #include "jet/sql/parser.h"
 #include "jet/sql/text.h"
@@ -383,6 +385,106 @@ private:
     std::string folded_;
 };
 
+// The column under any UCASE / LCASE wrapping, or null when the subject is something else.
+const Node* likeColumn(const Node& subject) {
+    const Node* n = &subject;
+    while (n->op == Node::Op::Upper || n->op == Node::Op::Lower) n = n->kids[0].get();
+    return n->op == Node::Op::Column ? n : nullptr;
+}
+
+// Can the condition be decided from the folded text of its columns alone? That holds for
+// AND / OR / NOT over LIKE tests of a (possibly upper- or lower-cased) column against a constant
+// pattern and IS NULL tests of a column: case never matters to LIKE, so the folded text is all
+// it needs. Collects the columns.
+bool likeOnly(const Node& n, std::vector<std::size_t>& columns) {
+    switch (n.op) {
+        case Node::Op::And:
+        case Node::Op::Or:
+        case Node::Op::Not:
+            for (const auto& k : n.kids)
+                if (!likeOnly(*k, columns)) return false;
+            return true;
+        case Node::Op::Like: {
+            if (!n.pattern) return false;
+            const Node* col = likeColumn(*n.kids[0]);
+            if (!col) return false;
+            columns.push_back(col->column);
+            return true;
+        }
+        case Node::Op::IsNull:
+            if (n.kids[0]->op != Node::Op::Column) return false;
+            columns.push_back(n.kids[0]->column);
+            return true;
+        case Node::Op::Const: return n.type != Type::Text && n.type != Type::Binary;
+        default: return false;
+    }
+}
+
+using CachedColumns = std::vector<std::shared_ptr<const detail::TextColumn>>;
+
+Tri testCached(const Node& n, std::size_t row, const CachedColumns& data) {
+    switch (n.op) {
+        case Node::Op::And: {
+            const Tri a = testCached(*n.kids[0], row, data);
+            if (a == Tri::False) return Tri::False;
+            const Tri b = testCached(*n.kids[1], row, data);
+            if (b == Tri::False) return Tri::False;
+            return (a == Tri::Null || b == Tri::Null) ? Tri::Null : Tri::True;
+        }
+        case Node::Op::Or: {
+            const Tri a = testCached(*n.kids[0], row, data);
+            if (a == Tri::True) return Tri::True;
+            const Tri b = testCached(*n.kids[1], row, data);
+            if (b == Tri::True) return Tri::True;
+            return (a == Tri::Null || b == Tri::Null) ? Tri::Null : Tri::False;
+        }
+        case Node::Op::Not: return notTri(testCached(*n.kids[0], row, data));
+        case Node::Op::Like: {
+            const Node* ref = likeColumn(*n.kids[0]);
+            if (!ref) return Tri::Null;  // excluded by likeOnly
+            const auto& col = *data[ref->column];
+            if (col.nulls[row]) return Tri::Null;
+            return n.pattern->matchesFolded(col.text(row)) != n.negated ? Tri::True : Tri::False;
+        }
+        case Node::Op::IsNull:
+            return (data[n.kids[0]->column]->nulls[row] != 0) != n.negated ? Tri::True : Tri::False;
+        case Node::Op::Const:
+            if (n.type == Type::Null) return Tri::Null;
+            return n.constant.number != 0 ? Tri::True : Tri::False;
+        default: return Tri::Null;  // excluded by likeOnly
+    }
+}
+
+// Reads the folded LIKE text of `wanted` columns for every row of the table in one scan.
+// Returns false (and builds nothing) when the text would not fit the cache.
+bool buildColumns(const Table& table, const std::vector<std::size_t>& wanted, CachedColumns& out) {
+    const auto& columns = table.columns();
+    std::vector<std::shared_ptr<detail::TextColumn>> built;
+    for (std::size_t i = 0; i < wanted.size(); ++i) built.push_back(std::make_shared<detail::TextColumn>());
+    std::size_t total = 0;
+    Cursor cursor = table.cursor();
+    while (cursor.next()) {
+        for (std::size_t i = 0; i < wanted.size(); ++i) {
+            const std::size_t c = wanted[i];
+            detail::TextColumn& col = *built[i];
+            const std::size_t before = col.folded.size();
+            if (cursor.isNull(c)) {
+                col.nulls.push_back(1);
+            } else {
+                col.nulls.push_back(0);
+                const ColumnType t = columns[c].type;
+                if (t == ColumnType::Text || t == ColumnType::Memo) appendUpper(col.folded, cursor.text(c));
+                else appendUpper(col.folded, toText(cursor.value(c)));
+            }
+            total += col.folded.size() - before + 5;
+            if (total > detail::ColumnCache::kBudgetBytes) return false;
+            col.ends.push_back(static_cast<std::uint32_t>(col.folded.size()));
+        }
+    }
+    for (std::size_t i = 0; i < wanted.size(); ++i) out[wanted[i]] = std::move(built[i]);
+    return true;
+}
+
 }  // namespace
 
 struct RowSet::Impl {
@@ -438,12 +540,52 @@ RowSet RowSet::open(const Database& db, std::string_view sql) {
     if (st.where) condition = Compiler(impl->table, st).compile(*st.where);
 
     try {
-        Cursor cursor = impl->table.cursor();
+        const std::uint32_t page = impl->table.definitionPage();
+        const std::optional<detail::FileStamp> stamp = detail::stampOf(db.path());
+        auto& cache = detail::ColumnCache::instance();
+        std::vector<std::size_t> likeColumns;
         if (!condition) {
+            if (const auto cached = stamp ? cache.findRowCount(*stamp, page) : std::nullopt) {
+                impl->count = *cached;
+                return RowSet(std::move(impl));
+            }
+            Cursor cursor = impl->table.cursor();
             std::size_t n = 0;
             while (cursor.next()) ++n;
             impl->count = n;
-        } else {
+            if (stamp && detail::settled(*stamp) && detail::stampOf(db.path()) == stamp)
+                cache.storeRowCount(*stamp, page, n);
+            return RowSet(std::move(impl));
+        }
+        impl->filtered = true;
+        if (stamp && likeOnly(*condition, likeColumns)) {
+            CachedColumns data(columns.size());
+            std::vector<std::size_t> missing;
+            for (const std::size_t c : likeColumns) {
+                if (data[c]) continue;
+                data[c] = cache.findColumn(*stamp, page, columns[c].name);
+                if (!data[c] && std::find(missing.begin(), missing.end(), c) == missing.end())
+                    missing.push_back(c);
+            }
+            bool ready = missing.empty();
+            if (!ready && buildColumns(impl->table, missing, data)) {
+                ready = true;
+                if (detail::settled(*stamp) && detail::stampOf(db.path()) == stamp) {
+                    for (const std::size_t c : missing) cache.storeColumn(*stamp, page, columns[c].name, data[c]);
+                }
+            }
+            std::size_t rows = ready ? data[likeColumns[0]]->rows() : 0;
+            for (const std::size_t c : likeColumns) ready = ready && data[c]->rows() == rows;
+            if (ready) {
+                for (std::size_t r = 0; r < rows; ++r)
+                    if (testCached(*condition, r, data) == Tri::True)
+                        impl->matches.push_back(static_cast<std::uint32_t>(r));
+                impl->count = impl->matches.size();
+                return RowSet(std::move(impl));
+            }
+        }
+        {
+            Cursor cursor = impl->table.cursor();
             impl->filtered = true;
             Evaluator eval(cursor, columns);
             std::uint32_t ordinal = 0;

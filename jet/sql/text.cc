@@ -168,12 +168,20 @@ char32_t upperChar(char32_t c) noexcept {
 }
 
 void appendUpper(std::string& out, std::string_view text) {
+    // Runs of ASCII, by far the most common text, are folded in place without per-byte appends.
     std::size_t pos = 0;
     while (pos < text.size()) {
-        const auto b = static_cast<unsigned char>(text[pos]);
-        if (b < 0x80) {
-            out.push_back(static_cast<char>(b >= 'a' && b <= 'z' ? b - 0x20 : b));
-            ++pos;
+        std::size_t run = pos;
+        while (run < text.size() && static_cast<unsigned char>(text[run]) < 0x80) ++run;
+        if (run > pos) {
+            const std::size_t at = out.size();
+            out.resize(at + (run - pos));
+            char* dst = out.data() + at;
+            for (std::size_t i = pos; i < run; ++i) {
+                const char c = text[i];
+                *dst++ = (c >= 'a' && c <= 'z') ? static_cast<char>(c - 0x20) : c;
+            }
+            pos = run;
             continue;
         }
         appendUtf8(out, upperChar(decodeUtf8(text, pos)));

@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
+#include "jet/sql/column_cache.h"
 #include "jet/sql/errors.h"
 #include "jet/sql/text.h"
 
@@ -192,6 +195,61 @@ TEST_F(QueryTest, DropTableIsCheckedButNotRun) {
 
 TEST_F(QueryTest, SyntaxErrorsComeBeforeTheTableIsLookedUp) {
     EXPECT_EQ(failure("SELECT * FROM Nowhere WHERE a LIKE '%O'B%'").first, -2147217900);
+}
+
+// The file was last written long ago, so what is read from it may be kept.
+void age(const fs::path& path) {
+    fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::hours(1));
+}
+
+TEST_F(QueryTest, KeptColumnTextGivesTheSameRowsAsReadingThePages) {
+    age(path_);
+    detail::ColumnCache::instance().clear();
+    const std::string condition = "UCASE(CITY) LIKE '%YORK%' AND (ZIP LIKE '%1%' OR NOT ST LIKE 'N_')";
+    RowSet first = run("SELECT * FROM Property WHERE " + condition);   // reads the pages, keeps the text
+    RowSet second = run("SELECT * FROM Property WHERE " + condition);  // from the kept text
+    // A comparison makes the condition need the values themselves, so the pages are read.
+    RowSet direct = run("SELECT * FROM Property WHERE PropertyID > -1 AND " + condition);
+    ASSERT_GT(first.recordCount(), 0u);
+    EXPECT_EQ(second.recordCount(), first.recordCount());
+    EXPECT_EQ(direct.recordCount(), first.recordCount());
+    for (std::size_t i = 0; i < first.recordCount(); ++i) {
+        const auto a = first.row(i);
+        EXPECT_EQ(second.row(i), a);
+        EXPECT_EQ(direct.row(i), a);
+    }
+}
+
+TEST_F(QueryTest, AChangedFileIsReadAgain) {
+    age(path_);
+    detail::ColumnCache::instance().clear();
+    const std::string sql = "SELECT * FROM Property WHERE UCASE(CITY) LIKE '%YORK%'";
+    const std::size_t before = run(sql).recordCount();
+    const std::size_t wholeBefore = run("SELECT * FROM Property").recordCount();
+    ASSERT_GT(before, 0u);
+    db_.reset();
+    {
+        // Rewrite every "York" in the file as "Yurk", in place (text is stored as UTF-16).
+        std::fstream f(path_, std::ios::in | std::ios::out | std::ios::binary);
+        std::string bytes(static_cast<std::size_t>(fs::file_size(path_)), '\0');
+        f.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        const std::string york("Y\0o\0r\0k\0", 8);
+        std::size_t patched = 0;
+        for (auto at = bytes.find(york); at != std::string::npos; at = bytes.find(york, at + 8)) {
+            f.seekp(static_cast<std::streamoff>(at + 2));
+            f.put('u');
+            ++patched;
+        }
+        ASSERT_GT(patched, 0u);
+    }
+    db_ = std::make_unique<Database>(Database::open(path_));
+    const std::size_t after = run(sql).recordCount();
+    EXPECT_LT(after, before);
+    EXPECT_EQ(after, countDirect("Property", [](const Table& t, const Cursor& c) {
+                  const auto col = static_cast<std::size_t>(t.findColumn("City"));
+                  return !c.isNull(col) && contains(c.text(col), "york");
+              }));
+    EXPECT_EQ(run("SELECT * FROM Property").recordCount(), wholeBefore);
 }
 
 }  // namespace

@@ -1,0 +1,79 @@
+// A process-wide cache of the text LIKE sees in a column, for every row of a table.
+//
+// The search re-runs its statement on every key stroke, and each run would otherwise decode the
+// same column of the same table again. The cache keeps, per file, table and column, the folded
+// (upper-cased) text of each row in scan order, so that a run whose condition is only LIKE tests
+// reads no page at all; it also keeps the live row count of a table.
+//
+// Entries are tied to the file's identity as the operating system reports it (device, inode,
+// size, modification time to the nanosecond): any write to the file, by this process or another,
+// changes the stamp and the entries of the old stamp are never used again. An entry is stored
+// only when the stamp was the same before and after the scan that built it, and only once the
+// file has been left alone for kSettleSeconds: file systems keep modification times in coarse
+// ticks, so a write that follows another within one tick could leave the time unchanged, and a
+// file that has just changed may be in the middle of such a series. The cache holds at most
+// kBudgetBytes; the least recently used entries go first.
+//
+// Threads: safe to use from several threads (one mutex).
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace jet::sql::detail {
+
+struct FileStamp {
+    std::uint64_t device = 0, inode = 0, size = 0;
+    std::int64_t modifiedSeconds = 0, modifiedNanoseconds = 0;
+    friend bool operator==(const FileStamp&, const FileStamp&) = default;
+};
+
+// The stamp of the file at `path`, or nothing when it cannot be examined (then nothing is cached).
+std::optional<FileStamp> stampOf(const std::string& path);
+
+inline constexpr std::int64_t kSettleSeconds = 2;
+// True when the file's modification time lies at least kSettleSeconds in the past.
+bool settled(const FileStamp& stamp);
+
+// One column's text, row by row in scan order.
+struct TextColumn {
+    std::string folded;                // every row's text, upper-cased, one after the other
+    std::vector<std::uint32_t> ends;   // row i spans [ends[i-1], ends[i]) of folded
+    std::vector<std::uint8_t> nulls;   // 1 where the value is Null
+
+    std::size_t rows() const noexcept { return ends.size(); }
+    std::string_view text(std::size_t row) const noexcept {
+        const std::uint32_t begin = row == 0 ? 0 : ends[row - 1];
+        return std::string_view(folded).substr(begin, ends[row] - begin);
+    }
+    std::size_t bytes() const noexcept { return folded.size() + ends.size() * 5 + 64; }
+};
+
+class ColumnCache {
+public:
+    static constexpr std::size_t kBudgetBytes = 96u << 20;
+
+    static ColumnCache& instance();
+
+    std::shared_ptr<const TextColumn> findColumn(const FileStamp& stamp, std::uint32_t tablePage,
+                                                 std::string_view column);
+    void storeColumn(const FileStamp& stamp, std::uint32_t tablePage, std::string_view column,
+                     std::shared_ptr<const TextColumn> data);
+
+    std::optional<std::size_t> findRowCount(const FileStamp& stamp, std::uint32_t tablePage);
+    void storeRowCount(const FileStamp& stamp, std::uint32_t tablePage, std::size_t rows);
+
+    // Drops everything (tests).
+    void clear();
+
+private:
+    ColumnCache() = default;
+    struct Impl;
+    Impl& impl();
+};
+
+}  // namespace jet::sql::detail

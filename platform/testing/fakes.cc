@@ -70,7 +70,7 @@ std::uint32_t FakeSystemInfo::GetSystemDirectoryA(std::string& buffer, std::uint
 }
 
 bool FakeSystemInfo::GetVersionExA(platform::OsVersionInfo& info) const {
-    if (info.dwOSVersionInfoSize != 148) return false;
+    if (versionFails || info.dwOSVersionInfoSize != 148) return false;
     info = version;
     info.dwOSVersionInfoSize = 148;
     return true;

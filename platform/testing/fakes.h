@@ -34,6 +34,7 @@ public:
     std::string systemDirectory = "C:\\WINDOWS\\SYSTEM32";
     bool windowsDirectoryFails = false;  // GetWindowsDirectoryA returns 0
     bool systemDirectoryFails = false;
+    bool versionFails = false;           // GetVersionExA returns false
     platform::OsVersionInfo version;
     platform::MemoryStatus memory;
     std::string folder = "C:\\QXTEST";

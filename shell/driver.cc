@@ -1,0 +1,684 @@
+#include "shell/driver.h"
+
+#include <charconv>
+#include <cstdint>
+#include <filesystem>
+#include <istream>
+#include <map>
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/ini_profile.h"
+#include "platform/posix_filesystem.h"
+#include "platform/posix_platform.h"
+#include "platform/posix_system.h"
+#include "platform/queued_message_boxes.h"
+#include "shell/app.h"
+#include "shell/json.h"
+
+namespace qx::shell {
+
+namespace {
+
+// ---- Time arithmetic for the script clock ------------------------------------------------------
+
+// Days since 1970-01-01 of a civil date (proleptic Gregorian).
+std::int64_t daysFromCivil(std::int64_t y, unsigned m, unsigned d) {
+    y -= m <= 2;
+    const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
+    const auto yoe = static_cast<unsigned>(y - era * 400);
+    const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
+    const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+    return era * 146097 + static_cast<std::int64_t>(doe) - 719468;
+}
+
+void civilFromDays(std::int64_t z, int& y, int& m, int& d) {
+    z += 719468;
+    const std::int64_t era = (z >= 0 ? z : z - 146096) / 146097;
+    const auto doe = static_cast<unsigned>(z - era * 146097);
+    const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+    const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+    const unsigned mp = (5 * doy + 2) / 153;
+    d = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
+    m = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
+    y = static_cast<int>(static_cast<std::int64_t>(yoe) + era * 400 + (m <= 2));
+}
+
+platform::LocalTime addMilliseconds(const platform::LocalTime& t, std::int64_t ms) {
+    std::int64_t seconds = daysFromCivil(t.year, static_cast<unsigned>(t.month), static_cast<unsigned>(t.day)) * 86400 +
+                           t.hour * 3600 + t.minute * 60 + t.second;
+    seconds += ms / 1000;
+    std::int64_t days = seconds / 86400;
+    std::int64_t rest = seconds % 86400;
+    if (rest < 0) {
+        rest += 86400;
+        --days;
+    }
+    platform::LocalTime out;
+    civilFromDays(days, out.year, out.month, out.day);
+    out.hour = static_cast<int>(rest / 3600);
+    out.minute = static_cast<int>(rest / 60 % 60);
+    out.second = static_cast<int>(rest % 60);
+    return out;
+}
+
+// Stands at the script's `now` (or follows the host's clock when none was given), moved on by
+// `advance`.
+class ScriptClock final : public platform::Clock {
+public:
+    platform::LocalTime now() const override {
+        return addMilliseconds(fixed_ ? *fixed_ : real_.now(), offsetMs_);
+    }
+    void set(platform::LocalTime t) {
+        fixed_ = t;
+        offsetMs_ = 0;
+    }
+    void advance(std::int64_t ms) { offsetMs_ += ms; }
+
+private:
+    std::optional<platform::LocalTime> fixed_;
+    std::int64_t offsetMs_ = 0;
+    platform::LocalClock real_;
+};
+
+// The host's answers, except the memory record when the script sets one.
+class ScriptSystemInfo final : public platform::SystemInfo {
+public:
+    ScriptSystemInfo(platform::PosixSystemOptions options, const std::optional<platform::MemoryStatus>& memory)
+        : real_(std::move(options)), memory_(memory) {}
+    std::uint32_t GetWindowsDirectoryA(std::string& buffer, std::uint32_t size) const override {
+        return real_.GetWindowsDirectoryA(buffer, size);
+    }
+    std::uint32_t GetSystemDirectoryA(std::string& buffer, std::uint32_t size) const override {
+        return real_.GetSystemDirectoryA(buffer, size);
+    }
+    bool GetVersionExA(platform::OsVersionInfo& info) const override { return real_.GetVersionExA(info); }
+    void GlobalMemoryStatus(platform::MemoryStatus& status) const override {
+        if (!memory_) {
+            real_.GlobalMemoryStatus(status);
+            return;
+        }
+        const std::uint32_t length = status.dwLength;
+        status = *memory_;
+        status.dwLength = length;
+    }
+    std::string programFolder() const override { return real_.programFolder(); }
+    std::string commandLine() const override { return real_.commandLine(); }
+
+private:
+    platform::PosixSystemInfo real_;
+    const std::optional<platform::MemoryStatus>& memory_;
+};
+
+// ---- Script lines -----------------------------------------------------------------------------
+
+struct Token {
+    std::string text;
+    bool quoted = false;
+};
+
+class ScriptError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// A message box came up and the script had queued no answer for it. Not a std::exception, so that
+// no error trap of the program takes it for one of its own errors.
+struct UnansweredBox {
+    std::string message;
+};
+
+std::vector<Token> tokenize(std::string_view line) {
+    std::vector<Token> tokens;
+    std::size_t i = 0;
+    while (i < line.size()) {
+        const char c = line[i];
+        if (c == ' ' || c == '\t' || c == '\r') {
+            ++i;
+        } else if (c == '#') {
+            break;
+        } else if (c == '"') {
+            auto text = json::readString(line, i);
+            if (!text) throw ScriptError("malformed string");
+            tokens.push_back({std::move(*text), true});
+        } else {
+            const std::size_t start = i;
+            while (i < line.size() && line[i] != ' ' && line[i] != '\t' && line[i] != '\r' && line[i] != '#' &&
+                   line[i] != '"')
+                ++i;
+            tokens.push_back({std::string(line.substr(start, i - start)), false});
+        }
+    }
+    return tokens;
+}
+
+std::int64_t parseInteger(const Token& token, std::int64_t lo, std::int64_t hi, const char* what) {
+    std::int64_t value = 0;
+    const char* first = token.text.data();
+    const char* last = first + token.text.size();
+    auto [ptr, ec] = std::from_chars(first, last, value);
+    if (token.quoted || ec != std::errc() || ptr != last || value < lo || value > hi)
+        throw ScriptError(std::string("expected ") + what + ", got '" + token.text + "'");
+    return value;
+}
+
+platform::LocalTime parseDateTime(const std::string& text, bool withTime) {
+    platform::LocalTime t;
+    int consumed = 0;
+    const int fields = withTime ? std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d%n", &t.year, &t.month, &t.day,
+                                              &t.hour, &t.minute, &t.second, &consumed)
+                                : std::sscanf(text.c_str(), "%4d-%2d-%2d%n", &t.year, &t.month, &t.day, &consumed);
+    const int wanted = withTime ? 6 : 3;
+    if (fields != wanted || static_cast<std::size_t>(consumed) != text.size() || t.month < 1 || t.month > 12 ||
+        t.day < 1 || t.day > 31 || t.hour > 23 || t.minute > 59 || t.second > 59)
+        throw ScriptError("expected a date " + std::string(withTime ? "YYYY-MM-DDTHH:MM:SS" : "YYYY-MM-DD") +
+                          ", got '" + text + "'");
+    int y = 0, m = 0, d = 0;
+    civilFromDays(daysFromCivil(t.year, static_cast<unsigned>(t.month), static_cast<unsigned>(t.day)), y, m, d);
+    if (y != t.year || m != t.month || d != t.day) throw ScriptError("no such date '" + text + "'");
+    return t;
+}
+
+platform::Answer parseAnswer(const Token& token) {
+    static const std::map<std::string, platform::Answer> names = {
+        {"OK", platform::Answer::OK},       {"Cancel", platform::Answer::Cancel}, {"Abort", platform::Answer::Abort},
+        {"Retry", platform::Answer::Retry}, {"Ignore", platform::Answer::Ignore}, {"Yes", platform::Answer::Yes},
+        {"No", platform::Answer::No}};
+    auto it = names.find(token.text);
+    if (it == names.end()) throw ScriptError("unknown answer '" + token.text + "'");
+    return it->second;
+}
+
+// ---- Printing ---------------------------------------------------------------------------------
+
+std::string number(float v) {
+    char buf[64];
+    auto [ptr, ec] = std::to_chars(buf, buf + sizeof buf, v);
+    return ec == std::errc() ? std::string(buf, ptr) : std::string("0");
+}
+
+std::string boolean(bool b) { return b ? "true" : "false"; }
+
+std::string intArray(const std::vector<int>& items) {
+    std::string out = "[";
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (i > 0) out += ',';
+        out += std::to_string(items[i]);
+    }
+    return out + "]";
+}
+
+std::string describeControl(const forms::Control& c) {
+    using forms::ControlKind;
+    std::string out = "{\"control\":" + json::quote(c.path());
+    auto field = [&out](const char* key, const std::string& value) {
+        out += ",\"";
+        out += key;
+        out += "\":";
+        out += value;
+    };
+    switch (c.kind()) {
+        case ControlKind::Label: {
+            const auto& l = static_cast<const forms::Label&>(c);
+            field("caption", json::quote(l.caption()));
+            field("visible", boolean(l.visible()));
+            break;
+        }
+        case ControlKind::CommandButton: {
+            const auto& b = static_cast<const forms::CommandButton&>(c);
+            field("caption", json::quote(b.caption()));
+            field("visible", boolean(b.visible()));
+            field("enabled", boolean(b.enabled()));
+            break;
+        }
+        case ControlKind::CheckBox: {
+            const auto& b = static_cast<const forms::CheckBox&>(c);
+            field("value", std::to_string(b.value()));
+            field("caption", json::quote(b.caption()));
+            break;
+        }
+        case ControlKind::OptionButton: {
+            const auto& o = static_cast<const forms::OptionButton&>(c);
+            field("value", boolean(o.value()));
+            field("caption", json::quote(o.caption()));
+            field("visible", boolean(o.visible()));
+            break;
+        }
+        case ControlKind::Frame: {
+            const auto& f = static_cast<const forms::Frame&>(c);
+            field("caption", json::quote(f.caption()));
+            field("visible", boolean(f.visible()));
+            break;
+        }
+        case ControlKind::TextBox: {
+            const auto& t = static_cast<const forms::TextBox&>(c);
+            field("text", json::quote(t.text()));
+            field("visible", boolean(t.visible()));
+            break;
+        }
+        case ControlKind::ListBox: {
+            const auto& l = static_cast<const forms::ListBox&>(c);
+            field("items", json::stringArray(l.items()));
+            field("listIndex", std::to_string(l.listIndex()));
+            field("selected", intArray(l.selectedIndexes()));
+            field("visible", boolean(l.visible()));
+            break;
+        }
+        case ControlKind::DirListBox: {
+            const auto& d = static_cast<const forms::DirListBox&>(c);
+            field("path", json::quote(d.dirPath()));
+            field("items", json::stringArray(d.items()));
+            break;
+        }
+        case ControlKind::FileListBox: {
+            const auto& f = static_cast<const forms::FileListBox&>(c);
+            field("path", json::quote(f.dirPath()));
+            field("pattern", json::quote(f.pattern()));
+            field("items", json::stringArray(f.items()));
+            break;
+        }
+        case ControlKind::DriveListBox: {
+            const auto& d = static_cast<const forms::DriveListBox&>(c);
+            field("drive", json::quote(d.drive()));
+            field("items", json::stringArray(d.items()));
+            break;
+        }
+        case ControlKind::Grid: {
+            const auto& g = static_cast<const forms::Grid&>(c);
+            field("columns", json::stringArray(g.columns()));
+            std::string rows = "[";
+            for (std::size_t r = 0; r < g.rowCount(); ++r) {
+                if (r > 0) rows += ',';
+                rows += json::stringArray(g.rowTexts(r));
+            }
+            field("rows", rows + "]");
+            field("visible", boolean(g.visible()));
+            field("allowAddNew", boolean(g.allowAddNew()));
+            field("allowDelete", boolean(g.allowDelete()));
+            field("allowUpdate", boolean(g.allowUpdate()));
+            break;
+        }
+        case ControlKind::ProgressBar: {
+            const auto& p = static_cast<const forms::ProgressBar&>(c);
+            field("min", number(p.min()));
+            field("max", number(p.max()));
+            field("value", number(p.value()));
+            break;
+        }
+        case ControlKind::MenuItem: {
+            const auto& m = static_cast<const forms::MenuItem&>(c);
+            field("caption", json::quote(m.caption()));
+            field("checked", boolean(m.checked()));
+            field("visible", boolean(m.visible()));
+            break;
+        }
+        case ControlKind::Timer: {
+            const auto& t = static_cast<const forms::Timer&>(c);
+            field("interval", std::to_string(t.interval()));
+            field("enabled", boolean(t.enabled()));
+            break;
+        }
+        case ControlKind::Calendar: {
+            const auto& cal = static_cast<const forms::Calendar&>(c);
+            char buf[16];
+            std::snprintf(buf, sizeof buf, "%04d-%02d-%02d", cal.value().year, cal.value().month, cal.value().day);
+            field("value", json::quote(buf));
+            break;
+        }
+        case ControlKind::TabStrip: {
+            const auto& t = static_cast<const forms::TabStrip&>(c);
+            field("tab", std::to_string(t.tab()));
+            std::vector<std::string> captions;
+            for (int i = 0; i < t.tabCount(); ++i) captions.push_back(t.tabCaption(i));
+            field("captions", json::stringArray(captions));
+            break;
+        }
+        case ControlKind::Image:
+        case ControlKind::DataControl:
+            field("visible", boolean(c.visible()));
+            break;
+    }
+    return out + "}";
+}
+
+std::string describeForm(const forms::Form& f) {
+    return "{\"form\":" + json::quote(f.name()) + ",\"caption\":" + json::quote(f.caption()) +
+           ",\"loaded\":" + boolean(f.loaded()) + ",\"visible\":" + boolean(f.visible()) + "}";
+}
+
+std::string describeBox(const platform::ShownBox& box, const char* answer) {
+    return "{\"msgbox\":{\"title\":" + json::quote(box.title) + ",\"text\":" + json::quote(box.text) +
+           ",\"buttons\":" + json::quote(platform::buttonsName(box.buttons)) +
+           ",\"icon\":" + json::quote(platform::iconName(box.icon)) + "},\"answer\":" +
+           (answer != nullptr ? json::quote(answer) : std::string("null")) + "}";
+}
+
+// ---- The driver -------------------------------------------------------------------------------
+
+class Driver {
+public:
+    Driver(std::ostream& out, const DriverOptions& options) : out_(out), root_(options.root) {
+        messages_.setObserver([this](const platform::ShownBox& box) {
+            emit(describeBox(box, platform::answerName(box.answer)));
+        });
+        messages_.setFallback([this](const platform::ShownBox& box) -> platform::Answer {
+            emit(describeBox(box, nullptr));
+            throw UnansweredBox{"a message box came up with no answer queued: \"" + box.title + "\": \"" +
+                                box.text + "\""};
+        });
+    }
+
+    // Runs one line; false when the program has ended and the rest is to be skipped.
+    bool runLine(const std::vector<Token>& tokens);
+
+private:
+    void emit(const std::string& line) { out_ << line << '\n' << std::flush; }
+    void expectArgs(const std::vector<Token>& t, std::size_t n, const char* usage) const {
+        if (t.size() != n + 1) throw ScriptError(std::string("usage: ") + usage);
+    }
+    void requireNotStarted(const std::string& command) const {
+        if (app_) throw ScriptError(command + " must come before start");
+    }
+    Application& app() const {
+        if (!app_) throw ScriptError("the program has not been started (start)");
+        return *app_;
+    }
+    void start();
+    forms::Form& resolveForm(const Token& token) const;
+    forms::Control& resolveControl(const Token& token) const;
+    std::optional<std::string> refusal(const forms::Control& control) const;
+    std::optional<std::string> formRefusal(const forms::Form& form) const;
+    // Runs a user gesture on `control` through the program's event loop.
+    void gesture(forms::Control& control, const std::function<bool()>& action);
+    void event(const std::function<void()>& action);
+    void advance(std::int64_t ms);
+
+    std::ostream& out_;
+    std::string root_;
+    std::optional<platform::OsVersionInfo> version_;
+    std::optional<platform::MemoryStatus> memory_;
+    std::string commandLine_;
+    ScriptClock clock_;
+    platform::QueuedMessageBoxes messages_;
+    platform::ThrowingProcess process_;
+    std::unique_ptr<platform::PosixFileSystem> fs_;
+    std::unique_ptr<ScriptSystemInfo> system_;
+    std::unique_ptr<platform::IniProfileStrings> profile_;
+    std::unique_ptr<platform::Platform> platform_;
+    std::unique_ptr<Application> app_;
+};
+
+void Driver::start() {
+    const std::string root = platform::resolveRoot(root_);
+    std::error_code ec;
+    if (!std::filesystem::is_directory(root, ec))
+        throw std::runtime_error("the folder standing for C: does not exist: " + root);
+    fs_ = std::make_unique<platform::PosixFileSystem>(std::map<char, std::string>{{'C', root}});
+    platform::PosixSystemOptions options;
+    if (version_) options.version = *version_;
+    options.commandLine = commandLine_;
+    profile_ = std::make_unique<platform::IniProfileStrings>(*fs_, options.windowsDirectory);
+    system_ = std::make_unique<ScriptSystemInfo>(std::move(options), memory_);
+    platform_ = std::make_unique<platform::Platform>(
+        platform::Platform{*fs_, *profile_, *system_, clock_, messages_, process_});
+    app_ = std::make_unique<Application>(*platform_);
+    app_->onUnhandledError = [this](const RuntimeError& error) {
+        emit("{\"error\":{\"number\":" + std::to_string(error.number()) +
+             ",\"description\":" + json::quote(error.description()) + "}}");
+    };
+    app_->start();
+}
+
+forms::Form& Driver::resolveForm(const Token& token) const {
+    forms::Form* form = app().screen().findForm(token.text);
+    if (form == nullptr) throw ScriptError("unknown form '" + token.text + "'");
+    return *form;
+}
+
+forms::Control& Driver::resolveControl(const Token& token) const {
+    const std::string& ref = token.text;
+    const auto dot = ref.find('.');
+    if (token.quoted || dot == std::string::npos) throw ScriptError("expected form.control, got '" + ref + "'");
+    forms::Form* form = app().screen().findForm(ref.substr(0, dot));
+    if (form == nullptr) throw ScriptError("unknown form in '" + ref + "'");
+    std::string name = ref.substr(dot + 1);
+    int index = -1;
+    if (const auto open = name.find('('); open != std::string::npos) {
+        if (name.back() != ')') throw ScriptError("malformed control index in '" + ref + "'");
+        Token indexToken{name.substr(open + 1, name.size() - open - 2), false};
+        index = static_cast<int>(parseInteger(indexToken, 0, 32767, "a control index"));
+        name.erase(open);
+    }
+    forms::Control* control = form->find(name, index);
+    if (control == nullptr) throw ScriptError("unknown control '" + ref + "'");
+    return *control;
+}
+
+std::optional<std::string> Driver::formRefusal(const forms::Form& form) const {
+    if (!form.loaded() || !form.visible()) return "its form is not shown";
+    if (!app().screen().acceptsInput(form))
+        return "the modal form " + app().screen().activeModal()->name() + " is open";
+    return std::nullopt;
+}
+
+std::optional<std::string> Driver::refusal(const forms::Control& control) const {
+    if (auto r = formRefusal(control.form())) return r;
+    if (&control.form() == &app().frmMain() && control.page() >= 0 && app().frmMain().SSTab1.tab() != control.page())
+        return "it is on another tab";
+    for (const forms::Control* frame = control.container(); frame != nullptr; frame = frame->container())
+        if (!frame->visible()) return "its frame is hidden";
+    if (control.kind() == forms::ControlKind::MenuItem) {
+        const auto* parent = static_cast<const forms::MenuItem&>(control).parentMenu();
+        if (parent != nullptr && (!parent->visible() || !parent->enabled())) return "its menu is not available";
+    }
+    if (!control.visible()) return "it is hidden";
+    if (!control.enabled()) return "it is disabled";
+    return std::nullopt;
+}
+
+void Driver::event(const std::function<void()>& action) {
+    if (!app().dispatch(action)) emit("{\"exit\":true}");
+}
+
+void Driver::gesture(forms::Control& control, const std::function<bool()>& action) {
+    if (auto reason = refusal(control)) {
+        emit("{\"refused\":" + json::quote(control.path()) + ",\"reason\":" + json::quote(*reason) + "}");
+        return;
+    }
+    event([&] { (void)action(); });
+}
+
+void Driver::advance(std::int64_t ms) {
+    forms::Screen& screen = app().screen();
+    const std::int64_t target = screen.elapsedMs() + ms;
+    // Due timers fire in time order (creation order on a tie), each with the clock at its moment.
+    while (!app().ended()) {
+        forms::Timer* next = nullptr;
+        for (forms::Timer* timer : screen.runningTimers())
+            if (timer->nextDueMs() <= target && (next == nullptr || timer->nextDueMs() < next->nextDueMs()))
+                next = timer;
+        if (next == nullptr) break;
+        const std::int64_t due = next->nextDueMs();
+        clock_.advance(due - screen.elapsedMs());
+        screen.setElapsedMs(due);
+        event([next] { next->tick(); });
+    }
+    if (app().ended()) return;
+    clock_.advance(target - screen.elapsedMs());
+    screen.setElapsedMs(target);
+}
+
+bool Driver::runLine(const std::vector<Token>& t) {
+    if (t.empty()) return true;
+    const std::string& command = t[0].text;
+    if (t[0].quoted) throw ScriptError("a line starts with a command, not a string");
+
+    if (command == "root") {
+        expectArgs(t, 1, "root DIR");
+        requireNotStarted(command);
+        root_ = t[1].text;
+    } else if (command == "os") {
+        expectArgs(t, 4, "os MAJOR MINOR PLATFORMID \"SERVICEPACK\"");
+        requireNotStarted(command);
+        platform::OsVersionInfo v = platform::defaultVersionRecord();
+        v.dwMajorVersion = static_cast<std::uint32_t>(parseInteger(t[1], 0, 0xFFFFFFFFLL, "a major version"));
+        v.dwMinorVersion = static_cast<std::uint32_t>(parseInteger(t[2], 0, 0xFFFFFFFFLL, "a minor version"));
+        v.dwPlatformId = static_cast<std::uint32_t>(parseInteger(t[3], 0, 0xFFFFFFFFLL, "a platform id"));
+        if (!t[4].quoted) throw ScriptError("the service pack is a quoted string");
+        v.szCSDVersion = platform::csdField(t[4].text);
+        version_ = v;
+    } else if (command == "cmdline") {
+        expectArgs(t, 1, "cmdline \"ARGS\"");
+        requireNotStarted(command);
+        commandLine_ = t[1].text;
+    } else if (command == "memory") {
+        expectArgs(t, 7, "memory LOAD TOTALPHYS AVAILPHYS TOTALPAGE AVAILPAGE TOTALVIRTUAL AVAILVIRTUAL");
+        std::uint32_t f[7];
+        for (int i = 0; i < 7; ++i)
+            // Negative figures stand for the same 32 bits read signed (-1 is 0xFFFFFFFF).
+            f[i] = static_cast<std::uint32_t>(parseInteger(t[static_cast<std::size_t>(i) + 1], -2147483648LL,
+                                                           0xFFFFFFFFLL, "a 32-bit figure"));
+        platform::MemoryStatus m;
+        m.dwMemoryLoad = f[0];
+        m.dwTotalPhys = f[1];
+        m.dwAvailPhys = f[2];
+        m.dwTotalPageFile = f[3];
+        m.dwAvailPageFile = f[4];
+        m.dwTotalVirtual = f[5];
+        m.dwAvailVirtual = f[6];
+        memory_ = m;
+    } else if (command == "now") {
+        expectArgs(t, 1, "now YYYY-MM-DDTHH:MM:SS");
+        clock_.set(parseDateTime(t[1].text, true));
+    } else if (command == "answer") {
+        expectArgs(t, 1, "answer OK|Cancel|Abort|Retry|Ignore|Yes|No");
+        messages_.queue(parseAnswer(t[1]));
+    } else if (command == "start") {
+        expectArgs(t, 0, "start");
+        if (app_) throw ScriptError("start given twice");
+        start();
+        if (app_->ended()) emit("{\"exit\":true}");
+    } else if (command == "click") {
+        if (t.size() != 2 && t.size() != 3) throw ScriptError("usage: click CONTROL [\"YYYY-MM-DD\"]");
+        forms::Control& c = resolveControl(t[1]);
+        if (c.kind() == forms::ControlKind::Calendar) {
+            if (t.size() != 3) throw ScriptError("usage: click CALENDAR \"YYYY-MM-DD\"");
+            const auto d = parseDateTime(t[2].text, false);
+            auto& cal = static_cast<forms::Calendar&>(c);
+            gesture(c, [&cal, d] { return cal.userClickDate({d.year, d.month, d.day}); });
+        } else {
+            if (t.size() != 2) throw ScriptError("only a calendar click takes a date");
+            if (c.kind() == forms::ControlKind::TabStrip) throw ScriptError("use tab N for the tab strip");
+            gesture(c, [&c] { return c.userClick(); });
+        }
+    } else if (command == "dblclick") {
+        expectArgs(t, 1, "dblclick CONTROL");
+        forms::Control& c = resolveControl(t[1]);
+        gesture(c, [&c] { return c.userDblClick(); });
+    } else if (command == "key") {
+        expectArgs(t, 2, "key CONTROL CODE");
+        forms::Control& c = resolveControl(t[1]);
+        const int code = static_cast<int>(parseInteger(t[2], 0, 65535, "a character code"));
+        gesture(c, [&c, code] { return c.userKeyPress(code); });
+    } else if (command == "type" || command == "settext") {
+        expectArgs(t, 2, "type|settext CONTROL \"text\"");
+        forms::Control& c = resolveControl(t[1]);
+        if (!t[2].quoted) throw ScriptError("the text is a quoted string");
+        if (c.kind() != forms::ControlKind::TextBox) throw ScriptError(t[1].text + " is not a text box");
+        auto& box = static_cast<forms::TextBox&>(c);
+        const std::string text = t[2].text;
+        if (command == "type") {
+            gesture(c, [&box, text] { return box.userType(text); });
+        } else {
+            gesture(c, [&box, text] {
+                box.setText(text);
+                return true;
+            });
+        }
+    } else if (command == "select" || command == "selected") {
+        const bool mark = command == "selected";
+        expectArgs(t, mark ? 3 : 2, mark ? "selected CONTROL INDEX 0|1" : "select CONTROL INDEX");
+        forms::Control& c = resolveControl(t[1]);
+        auto* list = dynamic_cast<forms::ListBox*>(&c);
+        if (list == nullptr) throw ScriptError(t[1].text + " is not a list");
+        const int index = static_cast<int>(parseInteger(t[2], 0, 1 << 30, "a line index"));
+        if (static_cast<std::size_t>(index) >= list->listCount()) {
+            emit("{\"refused\":" + json::quote(c.path()) + ",\"reason\":\"it has no line " + std::to_string(index) +
+                 "\"}");
+            return true;
+        }
+        if (mark) {
+            const bool on = parseInteger(t[3], 0, 1, "0 or 1") == 1;
+            gesture(c, [list, index, on] {
+                list->setSelected(index, on);
+                return true;
+            });
+        } else {
+            gesture(c, [list, index] { return list->userSelect(index); });
+        }
+    } else if (command == "tab") {
+        expectArgs(t, 1, "tab N");
+        forms::TabStrip& strip = app().frmMain().SSTab1;
+        const int tab = static_cast<int>(parseInteger(t[1], 0, strip.tabCount() - 1, "a tab index"));
+        gesture(strip, [&strip, tab] { return strip.userSelectTab(tab); });
+    } else if (command == "dbltab") {
+        expectArgs(t, 0, "dbltab");
+        forms::TabStrip& strip = app().frmMain().SSTab1;
+        gesture(strip, [&strip] { return strip.userDblClick(); });
+    } else if (command == "advance") {
+        expectArgs(t, 1, "advance MS");
+        advance(parseInteger(t[1], 0, 1LL << 40, "milliseconds"));
+    } else if (command == "close") {
+        expectArgs(t, 1, "close FORM");
+        forms::Form& form = resolveForm(t[1]);
+        if (auto reason = formRefusal(form)) {
+            emit("{\"refused\":" + json::quote(form.name()) + ",\"reason\":" + json::quote(*reason) + "}");
+        } else {
+            event([this, &form] { app().closeForm(form); });
+        }
+    } else if (command == "print") {
+        expectArgs(t, 1, "print CONTROL|FORM");
+        if (t[1].text.find('.') == std::string::npos) {
+            emit(describeForm(resolveForm(t[1])));
+        } else {
+            emit(describeControl(resolveControl(t[1])));
+        }
+    } else {
+        throw ScriptError("unknown command '" + command + "'");
+    }
+    return !(app_ && app_->ended());
+}
+
+}  // namespace
+
+int runScript(std::istream& script, std::ostream& out, std::ostream& err, const DriverOptions& options) {
+    Driver driver(out, options);
+    std::string line;
+    int lineNumber = 0;
+    while (std::getline(script, line)) {
+        ++lineNumber;
+        try {
+            if (!driver.runLine(tokenize(line))) return 0;
+        } catch (const ScriptError& e) {
+            err << "qxtest-cli run: line " << lineNumber << ": " << e.what() << '\n';
+            return 2;
+        } catch (const UnansweredBox& e) {
+            err << "qxtest-cli run: line " << lineNumber << ": " << e.message << '\n';
+            return 1;
+        } catch (const platform::NoQueuedAnswer& e) {
+            err << "qxtest-cli run: line " << lineNumber << ": " << e.what() << '\n';
+            return 1;
+        } catch (const std::runtime_error& e) {
+            err << "qxtest-cli run: line " << lineNumber << ": " << e.what() << '\n';
+            return 1;
+        }
+    }
+    return 0;
+}
+
+}  // namespace qx::shell

@@ -15,6 +15,8 @@
 #include <string_view>
 #include <vector>
 
+#include "jet/error.h"
+
 namespace jet {
 
 namespace detail {

@@ -1,5 +1,6 @@
 #include "jet/page_channel.h"
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -81,26 +82,41 @@ void PageRef::release() noexcept {
 
 PageChannel::PageChannel(int fd, std::string name, std::uint64_t fileSize, std::uint32_t pageSize,
                          std::size_t cacheBytes)
-    : fd_(fd), name_(std::move(name)), pageSize_(pageSize) {
-    // A trailing partial page cannot hold anything the engine wrote; it is ignored.
+    : fd_(fd), name_(std::move(name)), pageSize_(pageSize), cacheBytes_(cacheBytes) {
+    // A trailing partial page cannot hold anything the engine wrote; it is ignored. Page
+    // pointers are 3 bytes wide, so no page past 2^24 can be reached.
     std::uint64_t pages = fileSize / pageSize;
     pageCount_ = static_cast<std::uint32_t>(std::min<std::uint64_t>(pages, 0xFFFFFFu + 1u));
-    std::size_t blockBytes = static_cast<std::size_t>(pageSize) * kPagesPerBlock;
-    maxBlocks_ = std::max(kMinBlocks, cacheBytes / blockBytes);
-    blockSlot_.assign(pageCount_ / kPagesPerBlock + 1, -1);
+    configure();
+}
+
+void PageChannel::configure() {
+    for (auto& b : blocks_) drop(*b);
+    blocks_.clear();
+    last_ = nullptr;
+    std::size_t blockBytes = mapped_ ? kMappedBlockBytes : kBufferedBlockBytes;
+    pagesPerBlock_ = static_cast<std::uint32_t>(blockBytes / pageSize_);
+    maxBlocks_ = std::max(kMinBlocks, cacheBytes_ / blockBytes);
+    blockSlot_.assign(pageCount_ / pagesPerBlock_ + 1, -1);
 }
 
 PageChannel::~PageChannel() {
+    for (auto& b : blocks_) drop(*b);
     if (fd_ >= 0) ::close(fd_);
 }
 
+void PageChannel::drop(CacheBlock& block) noexcept {
+    if (block.mappedLength) ::munmap(block.data, block.mappedLength);
+    block.mappedLength = 0;
+    block.data = nullptr;
+    block.loaded = false;
+}
+
 void PageChannel::setDatabaseKey(std::uint32_t key) {
+    // Pages of an encrypted file are decrypted into owned memory; a mapping cannot hold them.
     databaseKey_ = key;
-    for (auto& b : blocks_) {
-        if (b->loaded) blockSlot_[b->first / kPagesPerBlock] = -1;
-        b->loaded = false;
-    }
-    last_ = nullptr;
+    mapped_ = key == 0;
+    configure();
 }
 
 std::size_t PageChannel::blocksAllocated() const noexcept { return blocks_.size(); }
@@ -112,14 +128,15 @@ void PageChannel::unpin(CacheBlock* block) noexcept {
     if (block->pins == 0 && blocks_.size() > maxBlocks_) {
         for (std::size_t i = 0; i < blocks_.size(); ++i) {
             if (blocks_[i].get() == block) {
-                if (block->loaded) blockSlot_[block->first / kPagesPerBlock] = -1;
+                if (block->loaded) blockSlot_[block->first / pagesPerBlock_] = -1;
+                drop(*block);
                 if (last_ == block) last_ = nullptr;
                 // Keep indexes in blockSlot_ right: move the last block into the hole.
                 std::size_t lastIndex = blocks_.size() - 1;
                 if (i != lastIndex) {
                     blocks_[i] = std::move(blocks_[lastIndex]);
                     if (blocks_[i]->loaded)
-                        blockSlot_[blocks_[i]->first / kPagesPerBlock] = static_cast<std::int32_t>(i);
+                        blockSlot_[blocks_[i]->first / pagesPerBlock_] = static_cast<std::int32_t>(i);
                 }
                 blocks_.pop_back();
                 return;
@@ -129,28 +146,37 @@ void PageChannel::unpin(CacheBlock* block) noexcept {
 }
 
 void PageChannel::load(CacheBlock& block, std::uint32_t blockNumber) {
-    std::uint32_t first = blockNumber * kPagesPerBlock;
-    std::uint32_t count = std::min<std::uint32_t>(kPagesPerBlock, pageCount_ - first);
+    std::uint32_t first = blockNumber * pagesPerBlock_;
+    std::uint32_t count = std::min<std::uint32_t>(pagesPerBlock_, pageCount_ - first);
     std::size_t want = static_cast<std::size_t>(count) * pageSize_;
-    std::size_t got = 0;
-    while (got < want) {
-        ssize_t n = ::pread(fd_, block.bytes.get() + got, want - got,
-                            static_cast<off_t>(static_cast<std::uint64_t>(first) * pageSize_ + got));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) {
-            throw Error::corrupt(name_, first + static_cast<std::uint32_t>(got / pageSize_),
-                                 static_cast<std::uint32_t>(got % pageSize_), "the page cannot be read");
+    off_t at = static_cast<off_t>(static_cast<std::uint64_t>(first) * pageSize_);
+    void* mapping = mapped_ ? ::mmap(nullptr, want, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd_, at) : MAP_FAILED;
+    if (mapping != MAP_FAILED) {
+        block.data = static_cast<std::uint8_t*>(mapping);
+        block.mappedLength = want;
+    } else {
+        // Encrypted files, and files that cannot be mapped (some file systems), are read.
+        if (!block.owned) block.owned = std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(pagesPerBlock_) * pageSize_);
+        block.data = block.owned.get();
+        std::size_t got = 0;
+        while (got < want) {
+            ssize_t n = ::pread(fd_, block.data + got, want - got, at + static_cast<off_t>(got));
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) {
+                throw Error::corrupt(name_, first + static_cast<std::uint32_t>(got / pageSize_),
+                                     static_cast<std::uint32_t>(got % pageSize_), "the page cannot be read");
+            }
+            got += static_cast<std::size_t>(n);
         }
-        got += static_cast<std::size_t>(n);
-    }
-    if (databaseKey_ != 0) {
-        for (std::uint32_t i = 0; i < count; ++i) {
-            std::uint32_t pageNo = first + i;
-            if (pageNo == 0) continue;
-            std::uint32_t k = databaseKey_ ^ pageNo;
-            std::uint8_t key[4] = {static_cast<std::uint8_t>(k), static_cast<std::uint8_t>(k >> 8),
-                                   static_cast<std::uint8_t>(k >> 16), static_cast<std::uint8_t>(k >> 24)};
-            rc4(key, 4, block.bytes.get() + static_cast<std::size_t>(i) * pageSize_, pageSize_);
+        if (databaseKey_ != 0) {
+            for (std::uint32_t i = 0; i < count; ++i) {
+                std::uint32_t pageNo = first + i;
+                if (pageNo == 0) continue;
+                std::uint32_t k = databaseKey_ ^ pageNo;
+                std::uint8_t key[4] = {static_cast<std::uint8_t>(k), static_cast<std::uint8_t>(k >> 8),
+                                       static_cast<std::uint8_t>(k >> 16), static_cast<std::uint8_t>(k >> 24)};
+                rc4(key, 4, block.data + static_cast<std::size_t>(i) * pageSize_, pageSize_);
+            }
         }
     }
     block.first = first;
@@ -168,7 +194,6 @@ CacheBlock* PageChannel::acquire(std::uint32_t blockNumber) {
         blocks_.push_back(std::make_unique<CacheBlock>());
         victimIndex = blocks_.size() - 1;
         victim = blocks_.back().get();
-        victim->bytes = std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(pageSize_) * kPagesPerBlock);
     } else {
         for (std::size_t i = 0; i < blocks_.size(); ++i) {
             CacheBlock* b = blocks_[i].get();
@@ -181,12 +206,12 @@ CacheBlock* PageChannel::acquire(std::uint32_t blockNumber) {
             blocks_.push_back(std::make_unique<CacheBlock>());
             victimIndex = blocks_.size() - 1;
             victim = blocks_.back().get();
-            victim->bytes = std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(pageSize_) * kPagesPerBlock);
         }
     }
     if (victim->loaded) {
-        blockSlot_[victim->first / kPagesPerBlock] = -1;
-        victim->loaded = false;
+        blockSlot_[victim->first / pagesPerBlock_] = -1;
+        if (last_ == victim) last_ = nullptr;
+        drop(*victim);
     }
     load(*victim, blockNumber);
     blockSlot_[blockNumber] = static_cast<std::int32_t>(victimIndex);
@@ -197,14 +222,13 @@ PageRef PageChannel::page(std::uint32_t number) {
     if (number >= pageCount_) {
         throw Error::corrupt(name_, number, 0, "page number beyond the end of the file");
     }
-    std::uint32_t blockNumber = number / kPagesPerBlock;
-    CacheBlock* block = (last_ && last_->loaded && last_->first / kPagesPerBlock == blockNumber)
+    std::uint32_t blockNumber = number / pagesPerBlock_;
+    CacheBlock* block = (last_ && last_->loaded && last_->first / pagesPerBlock_ == blockNumber)
                             ? last_
                             : acquire(blockNumber);
     last_ = block;
     block->lastUse = ++clock_;
-    return PageRef(this, block,
-                   block->bytes.get() + static_cast<std::size_t>(number - block->first) * pageSize_, number);
+    return PageRef(this, block, block->data + static_cast<std::size_t>(number - block->first) * pageSize_, number);
 }
 
 }  // namespace jet::detail

@@ -4,12 +4,19 @@
 // page count, decrypts pages of files with a database key, and serves pages from a bounded cache.
 // Writers to come go through the same object so that the cache never disagrees with the file.
 //
-// Cache: the file is read in blocks of kPagesPerBlock consecutive pages (64 KiB for Jet 4,
-// 32 KiB for Jet 3), which keeps sequential scans to a few large reads. At most
+// Cache: the file is handled in blocks of consecutive pages. A file without a database key is
+// mapped read-only, 1 MiB window per block (kMappedBlockBytes), so pages are read where the
+// operating system's file cache holds them, without a copy; an encrypted file is read into
+// owned 64 KiB blocks (kBufferedBlockBytes) and decrypted there. At most
 // max(kMinBlocks, cacheBytes / blockBytes) blocks are kept (OpenOptions::cacheBytes, default
-// 4 MiB); the least recently used block that nobody holds is replaced. A block held by a live
-// PageRef is never replaced; should every block be held, one more is allocated and released as
-// soon as it is let go, so the bound can only be exceeded by the number of pages held at once.
+// 4 MiB: four mapped windows, or 64 buffered blocks); the least recently used block that nobody
+// holds is replaced. A block held by a live PageRef is never replaced; should every block be
+// held, one more is made and dropped as soon as it is let go, so the bound can only be exceeded
+// by the number of pages held at once. Memory use therefore does not grow with the file.
+//
+// The mapping covers only the length the file had when it was opened. Another process cutting
+// the file shorter while it is open would make reads of the lost part fault; the engine opens
+// files the suite keeps in place, and the write support to come will lock them.
 #pragma once
 
 #include <cstddef>
@@ -28,7 +35,9 @@ struct CacheBlock {
     std::uint32_t pins = 0;
     std::uint64_t lastUse = 0;
     bool loaded = false;
-    std::unique_ptr<std::uint8_t[]> bytes;
+    std::uint8_t* data = nullptr;         // the block's first page
+    std::size_t mappedLength = 0;         // non-zero: `data` is a mapping of this length
+    std::unique_ptr<std::uint8_t[]> owned;  // buffered blocks
 };
 
 // A read-only view of one page, valid while the PageRef lives.
@@ -58,8 +67,9 @@ private:
 
 class PageChannel {
 public:
-    static constexpr std::uint32_t kPagesPerBlock = 16;
-    static constexpr std::size_t kMinBlocks = 8;
+    static constexpr std::size_t kMappedBlockBytes = 1u << 20;
+    static constexpr std::size_t kBufferedBlockBytes = 64u << 10;
+    static constexpr std::size_t kMinBlocks = 4;
 
     // Takes ownership of the open descriptor `fd`. `name` is the file name used in error texts.
     PageChannel(int fd, std::string name, std::uint64_t fileSize, std::uint32_t pageSize,
@@ -89,12 +99,17 @@ private:
     void unpin(CacheBlock* block) noexcept;
     CacheBlock* acquire(std::uint32_t blockNumber);
     void load(CacheBlock& block, std::uint32_t blockNumber);
+    void drop(CacheBlock& block) noexcept;
+    void configure();
 
     int fd_;
     std::string name_;
     std::uint32_t pageSize_;
     std::uint32_t pageCount_;
-    std::size_t maxBlocks_;
+    std::size_t cacheBytes_;
+    std::size_t maxBlocks_ = 0;
+    std::uint32_t pagesPerBlock_ = 16;
+    bool mapped_ = true;
     std::uint32_t databaseKey_ = 0;
     std::uint64_t clock_ = 0;
     std::vector<std::unique_ptr<CacheBlock>> blocks_;

@@ -12,6 +12,8 @@
 #include <string_view>
 #include <vector>
 
+#include "jet/error.h"
+
 #include "jet/value.h"
 
 namespace jet {

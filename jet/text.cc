@@ -8,24 +8,6 @@ namespace jet::detail {
 
 namespace {
 
-void appendCodePoint(std::string& out, std::uint32_t cp) {
-    if (cp < 0x80) {
-        out.push_back(static_cast<char>(cp));
-    } else if (cp < 0x800) {
-        out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-        out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    } else if (cp < 0x10000) {
-        out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-        out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    } else {
-        out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
-        out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    }
-}
-
 // Windows-1252 0x80..0x9F; the rest of the page is Latin-1. Unassigned positions map to the C1
 // control of the same number, as Windows' own conversion does.
 constexpr std::uint16_t kCp1252High[32] = {
@@ -33,54 +15,78 @@ constexpr std::uint16_t kCp1252High[32] = {
     0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
-// UTF-16 units to UTF-8, pairing surrogates; a lone surrogate becomes U+FFFD.
-struct Utf16Sink {
-    std::string& out;
-    std::uint32_t pendingHigh = 0;
-    void put(std::uint16_t unit) {
-        if (pendingHigh) {
-            if (unit >= 0xDC00 && unit <= 0xDFFF) {
-                appendCodePoint(out, 0x10000 + ((pendingHigh - 0xD800) << 10) + (unit - 0xDC00u));
-                pendingHigh = 0;
+}  // namespace
+
+namespace {
+
+// Writes UTF-16 units as UTF-8 straight into a buffer sized for the worst case (3 bytes a unit),
+// which keeps per-character work to a few instructions on the scan path.
+class Utf8Writer {
+public:
+    Utf8Writer(std::string& out, std::size_t maxUnits) : out_(out), base_(out.size()) {
+        out_.resize(base_ + maxUnits * 3 + 3);
+        w_ = out_.data() + base_;
+    }
+    ~Utf8Writer() {
+        if (high_) put3(0xFFFD);
+        out_.resize(static_cast<std::size_t>(w_ - out_.data()));
+    }
+    void unit(std::uint32_t u) {
+        if (u < 0x80 && !high_) {
+            *w_++ = static_cast<char>(u);
+            return;
+        }
+        if (high_) {
+            if (u >= 0xDC00 && u <= 0xDFFF) {
+                std::uint32_t cp = 0x10000 + ((high_ - 0xD800) << 10) + (u - 0xDC00);
+                *w_++ = static_cast<char>(0xF0 | (cp >> 18));
+                *w_++ = static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+                *w_++ = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+                *w_++ = static_cast<char>(0x80 | (cp & 0x3F));
+                high_ = 0;
                 return;
             }
-            appendCodePoint(out, 0xFFFD);
-            pendingHigh = 0;
+            put3(0xFFFD);
+            high_ = 0;
         }
-        if (unit >= 0xD800 && unit <= 0xDBFF) {
-            pendingHigh = unit;
-        } else if (unit >= 0xDC00 && unit <= 0xDFFF) {
-            appendCodePoint(out, 0xFFFD);
+        if (u < 0x80) {
+            *w_++ = static_cast<char>(u);
+        } else if (u < 0x800) {
+            *w_++ = static_cast<char>(0xC0 | (u >> 6));
+            *w_++ = static_cast<char>(0x80 | (u & 0x3F));
+        } else if (u >= 0xD800 && u <= 0xDBFF) {
+            high_ = u;
+        } else if (u >= 0xDC00 && u <= 0xDFFF) {
+            put3(0xFFFD);
         } else {
-            appendCodePoint(out, unit);
+            put3(u);
         }
     }
-    void finish() {
-        if (pendingHigh) appendCodePoint(out, 0xFFFD);
-        pendingHigh = 0;
+
+private:
+    void put3(std::uint32_t u) {
+        *w_++ = static_cast<char>(0xE0 | (u >> 12));
+        *w_++ = static_cast<char>(0x80 | ((u >> 6) & 0x3F));
+        *w_++ = static_cast<char>(0x80 | (u & 0x3F));
     }
+    std::string& out_;
+    std::size_t base_;
+    char* w_;
+    std::uint32_t high_ = 0;
 };
 
 }  // namespace
 
 void appendUcs2(std::string& out, const std::uint8_t* data, std::size_t length) {
-    Utf16Sink sink{out};
-    for (std::size_t i = 0; i + 1 < length; i += 2) {
-        std::uint16_t unit = u16(data + i);
-        if (unit < 0x80 && sink.pendingHigh == 0) {
-            out.push_back(static_cast<char>(unit));
-        } else {
-            sink.put(unit);
-        }
-    }
-    sink.finish();
+    Utf8Writer w(out, length / 2);
+    for (std::size_t i = 0; i + 1 < length; i += 2) w.unit(static_cast<std::uint32_t>(data[i] | (data[i + 1] << 8)));
 }
 
 void appendJet4Text(std::string& out, const std::uint8_t* data, std::size_t length) {
     if (length >= 2 && data[0] == 0xFF && data[1] == 0xFE) {
         // Compressed: single bytes (high byte zero) until a 0x00 switches to two-byte units, and
         // back at the next 0x00.
-        Utf16Sink sink{out};
+        Utf8Writer w(out, length);
         bool single = true;
         std::size_t i = 2;
         while (i < length) {
@@ -90,30 +96,24 @@ void appendJet4Text(std::string& out, const std::uint8_t* data, std::size_t leng
                 continue;
             }
             if (single) {
-                sink.put(data[i]);
+                w.unit(data[i]);
                 ++i;
             } else {
                 if (i + 1 >= length) break;
-                sink.put(u16(data + i));
+                w.unit(static_cast<std::uint32_t>(data[i] | (data[i + 1] << 8)));
                 i += 2;
             }
         }
-        sink.finish();
         return;
     }
     appendUcs2(out, data, length);
 }
 
 void appendCodePageText(std::string& out, const std::uint8_t* data, std::size_t length, std::uint16_t) {
+    Utf8Writer w(out, length);
     for (std::size_t i = 0; i < length; ++i) {
         std::uint8_t b = data[i];
-        if (b < 0x80) {
-            out.push_back(static_cast<char>(b));
-        } else if (b < 0xA0) {
-            appendCodePoint(out, kCp1252High[b - 0x80]);
-        } else {
-            appendCodePoint(out, b);
-        }
+        w.unit(b >= 0x80 && b < 0xA0 ? kCp1252High[b - 0x80] : b);
     }
 }
 

@@ -51,6 +51,9 @@ constexpr std::array kTable{
     Entry{Failure::TableDoesNotExist, kNoTable, "Table '%s' does not exist."},
     Entry{Failure::NotSupported, kNotImplemented, "The statement '%s' is not supported by this engine."},
     Entry{Failure::EngineFailure, kFail, "%s"},
+    Entry{Failure::InvalidPath, kFail,
+          "'%s' is not a valid path.  Make sure that the path name is spelled correctly and that you are "
+          "connected to the server on which the file resides."},
     Entry{Failure::CommandTextNotSet, kCommandNotSet, "Command text was not set for the command object."},
     Entry{Failure::ProviderNotFound, 3706, "Provider cannot be found. It may not be properly installed."},
     Entry{Failure::ObjectClosed, 3704, "Operation is not allowed when the object is closed."},

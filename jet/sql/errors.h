@@ -35,6 +35,7 @@ enum class Failure {
     NotSupported,         // 0x80004001, a valid statement this engine does not run; names its verb
     // Provider errors: the connection.
     EngineFailure,        // 0x80004005 with the engine's text (file missing, not a database, ...)
+    InvalidPath,          // 0x80004005, names the path: its folder does not exist
     CommandTextNotSet,    // 0x80040E0C
     // ADO's own.
     ProviderNotFound,     // 3706

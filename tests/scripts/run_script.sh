@@ -13,7 +13,7 @@
 #   #! write PATH TEXT      write a file; TEXT takes printf %b escapes (\r\n, \t, \\)
 #   #! status N             the exit status the driver must end with (0 unless given)
 set -euo pipefail
-cli=$1 shared=$2 script=$3 mode=${4:-}
+cli=$(realpath "$1") shared=$(realpath "$2") script=$(realpath "$3") mode=${4:-}
 expected="${script%.qxs}.expected"
 
 work=$(mktemp -d)

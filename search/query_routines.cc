@@ -1,0 +1,155 @@
+#include "search/query_routines.h"
+
+#include "common/modmaster.h"
+#include "common/vb.h"
+
+namespace qx::search {
+
+namespace {
+
+std::string appendCriterion(const std::string& InputStr, const std::string& fieldname,
+                            const std::string& TextBox, std::string_view connector) {
+    if (vb::Trim(TextBox).empty()) return InputStr;
+    const std::string column = vb::UCase(vb::Trim(fieldname));
+    const std::string value = vb::UCase(vb::Trim(TextBox));
+    const std::string condition = "UCASE(" + column + ") LIKE '%" + value + "%'";
+    if (vb::Trim(InputStr).empty()) return condition;
+    return InputStr + std::string(connector) + condition;
+}
+
+// The text of element `index` of a criteria box array.
+const std::string& boxText(const forms::ControlArray<forms::TextBox>& boxes, int index) {
+    return boxes(index).text();
+}
+
+// The data control's Refresh: the binding re-opens, and every grid bound to the control takes up
+// the new recordset, as bound grids do when their data control refreshes.
+void refreshDataControl(forms::Program& program) {
+    forms::FrmMain& f = program.frmMain;
+    AdoBinding& b = binding(program);
+    try {
+        b.refresh();
+    } catch (...) {
+        for (forms::Grid* grid : {&f.grdListing, &f.grdData})
+            if (grid->dataSource() == &f.adodata) grid->refresh();
+        throw;
+    }
+    for (forms::Grid* grid : {&f.grdListing, &f.grdData})
+        if (grid->dataSource() == &f.adodata) grid->rebind();
+}
+
+}  // namespace
+
+std::string AddSQLWhere(const std::string& InputStr, const std::string& fieldname, const std::string& TextBox) {
+    return appendCriterion(InputStr, fieldname, TextBox, " AND ");
+}
+
+std::string ORSQLWhere(const std::string& InputStr, const std::string& fieldname, const std::string& TextBox) {
+    return appendCriterion(InputStr, fieldname, TextBox, " OR ");
+}
+
+std::string LookAtChecks(const std::string& TempStr, const std::string& CheckNumber) {
+    if (vb::Trim(CheckNumber).empty()) return TempStr;
+    const std::string& n = CheckNumber;
+    const std::string group =
+        "(check1 like '%" + n + "%' or check2 like '%" + n + "%' or check3 like '%" + n + "%')";
+    if (vb::Trim(TempStr).empty()) return group;
+    return TempStr + "AND " + group;
+}
+
+std::string BuildSearchSQL(const forms::FrmMain& form, const std::string& TableName, std::int16_t Index) {
+    std::string where;
+    const int i = Index;
+    switch (Index) {
+        case 0:
+            where = AddSQLWhere(where, "FileNumber", boxText(form.txtFileNumber, i));
+            where = AddSQLWhere(where, "Address", boxText(form.txtAddress, i));
+            where = AddSQLWhere(where, "City", boxText(form.txtCity, i));
+            where = AddSQLWhere(where, "ST", boxText(form.txtState, i));
+            where = AddSQLWhere(where, "Zip", boxText(form.txtZip, i));
+            break;
+        case 1:
+            where = AddSQLWhere(where, "FileNumber", boxText(form.txtFileNumber, i));
+            where = AddSQLWhere(where, "InvoiceDate", boxText(form.txtInvoiceDate, i));
+            where = LookAtChecks(where, boxText(form.txtCheckNum, 1));
+            break;
+        case 2:
+            where = AddSQLWhere(where, "FileNumber", boxText(form.txtFileNumber, i));
+            where = AddSQLWhere(where, "Appraiser", boxText(form.txtAppraiser, i));
+            break;
+        case 3:
+            where = AddSQLWhere(where, "Client", boxText(form.txtClient, i));
+            break;
+        case 4:
+            where = AddSQLWhere(where, "Client", boxText(form.txtClient, i));
+            where = AddSQLWhere(where, "Contact", boxText(form.txtContactName, i));
+            where = AddSQLWhere(where, "Email", boxText(form.txtEmail, i));
+            where = AddSQLWhere(where, "Phone", boxText(form.txtPhoneNum, i));
+            break;
+        case 5:
+            where = AddSQLWhere(where, "Client", boxText(form.txtClient, i));
+            where = AddSQLWhere(where, "Form", boxText(form.txtFormType, i));
+            break;
+        case 6:
+            where = AddSQLWhere(where, "Appraiser", boxText(form.txtAppraiser, i));
+            break;
+        case 7:
+            where = AddSQLWhere(where, "Appraiser", boxText(form.txtAppraiser, i));
+            where = AddSQLWhere(where, "Form", boxText(form.txtFormType, i));
+            break;
+        case 8:
+            where = AddSQLWhere(where, "Form", boxText(form.txtFormType, i));
+            where = AddSQLWhere(where, "Category", boxText(form.txtCategory, i));
+            break;
+        default:
+            break;  // Company, Users and anything else: the whole table
+    }
+    if (!vb::Trim(where).empty()) return "SELECT * FROM " + TableName + " WHERE " + where;
+    return "SELECT * FROM " + TableName;
+}
+
+AdoBinding& binding(forms::Program& program) {
+    forms::DataControl& control = program.frmMain.adodata;
+    if (auto* existing = dynamic_cast<AdoBinding*>(control.binding())) return *existing;
+    auto made = std::make_shared<AdoBinding>(program.rt.os.fs);
+    AdoBinding& ref = *made;
+    control.setBinding(std::move(made));
+    return ref;
+}
+
+void AdoConnectTableANDDatabase(forms::Program& program, const std::string& TableName,
+                                const std::string& DatabaseName, const std::string& Directory) {
+    forms::FrmMain& f = program.frmMain;
+    f.fraSearch(0).setVisible(true);
+    // The caller's directory is not changed: the backslash goes on a copy.
+    std::string directory = Directory;
+    CkRSlash(program.rt, directory);
+    AdoBinding& b = binding(program);
+    b.setConnectionString(std::string(kConnectPrefix) + directory + DatabaseName + std::string(kConnectSuffix));
+    b.setRecordSource("Select * from " + TableName);
+    refreshDataControl(program);
+    program.rt.g.adoOpen = kVbTrue;
+}
+
+void AdoConnectTable(forms::Program& program, const std::string& TableName) {
+    AdoConnectTableANDDatabase(program, TableName, "office.mdb", program.rt.g.dataDir);
+}
+
+void CloseADOifOpen(forms::Program& program, forms::Grid& GridName) {
+    if (program.rt.g.adoOpen == kVbFalse) return;
+    binding(program).closeRecordset();
+    GridName.close();
+    program.rt.g.adoOpen = kVbFalse;
+}
+
+void RunSearch(forms::Program& program, std::int16_t Index) {
+    forms::FrmMain& f = program.frmMain;
+    program.screen.setMousePointer(11);
+    const std::string statement = BuildSearchSQL(f, f.searchTableName, Index);
+    binding(program).setRecordSource(statement);
+    refreshDataControl(program);
+    f.grdData.refresh();
+    program.screen.setMousePointer(0);
+}
+
+}  // namespace qx::search

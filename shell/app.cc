@@ -24,7 +24,8 @@ std::string versionText(const Version& v) {
     return std::to_string(v.major) + "." + std::to_string(v.minor) + "." + std::to_string(v.revision);
 }
 
-Application::Application(platform::Platform& os, Version version) : os_(os), version_(version) {
+Application::Application(platform::Platform& os, Version version, bool withSubsystems)
+    : os_(os), version_(version) {
     const forms::FormContext context{os_, screen_};
     frmMain_ = std::make_unique<forms::FrmMain>(context);
     frmSM_ = std::make_unique<forms::FrmSM>(context);
@@ -39,7 +40,7 @@ Application::Application(platform::Platform& os, Version version) : os_(os), ver
     // The shared routines set the screen's pointer through the program-wide state.
     globals_.onScreenMousePointer = [this](int pointer) { screen_.setMousePointer(pointer); };
     wireShell();
-    wireSubsystems(*program_);
+    if (withSubsystems) wireSubsystems(*program_);
 }
 
 Application::~Application() = default;

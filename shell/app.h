@@ -40,8 +40,9 @@ std::string versionText(const Version& version);
 class Application {
 public:
     // `os` must outlive the application. Creates every form (none loaded) and wires the shell's
-    // handlers and then every subsystem that is built in.
-    explicit Application(platform::Platform& os, Version version = buildVersion());
+    // handlers and then, unless `withSubsystems` is false (tests of the shell alone), every
+    // subsystem that is built in.
+    explicit Application(platform::Platform& os, Version version = buildVersion(), bool withSubsystems = true);
     ~Application();
     Application(const Application&) = delete;
     Application& operator=(const Application&) = delete;

@@ -15,12 +15,14 @@ namespace {
 
 constexpr const char* kIni = "APPRAISE\\kel.ini";
 
+// The shell alone: no subsystem is wired, so every handler the tests see is the shell's or the
+// test's own.
 class AppTest : public ::testing::Test {
 protected:
     AppTest() : host(QX_SHARED_DIR, true) {}
 
     Application& make() {
-        app = std::make_unique<Application>(host.platform(), Version{7, 0, 12});
+        app = std::make_unique<Application>(host.platform(), Version{7, 0, 12}, false);
         app->onUnhandledError = [this](const RuntimeError& e) { errors.push_back(e.number()); };
         return *app;
     }
@@ -54,7 +56,7 @@ TEST_F(AppTest, StartUpReadsTheDirectoriesAndBuildsTheCaption) {
 
 TEST_F(AppTest, CaptionCarriesTheSuiteNameAndTheGivenVersion) {
     writeIni("[directories]\r\nappdir=C:\\KEL\r\n[PROGRAM ALIAS]\r\nCORVID Office Plus=Talvik Appraisal Office\r\n");
-    app = std::make_unique<Application>(host.platform(), Version{8, 1, 3});
+    app = std::make_unique<Application>(host.platform(), Version{8, 1, 3}, false);
     ASSERT_TRUE(app->start());
     EXPECT_EQ(app->frmMain().caption(), "Talvik Appraisal Office - QX Test - Version 8.1.3");
     EXPECT_EQ(app->globals().toolTitle, "Talvik Appraisal Office - QX Test");

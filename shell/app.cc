@@ -83,6 +83,9 @@ void Application::closeForm(forms::Form& form) {
 void Application::Form_Load() {
     Runtime rt{os_, globals_};
     globals_.iniDirectory = IniDirectory(rt);
+    // The Windows directory that finding the INI folder asked for is kept program-wide with its
+    // backslash: the tests of the first page show and probe it.
+    if (globals_.windowsDirectory.empty()) globals_.windowsDirectory = GetWinDir(rt);
     globals_.systemDirectory = GetSysDir(rt);
     globals_.configFilePath = LocateConfigFile(rt, "kel.ini", false);
 

@@ -40,6 +40,7 @@ TEST_F(AppTest, StartUpReadsTheDirectoriesAndBuildsTheCaption) {
     const Globals& g = a.globals();
     EXPECT_EQ(g.iniDirectory, "C:\\APPRAISE\\");
     EXPECT_EQ(g.systemDirectory, "C:\\WINDOWS\\SYSTEM32");
+    EXPECT_EQ(g.windowsDirectory, "C:\\WINDOWS\\");
     EXPECT_EQ(g.configFilePath, "C:\\APPRAISE\\KEL.INI");
     EXPECT_EQ(g.appDir, "C:\\KEL\\");
     EXPECT_EQ(g.dataDir, "C:\\KELDATA\\");

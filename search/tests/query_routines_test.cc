@@ -8,39 +8,15 @@
 #include "jet/database.h"
 #include "jet/table.h"
 #include "platform/errors.h"
-#include "platform/testing/test_drive.h"
 #include "search/binding.h"
 #include "search/query_routines.h"
-#include "search/wire.h"
-#include "shell/frmCompress.h"
-#include "shell/frmDate.h"
-#include "shell/frmDetails.h"
-#include "shell/frmGridSecurity.h"
-#include "shell/frmMain.h"
-#include "shell/frmSM.h"
-#include "shell/frmWarning.h"
+#include "search/tests/search_program.h"
 
 namespace qx::search {
 namespace {
 
-class SearchTest : public ::testing::Test {
+class SearchTest : public ::testing::Test, public testing::SearchProgram {
 protected:
-    SearchTest()
-        : host(QX_SHARED_DIR, true),
-          context{host.platform(), screen},
-          main(context),
-          sm(context),
-          details(context),
-          gridSecurity(context),
-          date(context),
-          warning(context),
-          compress(context),
-          program{Runtime{host.platform(), g}, screen, main, sm, details, gridSecurity, date, warning, compress,
-                  hooks} {
-        g.dataDir = "C:\\KELDATA\\";
-        wire(program);
-    }
-
     // Rows of `table` in the suite's Office.mdb whose `column` text contains `needle` exactly
     // (case and all), counted straight from the engine.
     std::size_t countContaining(const std::string& table, const std::string& column, const std::string& needle) {
@@ -71,19 +47,6 @@ protected:
         return {0, ""};
     }
 
-    testing::TestPlatform host;
-    forms::Screen screen;
-    forms::FormContext context;
-    Globals g;
-    forms::ShellHooks hooks;
-    forms::FrmMain main;
-    forms::FrmSM sm;
-    forms::FrmDetails details;
-    forms::FrmGridSecurity gridSecurity;
-    forms::FrmDate date;
-    forms::FrmWarning warning;
-    forms::FrmCompress compress;
-    forms::Program program;
 };
 
 // ---- Statements -----------------------------------------------------------------------------

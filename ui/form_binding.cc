@@ -18,6 +18,7 @@
 #include <QStyle>
 #include <QTabBar>
 #include <QTabWidget>
+#include <QThread>
 #include <QTableView>
 #include <QTimer>
 #include <QToolButton>
@@ -652,7 +653,7 @@ QWidget* Binder::viewOf(std::string_view formName) const {
     return nullptr;
 }
 
-void Binder::advanceClock() { screen_.setElapsedMs(clock_.elapsed()); }
+void Binder::advanceClock() { screen_.setElapsedMs(elapsedSource_ ? elapsedSource_() : clock_.elapsed()); }
 
 std::string Binder::runtimeErrorText(const RuntimeError& error) {
     return "Run-time error '" + std::to_string(error.number()) + "':\n\n" + error.description();
@@ -735,8 +736,13 @@ void Binder::endProgram() {
         persistentHourglass_ = false;
     }
     for (const auto& b : bindings_) b->view()->hide();
-    if (onProgramEnd) onProgramEnd();
-    else QApplication::exit(0);
+    if (onProgramEnd) {
+        onProgramEnd();
+    } else if (QThread::currentThread()->loopLevel() > 0) {
+        // Only a running event loop can be left; outside one (start-up, before exec) an exit
+        // would linger and end the next loop that starts, such as a later message box.
+        QApplication::exit(0);
+    }
 }
 
 }  // namespace qx::ui

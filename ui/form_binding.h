@@ -15,6 +15,7 @@
 #include <QElapsedTimer>
 #include <QObject>
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -70,6 +71,10 @@ public:
     // The view bound to the form of that name, or nullptr.
     QWidget* viewOf(std::string_view formName) const;
 
+    // Where the host's time (ms) comes from: by default a monotonic clock started with the binder.
+    // Tests give a clock that moves only when told, so timers fire when the test says.
+    void setElapsedSource(std::function<std::int64_t()> source) { elapsedSource_ = std::move(source); }
+
     // The user closes the form shown by `view` with its window frame.
     void closeRequested(forms::Form& form);
 
@@ -88,6 +93,7 @@ private:
     platform::MessageBoxes& messages_;
     std::vector<std::unique_ptr<FormBinding>> bindings_;
     QElapsedTimer clock_;
+    std::function<std::int64_t()> elapsedSource_;
     bool ended_ = false;
     bool persistentHourglass_ = false;
     int depth_ = 0;

@@ -43,10 +43,13 @@ public:
     // VB's Dir(pattern, attributes): the entries of the folder named by `pattern` whose names match
     // its last component (Windows wildcards: * any run, ? one character; "*.*" matches every name,
     // "*." names without an extension). Without kDirectory only files are returned; with it,
-    // folders too. A missing folder gives an empty list (no error). Sorted without regard to case.
+    // folders too. A missing folder or an unmapped drive gives an empty list (no error); characters no
+    // Windows name may hold raise 52. Sorted without regard to case. A pattern ending in "\" lists
+    // the folder itself ("*.*"), with "." and ".." first when folders are asked for and the folder
+    // is not a drive root - so a folder exists exactly when dir("<folder>\", kDirectory) is not empty.
     virtual std::vector<DirEntry> dir(std::string_view pattern, unsigned attributes) const = 0;
 
-    // Length in bytes of an existing file. 53 when missing.
+    // Length in bytes of an existing file (0 for a folder). 53 when missing, also when its folder is.
     virtual std::int64_t fileLen(std::string_view path) const = 0;
 
     // Full canonical form of an existing folder: upper-case drive letter, each component in its
@@ -74,8 +77,8 @@ public:
     virtual void openForOutput(int number, std::string_view path) = 0;  // create or truncate
     virtual void openForInput(int number, std::string_view path) = 0;
     virtual void printLine(int number, std::string_view text) = 0;       // text + CR LF
-    // VB's Input #n, var for one string: the first field of the next line (up to a comma or the
-    // line's end; a quoted field keeps its commas). 62 past the end.
+    // VB's Input #n, var for one string: the next field (up to a comma or the line's end; a quoted
+    // field keeps its commas; blanks around it dropped). 62 past the end.
     virtual std::string inputField(int number) = 0;
     virtual void close(int number) = 0;
     virtual bool isOpen(int number) const = 0;

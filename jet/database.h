@@ -36,7 +36,7 @@ struct OpenOptions {
     // Reserved for the write support to come; reading never needs more than read access.
     bool readOnly = true;
     // Upper bound on the memory the page cache may use, in bytes (see page_channel.h).
-    std::size_t cacheBytes = 4u << 20;
+    std::size_t cacheBytes = 1u << 20;
 };
 
 // One row of MSysObjects.

@@ -5,11 +5,11 @@
 // Writers to come go through the same object so that the cache never disagrees with the file.
 //
 // Cache: the file is handled in blocks of consecutive pages. A file without a database key is
-// mapped read-only, 1 MiB window per block (kMappedBlockBytes), so pages are read where the
+// mapped read-only, 256 KiB window per block (kMappedBlockBytes), so pages are read where the
 // operating system's file cache holds them, without a copy; an encrypted file is read into
 // owned 64 KiB blocks (kBufferedBlockBytes) and decrypted there. At most
 // max(kMinBlocks, cacheBytes / blockBytes) blocks are kept (OpenOptions::cacheBytes, default
-// 4 MiB: four mapped windows, or 64 buffered blocks); the least recently used block that nobody
+// 1 MiB: four mapped windows, or 16 buffered blocks); the least recently used block that nobody
 // holds is replaced. A block held by a live PageRef is never replaced; should every block be
 // held, one more is made and dropped as soon as it is let go, so the bound can only be exceeded
 // by the number of pages held at once. Memory use therefore does not grow with the file.
@@ -67,7 +67,7 @@ private:
 
 class PageChannel {
 public:
-    static constexpr std::size_t kMappedBlockBytes = 1u << 20;
+    static constexpr std::size_t kMappedBlockBytes = 256u << 10;
     static constexpr std::size_t kBufferedBlockBytes = 64u << 10;
     static constexpr std::size_t kMinBlocks = 4;
 

@@ -568,6 +568,7 @@ void FormBinding::syncDirList(forms::DirListBox& list, QListWidget& widget) {
         for (const auto& folder : chain) {
             auto* item = new QListWidgetItem(open, QString(depth * 2, ' ') + q(lastComponent(folder)), &widget);
             item->setData(Qt::UserRole, q(folder));
+            item->setData(kOpenFolderRole, true);
             ++depth;
         }
         for (const auto& name : list.items()) {

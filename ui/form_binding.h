@@ -36,6 +36,11 @@ namespace qx::ui {
 
 class FormBinding;
 
+// A folder list shows the open folder's chain above its sub-folders, as the classic control does.
+// Each line carries its full path under Qt::UserRole; the lines of the chain (the last of which is
+// the list's Path) are marked with this role.
+inline constexpr int kOpenFolderRole = Qt::UserRole + 1;
+
 class Binder final {
 public:
     // `messages` shows the box of an unhandled error, titled with the tool title. Neither is

@@ -57,6 +57,8 @@ void Application::wireShell() {
 }
 
 bool Application::start() {
+    // A start-up that fails with an unhandled error still leaves a window to work with.
+    dispatch([this] { frmMain_->load(); });
     return dispatch([this] { frmMain_->show(); });
 }
 

@@ -268,6 +268,19 @@ TEST_F(AppTest, AnUnhandledErrorIsReportedAndTheProgramGoesOn) {
     EXPECT_EQ(f.lblKELINIerror.caption(), "(Check for INI file)");
 }
 
+TEST_F(AppTest, AStartUpThatFailsStillShowsTheWindow) {
+    // A load that ends in an unhandled error after its steps have run.
+    Application& a = make();
+    a.frmMain().onLoad = [&] {
+        a.Form_Load();
+        raise(err::kPathNotFound);
+    };
+    EXPECT_TRUE(a.start());
+    EXPECT_EQ(errors, (std::vector<int>{err::kPathNotFound}));
+    EXPECT_TRUE(a.frmMain().visible());
+    EXPECT_EQ(a.frmMain().caption(), "Corvid Office Plus - QX Test - Version 7.0.12");
+}
+
 TEST_F(AppTest, TheSharedRoutinesPointerReachesTheScreen) {
     Application& a = make();
     ASSERT_TRUE(a.start());

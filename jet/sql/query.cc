@@ -422,36 +422,78 @@ bool likeOnly(const Node& n, std::vector<std::size_t>& columns) {
 
 using CachedColumns = std::vector<std::shared_ptr<const detail::TextColumn>>;
 
-Tri testCached(const Node& n, std::size_t row, const CachedColumns& data) {
+// The condition for all rows at once, one column test at a time: 0 false, 1 true, 2 unknown per
+// row. A containment test searches the column's whole text in one pass instead of row by row.
+std::vector<std::uint8_t> testAllCached(const Node& n, std::size_t rows, const CachedColumns& data) {
+    constexpr std::uint8_t F = 0, T = 1, U = 2;
     switch (n.op) {
-        case Node::Op::And: {
-            const Tri a = testCached(*n.kids[0], row, data);
-            if (a == Tri::False) return Tri::False;
-            const Tri b = testCached(*n.kids[1], row, data);
-            if (b == Tri::False) return Tri::False;
-            return (a == Tri::Null || b == Tri::Null) ? Tri::Null : Tri::True;
-        }
+        case Node::Op::And:
         case Node::Op::Or: {
-            const Tri a = testCached(*n.kids[0], row, data);
-            if (a == Tri::True) return Tri::True;
-            const Tri b = testCached(*n.kids[1], row, data);
-            if (b == Tri::True) return Tri::True;
-            return (a == Tri::Null || b == Tri::Null) ? Tri::Null : Tri::False;
+            std::vector<std::uint8_t> a = testAllCached(*n.kids[0], rows, data);
+            const std::vector<std::uint8_t> b = testAllCached(*n.kids[1], rows, data);
+            // Three-valued AND and OR as tables indexed by 3 * left + right.
+            static constexpr std::uint8_t kAnd[9] = {F, F, F, F, T, U, F, U, U};
+            static constexpr std::uint8_t kOr[9] = {F, T, U, T, T, T, U, T, U};
+            const std::uint8_t* table = n.op == Node::Op::And ? kAnd : kOr;
+            for (std::size_t r = 0; r < rows; ++r) a[r] = table[3 * a[r] + b[r]];
+            return a;
         }
-        case Node::Op::Not: return notTri(testCached(*n.kids[0], row, data));
+        case Node::Op::Not: {
+            std::vector<std::uint8_t> a = testAllCached(*n.kids[0], rows, data);
+            for (auto& x : a) x = x == U ? U : static_cast<std::uint8_t>(1 - x);
+            return a;
+        }
         case Node::Op::Like: {
             const Node* ref = likeColumn(*n.kids[0]);
-            if (!ref) return Tri::Null;  // excluded by likeOnly
+            std::vector<std::uint8_t> out(rows, U);
+            if (!ref) return out;  // excluded by likeOnly
             const auto& col = *data[ref->column];
-            if (col.nulls[row]) return Tri::Null;
-            return n.pattern->matchesFolded(col.text(row)) != n.negated ? Tri::True : Tri::False;
+            const std::uint8_t hit = n.negated ? F : T, miss = n.negated ? T : F;
+            const std::string_view literal = n.pattern->containedLiteral();
+            if (!literal.empty()) {
+                // Most values are a few characters long: a plain loop over each value beats
+                // calling a general search per row; long values (memos) use the library search.
+                const char* text = col.folded.data();
+                const char first = literal.front();
+                const std::size_t rest = literal.size() - 1;
+                std::uint32_t begin = 0;
+                for (std::size_t r = 0; r < rows; ++r) {
+                    const std::uint32_t end = col.ends[r];
+                    if (col.nulls[r]) {
+                        out[r] = U;
+                    } else if (end - begin < literal.size()) {
+                        out[r] = miss;
+                    } else if (end - begin > 64) {
+                        const std::string_view value(text + begin, end - begin);
+                        out[r] = value.find(literal) != std::string_view::npos ? hit : miss;
+                    } else {
+                        bool found = false;
+                        const char* last = text + end - literal.size();
+                        for (const char* p = text + begin; p <= last && !found; ++p) {
+                            if (*p != first) continue;
+                            std::size_t i = 0;
+                            while (i < rest && p[1 + i] == literal[1 + i]) ++i;
+                            found = i == rest;
+                        }
+                        out[r] = found ? hit : miss;
+                    }
+                    begin = end;
+                }
+                return out;
+            }
+            for (std::size_t r = 0; r < rows; ++r)
+                out[r] = col.nulls[r] ? U : (n.pattern->matchesFolded(col.text(r)) ? hit : miss);
+            return out;
         }
-        case Node::Op::IsNull:
-            return (data[n.kids[0]->column]->nulls[row] != 0) != n.negated ? Tri::True : Tri::False;
+        case Node::Op::IsNull: {
+            const auto& nulls = data[n.kids[0]->column]->nulls;
+            std::vector<std::uint8_t> out(rows);
+            for (std::size_t r = 0; r < rows; ++r) out[r] = (nulls[r] != 0) != n.negated ? T : F;
+            return out;
+        }
         case Node::Op::Const:
-            if (n.type == Type::Null) return Tri::Null;
-            return n.constant.number != 0 ? Tri::True : Tri::False;
-        default: return Tri::Null;  // excluded by likeOnly
+            return std::vector<std::uint8_t>(rows, n.type == Type::Null ? U : (n.constant.number != 0 ? T : F));
+        default: return std::vector<std::uint8_t>(rows, U);  // excluded by likeOnly
     }
 }
 
@@ -577,9 +619,9 @@ RowSet RowSet::open(const Database& db, std::string_view sql) {
             std::size_t rows = ready ? data[likeColumns[0]]->rows() : 0;
             for (const std::size_t c : likeColumns) ready = ready && data[c]->rows() == rows;
             if (ready) {
+                const std::vector<std::uint8_t> result = testAllCached(*condition, rows, data);
                 for (std::size_t r = 0; r < rows; ++r)
-                    if (testCached(*condition, r, data) == Tri::True)
-                        impl->matches.push_back(static_cast<std::uint32_t>(r));
+                    if (result[r] == 1) impl->matches.push_back(static_cast<std::uint32_t>(r));
                 impl->count = impl->matches.size();
                 return RowSet(std::move(impl));
             }

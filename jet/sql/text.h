@@ -38,6 +38,11 @@ public:
     bool matches(std::string_view text) const;
     // Same, for text already passed through upper().
     bool matchesFolded(std::string_view folded) const;
+    // For a pattern of the form '%literal%' with a non-empty literal and no other wildcard: the
+    // folded literal, which a text matches exactly when it contains it. Empty otherwise.
+    std::string_view containedLiteral() const noexcept {
+        return valid_ && shortcut_ == Shortcut::Contains ? std::string_view(literal_) : std::string_view();
+    }
 
 private:
     enum class Kind : std::uint8_t { AnyRun, One, Char, Set };

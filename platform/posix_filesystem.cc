@@ -199,7 +199,8 @@ struct PosixFileSystem::Impl {
     char currentDrive = 'C';
     std::map<int, OpenFile> open;
 
-    // Makes `path` absolute. `keepLast` leaves the last component untouched (a pattern).
+    // Makes `path` absolute. With `allowWildcardsInLast` the last component may be a pattern, which
+    // keeps its trailing dot ("*." means names without an extension).
     WinPath absolute(std::string_view path, bool allowWildcardsInLast) const {
         if (path.size() >= 2 && isSeparator(path[0]) && isSeparator(path[1])) raise(err::kPathNotFound);
         WinPath p;
@@ -224,7 +225,8 @@ struct PosixFileSystem::Impl {
         }
         for (std::size_t k = 0; k < raw.size(); ++k) {
             const bool last = k + 1 == raw.size();
-            std::string c = windowsTrimComponent(raw[k]);
+            std::string c = last && allowWildcardsInLast && hasWildcard(raw[k]) ? std::string(raw[k])
+                                                                                 : windowsTrimComponent(raw[k]);
             if (c.empty() || c == ".") continue;
             if (c == "..") {
                 if (!p.parts.empty()) p.parts.pop_back();

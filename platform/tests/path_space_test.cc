@@ -202,6 +202,15 @@ TEST_F(PathSpace, DirOfAFolderPathWithTrailingBackslashListsDotEntries) {
     for (const auto& r : fsys_->dir("C:\\", attr::kDirectory)) EXPECT_NE(r.name, ".");
 }
 
+TEST_F(PathSpace, DirWithTrailingDotPatternListsNamesWithoutExtension) {
+    writeFile(c_.path() / "KELDATA" / "README", "r");
+    const auto e = fsys_->dir("C:\\KELDATA\\*.", 0);
+    ASSERT_EQ(e.size(), 1u);
+    EXPECT_EQ(e[0].name, "README");
+}
+
+TEST_F(PathSpace, TrailingDotOfAFileNameIsDropped) { EXPECT_EQ(fsys_->fileLen("C:\\KELDATA\\Office.mdb."), 10); }
+
 TEST_F(PathSpace, DirOfAMissingFolderIsEmpty) { EXPECT_TRUE(fsys_->dir("C:\\NOPE\\*.*", attr::kDirectory).empty()); }
 
 TEST_F(PathSpace, FilesTakesSeveralPatterns) {

@@ -17,12 +17,14 @@ namespace jet {
 // Jet error numbers the engine raises.
 namespace errc {
 inline constexpr std::int32_t kFileNotFound = 3024;        // "Could not find file '<name>'."
+inline constexpr std::int32_t kNoCurrentRecord = 3021;     // "No current record."
 inline constexpr std::int32_t kBadPassword = 3031;         // "Not a valid password."
 inline constexpr std::int32_t kInvalidPath = 3044;         // "'<path>' is not a valid path. ..."
 inline constexpr std::int32_t kFileInUse = 3045;           // "Could not use '<name>'; file already in use."
 inline constexpr std::int32_t kCannotOpen = 3049;          // not a database, or corrupt
 inline constexpr std::int32_t kNoPermission = 3051;        // cannot open the file (permissions)
 inline constexpr std::int32_t kTableNotFound = 3078;       // input table or query not found
+inline constexpr std::int32_t kItemNotFound = 3265;        // "Item not found in this collection."
 inline constexpr std::int32_t kUnrecognizedFormat = 3343;  // "Unrecognized database format '<file>'."
 }  // namespace errc
 

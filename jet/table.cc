@@ -263,9 +263,9 @@ struct Cursor::Impl {
     }
 
     const Column& column(std::size_t i) const {
-        if (!onRow) throw Error(errc::kCannotOpen, "No current record.");
+        if (!onRow) throw Error(errc::kNoCurrentRecord, "No current record.");
         const auto& cols = layout->columns;
-        if (i >= cols.size()) throw Error(errc::kCannotOpen, "Item not found in this collection.");
+        if (i >= cols.size()) throw Error(errc::kItemNotFound, "Item not found in this collection.");
         return cols[i];
     }
 

@@ -108,7 +108,8 @@ private:
 };
 
 // Forward cursor. Accessors take a position in Table::columns(). Errors: 3049 with page and
-// offset when a row or long value is damaged; nothing else throws.
+// offset when a row or long value is damaged; 3021 when there is no current row (before the
+// first next() or after the last); 3265 for a column position out of range.
 class Cursor {
 public:
     Cursor(std::shared_ptr<detail::Store> store, std::shared_ptr<const detail::TableLayout> layout);

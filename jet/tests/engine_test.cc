@@ -342,3 +342,27 @@ TEST(JetCache, MemoryStaysBoundedDuringScans) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(JetCursor, NoCurrentRowAndBadColumn) {
+    jettest::TempDir tmp;
+    jet::Database db = jet::Database::open(tmp.copy("suite/drive_c/KELDATA/Office.mdb"));
+    jet::Table t = db.openTable("Users");
+    jet::Cursor c = t.cursor();
+    try {
+        (void)c.value(0);
+        FAIL();
+    } catch (const jet::Error& e) {
+        EXPECT_EQ(e.number(), 3021);
+    }
+    ASSERT_TRUE(c.next());
+    try {
+        (void)c.value(99);
+        FAIL();
+    } catch (const jet::Error& e) {
+        EXPECT_EQ(e.number(), 3265);
+    }
+}
+
+}  // namespace

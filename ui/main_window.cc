@@ -204,8 +204,12 @@ QWidget* MainWindowView::buildSoftwareUtilities() {
 
     auto* placeFrame = new QGroupBox(page);
     auto* place = new QVBoxLayout(placeFrame);
-    place->addWidget(makeList(placeFrame, "DIRKEL", std::nullopt), 2);
-    place->addWidget(makeList(placeFrame, "FILSource", std::nullopt), 2);
+    QListWidget* folders = makeList(placeFrame, "DIRKEL", std::nullopt);
+    QListWidget* files = makeList(placeFrame, "FILSource", std::nullopt);
+    folders->setMinimumWidth(240);
+    files->setMinimumWidth(240);
+    place->addWidget(folders, 2);
+    place->addWidget(files, 2);
     auto* log = new QPlainTextEdit(placeFrame);
     log->setObjectName("txterrorlog");
     place->addWidget(log, 1);

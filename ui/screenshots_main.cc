@@ -29,7 +29,7 @@ namespace {
 
 bool save(QWidget* window, const QString& folder, const char* name) {
     if (!window) return false;
-    window->adjustSize();
+    if (window->isWindow() && window->objectName() != "frmMain") window->adjustSize();
     QApplication::processEvents();
     const QString path = folder + "/" + name + ".png";
     const bool ok = window->grab().save(path, "PNG");

@@ -98,8 +98,8 @@ std::vector<std::uint32_t> usageMapPages(Store& store, std::uint32_t mapPointer)
     return pages;
 }
 
-void readLongValue(Store& store, const std::uint8_t* field, std::size_t length, std::uint32_t page,
-                   std::size_t offset, std::string& out) {
+ByteView longValueView(Store& store, const std::uint8_t* field, std::size_t length, std::uint32_t page,
+                       std::size_t offset, PageRef& holder, std::string& out) {
     const JetFormat& f = *store.fmt;
     if (length < kLongValueFieldSize) store.corrupt(page, offset, "long value field too short");
     std::uint32_t head = u32(field);
@@ -112,34 +112,32 @@ void readLongValue(Store& store, const std::uint8_t* field, std::size_t length, 
 
     if (head & kLongValueInline) {
         if (total > length - kLongValueFieldSize) store.corrupt(page, offset, "inline long value overruns its row");
-        out.append(reinterpret_cast<const char*>(field + kLongValueFieldSize), total);
-        return;
+        return ByteView{field + kLongValueFieldSize, total};
     }
-    if (total == 0) return;
+    if (total == 0) return ByteView{field, 0};
 
-    auto rowOf = [&](std::uint32_t ptr, PageRef& holder, std::uint32_t fromPage, std::size_t fromOffset)
+    auto rowOf = [&](std::uint32_t ptr, PageRef& keep, std::uint32_t fromPage, std::size_t fromOffset)
         -> std::pair<const std::uint8_t*, std::size_t> {
         std::uint32_t pg = ptr >> 8;
         std::uint16_t rw = ptr & 0xFF;
         if (pg == 0 || pg >= store.channel->pageCount())
             store.corrupt(fromPage, fromOffset, "long value pointer beyond the file");
-        holder = store.page(pg);
-        if (holder.data()[0] != kPageData) store.corrupt(pg, 0, "long value page is not a data page");
-        if (rw >= dataPageRowCount(store, holder)) store.corrupt(pg, f.dataRowCount, "long value row missing");
-        RowBounds b = dataRowBounds(store, holder, rw);
+        keep = store.page(pg);
+        if (keep.data()[0] != kPageData) store.corrupt(pg, 0, "long value page is not a data page");
+        if (rw >= dataPageRowCount(store, keep)) store.corrupt(pg, f.dataRowCount, "long value row missing");
+        RowBounds b = dataRowBounds(store, keep, rw);
         if (b.start > b.end || b.end > f.pageSize || b.start < f.dataRowOffsets)
             store.corrupt(pg, f.dataRowOffsets + 2u * rw, "long value row out of bounds");
-        return {holder.data() + b.start, static_cast<std::size_t>(b.end - b.start)};
+        return {keep.data() + b.start, static_cast<std::size_t>(b.end - b.start)};
     };
 
-    out.reserve(out.size() + total);
-    PageRef holder;
     if (head & kLongValueSingle) {
         auto [data, len] = rowOf(pointer, holder, page, offset + 4);
         if (len < total) store.corrupt(pointer >> 8, 0, "long value row shorter than its length");
-        out.append(reinterpret_cast<const char*>(data), total);
-        return;
+        return ByteView{data, total};
     }
+    out.clear();
+    out.reserve(total);
     // Chain: bounded by the page count and by the value's own length (each piece adds bytes).
     std::size_t remaining = total;
     std::uint32_t current = pointer;
@@ -159,6 +157,15 @@ void readLongValue(Store& store, const std::uint8_t* field, std::size_t length, 
         fromOffset = static_cast<std::size_t>(data - holder.data());
         current = u32(data);
     }
+    return ByteView{reinterpret_cast<const std::uint8_t*>(out.data()), out.size()};
+}
+
+void readLongValue(Store& store, const std::uint8_t* field, std::size_t length, std::uint32_t page,
+                   std::size_t offset, std::string& out) {
+    PageRef holder;
+    std::string scratch;
+    ByteView v = longValueView(store, field, length, page, offset, holder, scratch);
+    out.append(reinterpret_cast<const char*>(v.data), v.size);
 }
 
 }  // namespace jet::detail

@@ -99,7 +99,13 @@ struct RowBounds {
 std::uint16_t dataPageRowCount(const Store& store, const PageRef& page);
 RowBounds dataRowBounds(const Store& store, const PageRef& page, std::uint16_t row);
 
-// Text conversions to UTF-8, appended to `out`.
+// Text conversions to UTF-8. The write* forms need textCapacity(length) bytes at `dst` and return
+// the end of what they wrote; the append* forms append to `out`.
+inline std::size_t textCapacity(std::size_t length) noexcept { return length * 3 + 4; }
+char* writeUcs2(char* dst, const std::uint8_t* data, std::size_t length);
+char* writeJet4Text(char* dst, const std::uint8_t* data, std::size_t length);
+char* writeCodePageText(char* dst, const std::uint8_t* data, std::size_t length, std::uint16_t codePage);
+char* writeText(const Store& store, char* dst, const std::uint8_t* data, std::size_t length);
 void appendUcs2(std::string& out, const std::uint8_t* data, std::size_t length);
 // Jet 4 text: UCS-2, or the compressed form starting FF FE.
 void appendJet4Text(std::string& out, const std::uint8_t* data, std::size_t length);
@@ -107,10 +113,20 @@ void appendJet4Text(std::string& out, const std::uint8_t* data, std::size_t leng
 void appendCodePageText(std::string& out, const std::uint8_t* data, std::size_t length, std::uint16_t codePage);
 void appendText(const Store& store, std::string& out, const std::uint8_t* data, std::size_t length);
 
-// Reads a memo/OLE value whose 12-byte field (and inline data) is `field`. `where` locates the
-// field for error texts. Appends the value's bytes to `out`.
+// Reads a memo/OLE value whose 12-byte field (and inline data) is `field`; `page` and `offset`
+// locate the field for error texts. Appends the value's bytes to `out`.
 void readLongValue(Store& store, const std::uint8_t* field, std::size_t length, std::uint32_t page,
                    std::size_t offset, std::string& out);
+
+// The same, without copying when the value lies in one piece (inline or a single row): then
+// the view points into the row or into the page `holder` keeps. Otherwise the pieces are
+// gathered into `scratch` and the view points there.
+struct ByteView {
+    const std::uint8_t* data = nullptr;
+    std::size_t size = 0;
+};
+ByteView longValueView(Store& store, const std::uint8_t* field, std::size_t length, std::uint32_t page,
+                       std::size_t offset, PageRef& holder, std::string& scratch);
 
 // Case-insensitive comparison of names as the engine matches them.
 bool sameName(std::string_view a, std::string_view b) noexcept;

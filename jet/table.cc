@@ -113,8 +113,21 @@ struct Cursor::Impl {
     std::size_t dataLimit = 0;         // end of the row's data area
     std::vector<std::uint16_t> jet3Offsets;
 
-    mutable std::string text;
-    mutable std::string scratch;
+    mutable std::string text;     // text(): grows, never shrinks; the view covers the front
+    mutable std::string scratch;  // long values gathered from several pieces
+    mutable PageRef longPage;     // page holding the current single-piece long value
+
+    // Converts stored text into `text` and returns the view.
+    std::string_view convert(const std::uint8_t* d, std::size_t n) const {
+        std::size_t need = textCapacity(n);
+        if (text.size() < need) text.resize(std::max(need, text.size() * 2));
+        char* end = writeText(*store, text.data(), d, n);
+        return std::string_view(text.data(), static_cast<std::size_t>(end - text.data()));
+    }
+    ByteView longValue(const std::uint8_t* d, std::size_t n) const {
+        return longValueView(*store, d, n, rowPage.number(), rowStart + static_cast<std::size_t>(d - row), longPage,
+                             scratch);
+    }
 
     [[noreturn]] void corrupt(std::size_t inRow, const std::string& what) const {
         store->corrupt(rowPage.number(), rowStart + inRow, what);
@@ -228,6 +241,9 @@ struct Cursor::Impl {
             page = std::move(candidate);
             rowsOnPage = dataPageRowCount(*store, page);
             nextRow = 0;
+            // Rows are read from the end of the page backwards, which the processor does not
+            // foresee: ask for the whole page now.
+            for (std::size_t off = 0; off < f->pageSize; off += 64) __builtin_prefetch(p + off);
             return true;
         }
         page = PageRef();
@@ -309,16 +325,14 @@ struct Cursor::Impl {
                 return Value(c.type, std::move(s));
             }
             case ColumnType::Memo: {
-                scratch.clear();
-                readLongValue(*store, d, n, rowPage.number(), rowStart + static_cast<std::size_t>(d - row), scratch);
+                ByteView v = longValue(d, n);
                 std::string s;
-                appendText(*store, s, reinterpret_cast<const std::uint8_t*>(scratch.data()), scratch.size());
+                appendText(*store, s, v.data, v.size);
                 return Value(c.type, std::move(s));
             }
             case ColumnType::OLE: {
-                scratch.clear();
-                readLongValue(*store, d, n, rowPage.number(), rowStart + static_cast<std::size_t>(d - row), scratch);
-                return Value(c.type, Bytes(scratch.begin(), scratch.end()));
+                ByteView v = longValue(d, n);
+                return Value(c.type, Bytes(v.data, v.data + v.size));
             }
             case ColumnType::Binary:
             case ColumnType::Unknown:
@@ -354,26 +368,21 @@ Value Cursor::value(std::size_t column) const { return impl_->decode(impl_->colu
 
 std::string_view Cursor::text(std::size_t column) const {
     const Column& c = impl_->column(column);
-    std::string& out = impl_->text;
-    out.clear();
     if (c.type == ColumnType::Text) {
         const std::uint8_t* d;
         std::size_t n;
-        if (impl_->locate(c, d, n)) appendText(*impl_->store, out, d, n);
-        return out;
+        if (!impl_->locate(c, d, n)) return {};
+        return impl_->convert(d, n);
     }
     if (c.type == ColumnType::Memo) {
         const std::uint8_t* d;
         std::size_t n;
-        if (impl_->locate(c, d, n)) {
-            std::string& raw = impl_->scratch;
-            raw.clear();
-            readLongValue(*impl_->store, d, n, impl_->rowPage.number(),
-                          impl_->rowStart + static_cast<std::size_t>(d - impl_->row), raw);
-            appendText(*impl_->store, out, reinterpret_cast<const std::uint8_t*>(raw.data()), raw.size());
-        }
-        return out;
+        if (!impl_->locate(c, d, n)) return {};
+        ByteView v = impl_->longValue(d, n);
+        return impl_->convert(v.data, v.size);
     }
+    std::string& out = impl_->text;
+    out.clear();
     Value v = impl_->decode(c);
     struct Formatter {
         std::string& o;

@@ -1,5 +1,10 @@
 // Text as the file stores it, to UTF-8.
+//
+// The converters write into caller-provided room (textCapacity(n) bytes for n stored bytes) and
+// return the end of what they wrote, so that a cursor can convert into one reused buffer without
+// clearing or growing it for every value.
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 #include "jet/store.h"
@@ -15,21 +20,23 @@ constexpr std::uint16_t kCp1252High[32] = {
     0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
-}  // namespace
-
-namespace {
-
-// Writes UTF-16 units as UTF-8 straight into a buffer sized for the worst case (3 bytes a unit),
-// which keeps per-character work to a few instructions on the scan path.
+// UTF-16 units to UTF-8, pairing surrogates; a lone surrogate becomes U+FFFD. At most 3 bytes
+// per unit are written (a pair of units gives 4).
 class Utf8Writer {
 public:
-    Utf8Writer(std::string& out, std::size_t maxUnits) : out_(out), base_(out.size()) {
-        out_.resize(base_ + maxUnits * 3 + 3);
-        w_ = out_.data() + base_;
-    }
-    ~Utf8Writer() {
+    explicit Utf8Writer(char* dst) : w_(dst) {}
+    char* finish() {
         if (high_) put3(0xFFFD);
-        out_.resize(static_cast<std::size_t>(w_ - out_.data()));
+        high_ = 0;
+        return w_;
+    }
+    bool plain() const noexcept { return high_ == 0; }
+    void ascii4(char a, char b, char c, char d) noexcept {
+        w_[0] = a;
+        w_[1] = b;
+        w_[2] = c;
+        w_[3] = d;
+        w_ += 4;
     }
     void unit(std::uint32_t u) {
         if (u < 0x80 && !high_) {
@@ -69,60 +76,88 @@ private:
         *w_++ = static_cast<char>(0x80 | ((u >> 6) & 0x3F));
         *w_++ = static_cast<char>(0x80 | (u & 0x3F));
     }
-    std::string& out_;
-    std::size_t base_;
     char* w_;
     std::uint32_t high_ = 0;
 };
 
+template <class Write>
+void appendWith(std::string& out, std::size_t length, Write write) {
+    std::size_t base = out.size();
+    out.resize(base + textCapacity(length));
+    char* end = write(out.data() + base);
+    out.resize(static_cast<std::size_t>(end - out.data()));
+}
+
 }  // namespace
 
-void appendUcs2(std::string& out, const std::uint8_t* data, std::size_t length) {
-    Utf8Writer w(out, length / 2);
-    for (std::size_t i = 0; i + 1 < length; i += 2) w.unit(static_cast<std::uint32_t>(data[i] | (data[i + 1] << 8)));
-}
-
-void appendJet4Text(std::string& out, const std::uint8_t* data, std::size_t length) {
-    if (length >= 2 && data[0] == 0xFF && data[1] == 0xFE) {
-        // Compressed: single bytes (high byte zero) until a 0x00 switches to two-byte units, and
-        // back at the next 0x00.
-        Utf8Writer w(out, length);
-        bool single = true;
-        std::size_t i = 2;
-        while (i < length) {
-            if (data[i] == 0) {
-                single = !single;
-                ++i;
-                continue;
-            }
-            if (single) {
-                w.unit(data[i]);
-                ++i;
-            } else {
-                if (i + 1 >= length) break;
-                w.unit(static_cast<std::uint32_t>(data[i] | (data[i + 1] << 8)));
-                i += 2;
-            }
-        }
-        return;
+char* writeUcs2(char* dst, const std::uint8_t* data, std::size_t length) {
+    Utf8Writer w(dst);
+    std::size_t i = 0;
+    // Most text is ASCII: four units at a time while their high bytes and top bits are clear.
+    while (i + 8 <= length && w.plain()) {
+        std::uint64_t v;
+        std::memcpy(&v, data + i, 8);
+        if ((v & 0xFF80FF80FF80FF80ull) != 0) break;
+        w.ascii4(static_cast<char>(data[i]), static_cast<char>(data[i + 2]), static_cast<char>(data[i + 4]),
+                 static_cast<char>(data[i + 6]));
+        i += 8;
     }
-    appendUcs2(out, data, length);
+    for (; i + 1 < length; i += 2) w.unit(static_cast<std::uint32_t>(data[i] | (data[i + 1] << 8)));
+    return w.finish();
 }
 
-void appendCodePageText(std::string& out, const std::uint8_t* data, std::size_t length, std::uint16_t) {
-    Utf8Writer w(out, length);
+char* writeJet4Text(char* dst, const std::uint8_t* data, std::size_t length) {
+    if (!(length >= 2 && data[0] == 0xFF && data[1] == 0xFE)) return writeUcs2(dst, data, length);
+    // Compressed: single bytes (high byte zero) until a 0x00 switches to two-byte units, and back
+    // at the next 0x00.
+    Utf8Writer w(dst);
+    bool single = true;
+    std::size_t i = 2;
+    while (i < length) {
+        if (data[i] == 0) {
+            single = !single;
+            ++i;
+            continue;
+        }
+        if (single) {
+            w.unit(data[i]);
+            ++i;
+        } else {
+            if (i + 1 >= length) break;
+            w.unit(static_cast<std::uint32_t>(data[i] | (data[i + 1] << 8)));
+            i += 2;
+        }
+    }
+    return w.finish();
+}
+
+char* writeCodePageText(char* dst, const std::uint8_t* data, std::size_t length, std::uint16_t) {
+    Utf8Writer w(dst);
     for (std::size_t i = 0; i < length; ++i) {
         std::uint8_t b = data[i];
         w.unit(b >= 0x80 && b < 0xA0 ? kCp1252High[b - 0x80] : b);
     }
+    return w.finish();
+}
+
+char* writeText(const Store& store, char* dst, const std::uint8_t* data, std::size_t length) {
+    return store.fmt->jet3 ? writeCodePageText(dst, data, length, store.codePage) : writeJet4Text(dst, data, length);
+}
+
+void appendUcs2(std::string& out, const std::uint8_t* data, std::size_t length) {
+    appendWith(out, length, [&](char* d) { return writeUcs2(d, data, length); });
+}
+
+void appendJet4Text(std::string& out, const std::uint8_t* data, std::size_t length) {
+    appendWith(out, length, [&](char* d) { return writeJet4Text(d, data, length); });
+}
+
+void appendCodePageText(std::string& out, const std::uint8_t* data, std::size_t length, std::uint16_t codePage) {
+    appendWith(out, length, [&](char* d) { return writeCodePageText(d, data, length, codePage); });
 }
 
 void appendText(const Store& store, std::string& out, const std::uint8_t* data, std::size_t length) {
-    if (store.fmt->jet3) {
-        appendCodePageText(out, data, length, store.codePage);
-    } else {
-        appendJet4Text(out, data, length);
-    }
+    appendWith(out, length, [&](char* d) { return writeText(store, d, data, length); });
 }
 
 bool sameName(std::string_view a, std::string_view b) noexcept {

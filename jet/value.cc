@@ -92,7 +92,8 @@ namespace {
 // Decimal digits of a 128-bit magnitude given as four 32-bit parts, most significant first.
 std::string digits128(std::uint32_t top, std::uint32_t hi, std::uint32_t mid, std::uint32_t lo) {
     std::uint32_t parts[4] = {top, hi, mid, lo};
-    std::string out;
+    char buf[48];  // 2^128 has 39 digits
+    std::size_t n = 0;
     while (parts[0] != 0 || parts[1] != 0 || parts[2] != 0 || parts[3] != 0) {
         std::uint64_t rem = 0;
         for (auto& p : parts) {
@@ -100,30 +101,28 @@ std::string digits128(std::uint32_t top, std::uint32_t hi, std::uint32_t mid, st
             p = static_cast<std::uint32_t>(cur / 10);
             rem = cur % 10;
         }
-        out.push_back(static_cast<char>('0' + rem));
+        buf[n++] = static_cast<char>('0' + rem);
     }
-    if (out.empty()) out = "0";
-    return std::string(out.rbegin(), out.rend());
+    if (n == 0) buf[n++] = '0';
+    std::string out(n, '0');
+    for (std::size_t i = 0; i < n; ++i) out[i] = buf[n - 1 - i];
+    return out;
 }
 
+// Inserts the decimal point `scale` digits from the right (padding with zeros) and the sign.
+// Built character by character: GCC 12 misreports string assignment here at -O3.
 std::string placePoint(const std::string& digits, unsigned scale, bool negative) {
-    std::string whole, frac;
-    if (scale == 0) {
-        whole = digits;
-    } else if (digits.size() > scale) {
-        whole = digits.substr(0, digits.size() - scale);
-        frac = digits.substr(digits.size() - scale);
-    } else {
-        whole = "0";
-        frac = std::string(scale - digits.size(), '0') + digits;
-    }
     bool zero = digits.find_first_not_of('0') == std::string::npos;
+    std::size_t intDigits = digits.size() > scale ? digits.size() - scale : 0;
     std::string out;
-    if (negative && !zero) out = "-";
-    out += whole;
-    if (!frac.empty()) {
-        out += ".";
-        out += frac;
+    out.reserve(digits.size() + scale + 3);
+    if (negative && !zero) out.push_back('-');
+    if (intDigits == 0) out.push_back('0');
+    for (std::size_t i = 0; i < intDigits; ++i) out.push_back(digits[i]);
+    if (scale > 0) {
+        out.push_back('.');
+        for (std::size_t i = digits.size() - intDigits; i < scale; ++i) out.push_back('0');
+        for (std::size_t i = intDigits; i < digits.size(); ++i) out.push_back(digits[i]);
     }
     return out;
 }

@@ -1,0 +1,143 @@
+// The binding's own duties: modal and modeless windows, the hourglass, and message boxes that
+// carry exactly the program's title, text, buttons and icon.
+#include <QApplication>
+#include <QCursor>
+#include <QLabel>
+#include <QPushButton>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+#include "ui/qt_message_boxes.h"
+#include "ui/tests/session.h"
+#include "ui/widgets.h"
+
+namespace qx::ui::testing {
+namespace {
+
+std::string str(const QString& text) { return text.toUtf8().toStdString(); }
+
+bool hourglassShowing() {
+    const QCursor* cursor = QApplication::overrideCursor();
+    return cursor && cursor->shape() == Qt::WaitCursor;
+}
+
+TEST(Binding, AModalFormBlocksTheMainWindowUntilItCloses) {
+    Session user;
+    ASSERT_TRUE(user.start());
+    ASSERT_TRUE(user.windows().binder().dispatch([&] { user.app().frmWarning().show(true); }));
+    QWidget* warning = user.windows().view("frmWarning");
+    ASSERT_NE(warning, nullptr);
+    EXPECT_TRUE(warning->isVisible());
+    EXPECT_EQ(warning->windowModality(), Qt::ApplicationModal);
+    EXPECT_EQ(str(warning->windowTitle()), "Backup Declaration");
+    // A click on the main window does not reach the program while the warning is up.
+    user.click("cmdWinDIR");
+    EXPECT_EQ(user.text("lblWindows"), "");
+    // Closed with its window frame, it lets the main window have the user again.
+    warning->close();
+    EXPECT_FALSE(warning->isVisible());
+    EXPECT_FALSE(user.app().frmWarning().loaded());
+    user.click("cmdWinDIR");
+    EXPECT_EQ(user.text("lblWindows"), "Configuration Directory = C:\\WINDOWS\\");
+}
+
+TEST(Binding, TheWarningShowsItsMessageWordForWord) {
+    Session user;
+    ASSERT_TRUE(user.start());
+    ASSERT_TRUE(user.windows().binder().dispatch([&] { user.app().frmWarning().show(true); }));
+    EXPECT_EQ(user.text("lblMessage", "frmWarning"), user.app().frmWarning().lblMessage.caption());
+    EXPECT_EQ(user.text("lblMessage", "frmWarning").size(), 709u);
+    EXPECT_EQ(user.text("cmdProceed", "frmWarning"), "Proceed");
+}
+
+TEST(Binding, TheHourglassShowsWhileAHandlerWorksAndWhileTheProgramAsksForIt) {
+    Session user;
+    ASSERT_TRUE(user.start());
+    EXPECT_FALSE(hourglassShowing());
+    bool duringHandler = false;
+    user.windows().binder().dispatch([&] { duringHandler = hourglassShowing(); });
+    EXPECT_TRUE(duringHandler);
+    EXPECT_FALSE(hourglassShowing());
+
+    user.windows().binder().dispatch([&] { user.app().screen().setMousePointer(forms::kPointerHourglass); });
+    EXPECT_TRUE(hourglassShowing());
+    user.windows().binder().dispatch([&] { user.app().screen().setMousePointer(forms::kPointerDefault); });
+    EXPECT_FALSE(hourglassShowing());
+}
+
+TEST(Binding, AMessageBoxShowsTheNormalPointerEvenInsideAHandler) {
+    Session user;
+    ASSERT_TRUE(user.start());
+    bool hourglassOverBox = true;
+    bool hourglassAfterBox = false;
+    QtMessageBoxes boxes;
+    boxes.setShownHook([&](QMessageBox& box) {
+        hourglassOverBox = hourglassShowing();
+        QTimer::singleShot(0, &box, [&box] { box.button(QMessageBox::Ok)->click(); });
+    });
+    user.windows().binder().dispatch([&] {
+        boxes.show("t", "x", platform::Buttons::OK, platform::Icon::None);
+        hourglassAfterBox = hourglassShowing();
+    });
+    EXPECT_FALSE(hourglassOverBox);
+    EXPECT_TRUE(hourglassAfterBox);
+}
+
+struct BoxCase {
+    platform::Buttons buttons;
+    QMessageBox::StandardButtons expected;
+    QMessageBox::StandardButton press;
+    platform::Answer answer;
+};
+
+TEST(Binding, MessageBoxesCarryTheProgramsButtonsAndGiveBackThePressedOne) {
+    Session user;  // provides the Qt application
+    const BoxCase cases[] = {
+        {platform::Buttons::OK, QMessageBox::Ok, QMessageBox::Ok, platform::Answer::OK},
+        {platform::Buttons::OKCancel, QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Cancel,
+         platform::Answer::Cancel},
+        {platform::Buttons::AbortRetryIgnore, QMessageBox::Abort | QMessageBox::Retry | QMessageBox::Ignore,
+         QMessageBox::Ignore, platform::Answer::Ignore},
+        {platform::Buttons::YesNoCancel, QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel, QMessageBox::No,
+         platform::Answer::No},
+        {platform::Buttons::YesNo, QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes, platform::Answer::Yes},
+        {platform::Buttons::RetryCancel, QMessageBox::Retry | QMessageBox::Cancel, QMessageBox::Retry,
+         platform::Answer::Retry},
+    };
+    for (const BoxCase& c : cases) {
+        QtMessageBoxes boxes;
+        QMessageBox::StandardButtons seen;
+        std::string title, text;
+        QMessageBox::Icon icon = QMessageBox::NoIcon;
+        boxes.setShownHook([&](QMessageBox& box) {
+            seen = box.standardButtons();
+            title = s(box.windowTitle());
+            text = s(box.text());
+            icon = box.icon();
+            QTimer::singleShot(0, &box, [&box, press = c.press] { box.button(press)->click(); });
+        });
+        const platform::Answer answer =
+            boxes.show("Error", "Disk full.\r\nError # 61 in module x.", c.buttons, platform::Icon::Exclamation);
+        EXPECT_EQ(seen, c.expected);
+        EXPECT_EQ(answer, c.answer);
+        EXPECT_EQ(title, "Error");
+        EXPECT_EQ(text, "Disk full.\r\nError # 61 in module x.");
+        EXPECT_EQ(icon, QMessageBox::Warning);
+    }
+}
+
+TEST(Binding, MessageBoxTextIsNeverReadAsMarkup) {
+    Session user;
+    QtMessageBoxes boxes;
+    Qt::TextFormat format = Qt::AutoText;
+    boxes.setShownHook([&](QMessageBox& box) {
+        format = box.textFormat();
+        QTimer::singleShot(0, &box, [&box] { box.button(QMessageBox::Ok)->click(); });
+    });
+    boxes.show("<b>t</b>", "<i>x</i>", platform::Buttons::OK, platform::Icon::Information);
+    EXPECT_EQ(format, Qt::PlainText);
+}
+
+}  // namespace
+}  // namespace qx::ui::testing

@@ -119,6 +119,37 @@ TEST(Parser, ExpressionErrors) {
               "Wrong number of arguments used with function in query expression 'UCASE(a, b) = 'x''.");
 }
 
+// Whatever is typed, the parser answers with a statement or a numbered error, never anything else.
+TEST(Parser, MangledStatementsGiveAStatementOrANumberedError) {
+    const std::string base =
+        "SELECT * FROM Invoice WHERE UCASE(FILENUMBER) LIKE '%A7%'AND (check1 like '%105%' or check2 "
+        "like '[!a-c]_%' or NOT check3 IS NULL) ; DROP TABLE [x] ";
+    const std::string alphabet = "'\"[]()%_!-,;.* <>=aZ09\xC3\xA9\xFF";
+    std::uint32_t seed = 12345;
+    auto next = [&] {
+        seed = seed * 1103515245u + 12345u;
+        return (seed >> 8) & 0xFFFF;
+    };
+    int parsed = 0, refused = 0;
+    for (int round = 0; round < 3000; ++round) {
+        std::string s = base.substr(0, next() % (base.size() + 1));
+        for (int edits = static_cast<int>(next() % 4); edits > 0 && !s.empty(); --edits) {
+            const std::size_t at = next() % s.size();
+            s[at] = alphabet[next() % alphabet.size()];
+        }
+        try {
+            parse(s);
+            ++parsed;
+        } catch (const Error& e) {
+            EXPECT_NE(e.number(), 0) << s;
+            EXPECT_FALSE(e.description().empty()) << s;
+            ++refused;
+        }
+    }
+    EXPECT_GT(parsed, 0);
+    EXPECT_GT(refused, 0);
+}
+
 TEST(Errors, EveryFailureHasItsNumberAndText) {
     EXPECT_EQ(errorNumber(Failure::NoSuchTable), -2147217865);
     EXPECT_EQ(errorText(Failure::NoSuchTable, "Invoices"),

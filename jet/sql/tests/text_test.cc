@@ -104,6 +104,55 @@ TEST(Like, BlanksAreSignificant) {
     EXPECT_FALSE(like("abc ", "abc"));
 }
 
+// A deliberately plain reference: recursion over the pattern, ASCII only, groups without ranges.
+bool referenceLike(std::string_view t, std::string_view p) {
+    if (p.empty()) return t.empty();
+    const auto up = [](char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 32) : c; };
+    if (p[0] == '%') {
+        for (std::size_t k = 0; k <= t.size(); ++k)
+            if (referenceLike(t.substr(k), p.substr(1))) return true;
+        return false;
+    }
+    if (t.empty()) return false;
+    if (p[0] == '_') return referenceLike(t.substr(1), p.substr(1));
+    if (p[0] == '[') {
+        const auto close = p.find(']', 1);
+        std::string_view body = p.substr(1, close - 1);
+        const bool negated = !body.empty() && body[0] == '!';
+        if (negated) body.remove_prefix(1);
+        bool in = false;
+        for (char c : body) in = in || up(c) == up(t[0]);
+        return in != negated && referenceLike(t.substr(1), p.substr(close + 1));
+    }
+    return up(p[0]) == up(t[0]) && referenceLike(t.substr(1), p.substr(1));
+}
+
+TEST(Like, AgreesWithAPlainReferenceOnRandomPatterns) {
+    std::uint32_t seed = 7;
+    auto next = [&] {
+        seed = seed * 1664525u + 1013904223u;
+        return seed >> 16;
+    };
+    const std::string letters = "abAB";
+    int matched = 0;
+    for (int round = 0; round < 20000; ++round) {
+        std::string text, pattern;
+        for (int i = static_cast<int>(next() % 7); i > 0; --i) text += letters[next() % letters.size()];
+        for (int i = static_cast<int>(next() % 6); i > 0; --i) {
+            switch (next() % 6) {
+                case 0: pattern += '%'; break;
+                case 1: pattern += '_'; break;
+                case 2: pattern += (next() % 2) ? "[ab]" : "[!a]"; break;
+                default: pattern += letters[next() % letters.size()]; break;
+            }
+        }
+        const bool expected = referenceLike(text, pattern);
+        EXPECT_EQ(LikePattern(pattern).matches(text), expected) << "'" << text << "' LIKE '" << pattern << "'";
+        matched += expected ? 1 : 0;
+    }
+    EXPECT_GT(matched, 1000);
+}
+
 Value dateValue(double days) { return Value(ColumnType::DateTime, Value::Storage(DateTime{days})); }
 
 TEST(ToText, DatesInTheUnitedStatesGeneralForm) {

@@ -46,9 +46,9 @@ private:
     bool done_ = false;
 };
 
-class Program : public ::testing::Test {
+class Diagnostics : public ::testing::Test {
 protected:
-    Program() : tp_(QX_SHARED_DIR) {}
+    Diagnostics() : tp_(QX_SHARED_DIR) {}
 
     // Starts the program over the test platform, or over `fs` in its place.
     void start(platform::FileSystem* fs = nullptr) {
@@ -96,7 +96,7 @@ protected:
 
 // ---- The read/write check ------------------------------------------------------------------------
 
-TEST_F(Program, MarkerFileIsOneWindows1252LineWithCrLfAndReplacesAnOlderOne) {
+TEST_F(Diagnostics, MarkerFileIsOneWindows1252LineWithCrLfAndReplacesAnOlderOne) {
     tp_.drive().write("KELDATA\\test.log", "older marker\r\nsecond line\r\nthird line\r\n");
     start();
     click(main().cmdReadWrite);
@@ -109,7 +109,7 @@ TEST_F(Program, MarkerFileIsOneWindows1252LineWithCrLfAndReplacesAnOlderOne) {
     EXPECT_EQ(hostFile("KELDATA\\test.log"), "Write Privilege allowed\r\n");
 }
 
-TEST_F(Program, ReadOnlyDataFolderIsAccessDeniedEvenForRoot) {
+TEST_F(Diagnostics, ReadOnlyDataFolderIsAccessDeniedEvenForRoot) {
     tp_.fs().refuseWritesIn("C:\\KELDATA");
     start();
     click(main().cmdReadWrite);
@@ -122,7 +122,7 @@ TEST_F(Program, ReadOnlyDataFolderIsAccessDeniedEvenForRoot) {
     EXPECT_EQ(hostFile("KELDATA\\test.log"), "");
 }
 
-TEST_F(Program, DataFolderVanishingAfterTest3IsPathNotFound) {
+TEST_F(Diagnostics, DataFolderVanishingAfterTest3IsPathNotFound) {
     VanishOnFirstWrite fs(tp_.fs(), "C:\\KELDATA");
     start(&fs);
     click(main().cmdReadWrite);
@@ -134,7 +134,7 @@ TEST_F(Program, DataFolderVanishingAfterTest3IsPathNotFound) {
     EXPECT_TRUE(unhandled_.empty());
 }
 
-TEST_F(Program, DiskFullWhileWritingLeavesFileNumberOneTakenUntilRestart) {
+TEST_F(Diagnostics, DiskFullWhileWritingLeavesFileNumberOneTakenUntilRestart) {
     start();
     // Writes: the opening is the first, the line the second.
     tp_.fs().failWrite(2, err::kDiskFull);
@@ -162,7 +162,7 @@ TEST_F(Program, DiskFullWhileWritingLeavesFileNumberOneTakenUntilRestart) {
     EXPECT_EQ(main().lblReadWriteError.caption(), "Read/Write Privileges allowed");
 }
 
-TEST_F(Program, MarkerNotListedIsUnableToAccessFile) {
+TEST_F(Diagnostics, MarkerNotListedIsUnableToAccessFile) {
     // A file system whose listing never shows the marker, as on a share that hides new files.
     class HidesMarker final : public testing::FileSystemWrapper {
     public:
@@ -181,7 +181,7 @@ TEST_F(Program, MarkerNotListedIsUnableToAccessFile) {
 
 // ---- The folder values and the in-place strip ----------------------------------------------------
 
-TEST_F(Program, TestsLeaveTheFolderValuesTheyUsedWithoutTheirBackslash) {
+TEST_F(Diagnostics, TestsLeaveTheFolderValuesTheyUsedWithoutTheirBackslash) {
     start();
     EXPECT_EQ(g().appDir, "C:\\KEL\\");
     EXPECT_EQ(g().dataDir, "C:\\KELDATA\\");
@@ -197,7 +197,7 @@ TEST_F(Program, TestsLeaveTheFolderValuesTheyUsedWithoutTheirBackslash) {
     EXPECT_EQ(g().dataDir, "C:\\KELDATA");
 }
 
-TEST_F(Program, StripRSlashTrimsAndCutsOneBackslashOfTheVariableItself) {
+TEST_F(Diagnostics, StripRSlashTrimsAndCutsOneBackslashOfTheVariableItself) {
     start();
     Runtime rt{*os_, g()};
     std::string value = "  C:\\Data\\\\  ";
@@ -213,7 +213,7 @@ TEST_F(Program, StripRSlashTrimsAndCutsOneBackslashOfTheVariableItself) {
     EXPECT_EQ(g().currentProcedure, "StripRChar          ");
 }
 
-TEST_F(Program, FolderCheckErrorOtherThanPathOrDeviceGoesToTheErrorReportAndIsNotActedOn) {
+TEST_F(Diagnostics, FolderCheckErrorOtherThanPathOrDeviceGoesToTheErrorReportAndIsNotActedOn) {
     // A folder lookup that fails with a device I/O error: the report asks Abort/Retry/Ignore,
     // its answer is kept but not acted on (Retry does not retry), and the user is told the
     // folder is unavailable.
@@ -244,7 +244,7 @@ TEST_F(Program, FolderCheckErrorOtherThanPathOrDeviceGoesToTheErrorReportAndIsNo
     EXPECT_EQ(main().ckbDataDir.caption(), "Failed");
 }
 
-TEST_F(Program, FolderCheckOnAnUnmappedDriveIsUnavailable) {
+TEST_F(Diagnostics, FolderCheckOnAnUnmappedDriveIsUnavailable) {
     tp_.drive().write("APPRAISE\\kel.ini", "[directories]\r\nappdir=Q:\\KEL\r\n");
     start();
     tp_.messages().queue(Answer::OK);
@@ -256,7 +256,7 @@ TEST_F(Program, FolderCheckOnAnUnmappedDriveIsUnavailable) {
 
 // ---- The memory forms ----------------------------------------------------------------------------
 
-TEST(MemoryArithmetic, UsedMemoryIsSignedLongSubtraction) {
+TEST(DiagnosticsMemory, UsedMemoryIsSignedLongSubtraction) {
     EXPECT_EQ(usedMemory(1000, 400), 600);
     EXPECT_EQ(usedMemory(3221225472u, 1073741824u), -2147483647 - 1);
     try {
@@ -267,14 +267,14 @@ TEST(MemoryArithmetic, UsedMemoryIsSignedLongSubtraction) {
     }
 }
 
-TEST(MemoryArithmetic, PercentagesUseTheZeroPointZeroZeroPercentPattern) {
+TEST(DiagnosticsMemory, PercentagesUseTheZeroPointZeroZeroPercentPattern) {
     EXPECT_EQ(usagePercent(4567, 10000), "45.67%");
     EXPECT_EQ(usagePercent(-2147483647 - 1, -1073741824), "200.00%");
     EXPECT_EQ(usagePercent(1, 3), "33.33%");
     EXPECT_EQ(usagePercent(-1, 3), "-33.33%");
 }
 
-TEST(MemoryArithmetic, ZeroTotalFailsAsTheDivisionDoes) {
+TEST(DiagnosticsMemory, ZeroTotalFailsAsTheDivisionDoes) {
     try {
         usagePercent(0, 0);
         FAIL() << "no error";
@@ -289,14 +289,14 @@ TEST(MemoryArithmetic, ZeroTotalFailsAsTheDivisionDoes) {
     }
 }
 
-TEST(MemoryArithmetic, KilobytesAreSignedAndInShortestForm) {
+TEST(DiagnosticsMemory, KilobytesAreSignedAndInShortestForm) {
     EXPECT_EQ(kilobytes(536870912u), "524288");
     EXPECT_EQ(kilobytes(1536u), "1.5");
     EXPECT_EQ(kilobytes(3221225472u), "-1048576");
     EXPECT_EQ(kilobytes(0u), "0");
 }
 
-TEST_F(Program, MonitorRefreshesEveryThreeSecondsFromTheSystemAndDetailsDoNot) {
+TEST_F(Diagnostics, MonitorRefreshesEveryThreeSecondsFromTheSystemAndDetailsDoNot) {
     tp_.system().memory = platform::MemoryStatus{32, 40, 1048576, 524288, 2097152, 1048576, 4194304, 1048576};
     start();
     click(main().cmdMemory);

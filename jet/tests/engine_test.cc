@@ -2,6 +2,7 @@
 // value forms, counts, the cursor's laziness and the bounded page cache.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -362,6 +363,33 @@ TEST(JetCursor, NoCurrentRowAndBadColumn) {
         FAIL();
     } catch (const jet::Error& e) {
         EXPECT_EQ(e.number(), 3265);
+    }
+}
+
+}  // namespace
+
+namespace {
+
+// The catalog's name index puts "_" before digits, which plain character order does not:
+// the order must come from the index itself.
+TEST(JetCatalog, OrderComesFromTheNameIndex) {
+    jettest::TempDir tmp;
+    for (const char* fixture : {"access-corpus/V1997/testIndexCodesV1997.mdb", "access-corpus/V2000/testIndexPropertiesV2000.mdb"}) {
+        jet::Database db = jet::Database::open(tmp.copy(fixture));
+        std::vector<std::string> names;
+        for (const auto& t : db.tableDefs()) names.push_back(t.name);
+        auto pos = [&](const std::string& n) {
+            return std::find(names.begin(), names.end(), n) - names.begin();
+        };
+        if (std::string(fixture).find("V1997") != std::string::npos) {
+            EXPECT_LT(pos("Table1"), pos("Table1_desc"));
+            EXPECT_LT(pos("Table1_desc"), pos("Table10"));
+            EXPECT_LT(pos("Table9_desc"), static_cast<std::ptrdiff_t>(names.size()));
+        } else {
+            EXPECT_LT(pos("TableIgnoreNulls1"), pos("TableIgnoreNulls1_temp"));
+            EXPECT_LT(pos("TableIgnoreNulls1_temp"), pos("TableIgnoreNulls2"));
+            EXPECT_LT(pos("MSysAccessXML"), pos("MSysACEs"));
+        }
     }
 }
 

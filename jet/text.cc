@@ -9,6 +9,10 @@
 
 #include "jet/store.h"
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace jet::detail {
 
 namespace {
@@ -31,6 +35,7 @@ public:
         return w_;
     }
     bool plain() const noexcept { return high_ == 0; }
+    char*& cursor() noexcept { return w_; }
     void ascii4(char a, char b, char c, char d) noexcept {
         w_[0] = a;
         w_[1] = b;
@@ -93,7 +98,20 @@ void appendWith(std::string& out, std::size_t length, Write write) {
 char* writeUcs2(char* dst, const std::uint8_t* data, std::size_t length) {
     Utf8Writer w(dst);
     std::size_t i = 0;
-    // Most text is ASCII: four units at a time while their high bytes and top bits are clear.
+    // Most text is ASCII: eight units at a time (SSE2) while they are all below 0x80, then four.
+#if defined(__SSE2__)
+    {
+        char*& out = w.cursor();
+        const __m128i high = _mm_set1_epi16(static_cast<short>(0xFF80));
+        while (i + 16 <= length) {
+            __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + i));
+            if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(v, high), _mm_setzero_si128())) != 0xFFFF) break;
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(v, v));
+            out += 8;
+            i += 16;
+        }
+    }
+#endif
     while (i + 8 <= length && w.plain()) {
         std::uint64_t v;
         std::memcpy(&v, data + i, 8);

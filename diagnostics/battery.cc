@@ -31,9 +31,13 @@ void cmdKELini_Click(forms::Program& p) {
                      p.frmMain.lblKELINIerror);
 }
 
-void cmdKELDIRPresent_Click(forms::Program& p) { CheckDirPresent(p, p.rt.g.appDir, p.frmMain.ckbKELAPPPresent); }
+void cmdKELDIRPresent_Click(forms::Program& p) {
+    CheckDirPresent(p, p.rt.g.appDir, p.frmMain.ckbKELAPPPresent);
+}
 
-void cmdKELDATADirPresent_Click(forms::Program& p) { CheckDirPresent(p, p.rt.g.dataDir, p.frmMain.ckbDataDir); }
+void cmdKELDATADirPresent_Click(forms::Program& p) {
+    CheckDirPresent(p, p.rt.g.dataDir, p.frmMain.ckbDataDir);
+}
 
 void cmdReadWrite_Click(forms::Program& p) {
     forms::FrmMain& f = p.frmMain;
@@ -47,7 +51,9 @@ void cmdReadWrite_Click(forms::Program& p) {
     }
 }
 
-void cmdKELUserDirPresent_Click(forms::Program& p) { CheckDirPresent(p, p.rt.g.userDir, p.frmMain.ckbUserDIR); }
+void cmdKELUserDirPresent_Click(forms::Program& p) {
+    CheckDirPresent(p, p.rt.g.userDir, p.frmMain.ckbUserDIR);
+}
 
 void cmdOfficeMDB_Click(forms::Program& p) {
     forms::FrmMain& f = p.frmMain;
@@ -89,7 +95,8 @@ void cmdWinDIR_Click(forms::Program& p) {
     // CkRSlash works on the program-wide values themselves, so the Windows folder that test 1
     // stripped ends in "\" again from here on.
     f.lblWindows.setCaption(std::string(text::kConfigurationDirectory) + CkRSlash(p.rt, g.windowsDirectory));
-    f.lblWindowsSYS.setCaption(std::string(text::kWindowsSystemDirectory) + CkRSlash(p.rt, g.systemDirectory));
+    f.lblWindowsSYS.setCaption(std::string(text::kWindowsSystemDirectory) +
+                               CkRSlash(p.rt, g.systemDirectory));
     f.DIRKEL.setPath(g.windowsDirectory);
     f.FILSource.setPattern(std::string(text::kAllFiles));
 }

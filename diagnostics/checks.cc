@@ -132,6 +132,8 @@ void CheckReadWrite(forms::Program& p, forms::CheckBox& resultBox, std::string d
     }
 }
 
-void DIRKEL_Change(forms::Program& p) { p.frmMain.FILSource.setPath(p.frmMain.DIRKEL.dirPath()); }
+void DIRKEL_Change(forms::Program& p) {
+    p.frmMain.FILSource.setPath(p.frmMain.DIRKEL.dirPath());
+}
 
 }  // namespace qx::diagnostics

@@ -28,7 +28,9 @@ std::string usagePercent(std::int32_t used, std::int32_t total) {
     return vb::Format(static_cast<double>(used) / static_cast<double>(total), kPercentPattern);
 }
 
-std::string kilobytes(std::uint32_t field) { return vb::CStr(static_cast<double>(asLong(field)) / kBytesPerKilobyte); }
+std::string kilobytes(std::uint32_t field) {
+    return vb::CStr(static_cast<double>(asLong(field)) / kBytesPerKilobyte);
+}
 
 void refreshSnapshot(Runtime& rt) {
     rt.g.memory.dwLength = kMemoryStatusLength;
@@ -53,11 +55,13 @@ void frmSM_Timer1_Timer(forms::Program& p) {
     const std::int32_t physUsed = usedMemory(m.dwTotalPhys, m.dwAvailPhys);
     // Not clamped: after a change of sign the bar may be asked for more than its maximum.
     f.pgbPhysMem.setValue(static_cast<float>(physUsed));
-    f.lblPhysUsed.setCaption(std::string(text::kPhysicalUsage) + usagePercent(physUsed, asLong(m.dwTotalPhys)));
+    f.lblPhysUsed.setCaption(std::string(text::kPhysicalUsage) +
+                             usagePercent(physUsed, asLong(m.dwTotalPhys)));
 
     const std::int32_t virtUsed = usedMemory(m.dwTotalVirtual, m.dwAvailVirtual);
     f.pgbVirtMem.setValue(static_cast<float>(virtUsed));
-    f.lblVirtUsed.setCaption(std::string(text::kVirtualUsage) + usagePercent(virtUsed, asLong(m.dwTotalVirtual)));
+    f.lblVirtUsed.setCaption(std::string(text::kVirtualUsage) +
+                             usagePercent(virtUsed, asLong(m.dwTotalVirtual)));
 }
 
 void frmSM_Command1_Click(forms::Program& p) {

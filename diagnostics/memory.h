@@ -17,7 +17,9 @@
 namespace qx::diagnostics {
 
 // A field of the snapshot as the signed 32-bit number the program computes with.
-inline std::int32_t asLong(std::uint32_t field) { return static_cast<std::int32_t>(field); }
+inline std::int32_t asLong(std::uint32_t field) {
+    return static_cast<std::int32_t>(field);
+}
 
 // total - available in Long arithmetic (6 on overflow).
 std::int32_t usedMemory(std::uint32_t total, std::uint32_t available);

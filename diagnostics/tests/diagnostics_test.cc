@@ -27,11 +27,13 @@ using platform::Answer;
 // A file system that makes a folder vanish the moment something is written: test 3 sees the data
 // folder, the read/write check that follows does not.
 class VanishOnFirstWrite final : public testing::FileSystemWrapper {
-public:
+  public:
     // The cast matters: handed a FaultyFileSystem as it is, the wrapper's copy constructor would
     // be chosen and forward to the file system beneath it, past the faults.
     VanishOnFirstWrite(testing::FaultyFileSystem& faulty, std::string folder)
-        : FileSystemWrapper(static_cast<platform::FileSystem&>(faulty)), faulty_(faulty), folder_(std::move(folder)) {}
+        : FileSystemWrapper(static_cast<platform::FileSystem&>(faulty)),
+          faulty_(faulty),
+          folder_(std::move(folder)) {}
     void openForOutput(int number, std::string_view path) override {
         if (!done_) {
             done_ = true;
@@ -40,22 +42,22 @@ public:
         FileSystemWrapper::openForOutput(number, path);
     }
 
-private:
+  private:
     testing::FaultyFileSystem& faulty_;
     std::string folder_;
     bool done_ = false;
 };
 
 class Diagnostics : public ::testing::Test {
-protected:
+  protected:
     Diagnostics() : tp_(QX_SHARED_DIR) {}
 
     // Starts the program over the test platform, or over `fs` in its place.
     void start(platform::FileSystem* fs = nullptr) {
         app_.reset();
         platform::Platform& base = tp_.platform();
-        os_.emplace(platform::Platform{fs ? *fs : base.fs, base.profile, base.system, base.clock, base.messages,
-                                       base.process});
+        os_.emplace(platform::Platform{fs ? *fs : base.fs, base.profile, base.system, base.clock,
+                                       base.messages, base.process});
         app_ = std::make_unique<shell::Application>(*os_);
         app_->onUnhandledError = [this](const RuntimeError& e) { unhandled_.push_back(e.number()); };
         ASSERT_TRUE(app_->start());
@@ -165,7 +167,7 @@ TEST_F(Diagnostics, DiskFullWhileWritingLeavesFileNumberOneTakenUntilRestart) {
 TEST_F(Diagnostics, MarkerNotListedIsUnableToAccessFile) {
     // A file system whose listing never shows the marker, as on a share that hides new files.
     class HidesMarker final : public testing::FileSystemWrapper {
-    public:
+      public:
         using FileSystemWrapper::FileSystemWrapper;
         std::vector<std::string> files(std::string_view folder, std::string_view patterns) const override {
             if (patterns == "test.log") return {};
@@ -218,7 +220,7 @@ TEST_F(Diagnostics, FolderCheckErrorOtherThanPathOrDeviceGoesToTheErrorReportAnd
     // its answer is kept but not acted on (Retry does not retry), and the user is told the
     // folder is unavailable.
     class IoErrorOnData final : public testing::FileSystemWrapper {
-    public:
+      public:
         using FileSystemWrapper::FileSystemWrapper;
         std::string canonicalFolder(std::string_view path) const override {
             if (path == "C:\\KELDATA") {

@@ -59,8 +59,10 @@ CivilTime toCivil(DateTime value) noexcept {
     long long seconds = std::llround(frac * 86400.0);
     long long day = static_cast<long long>(whole);
     if (seconds >= 86400) {
+        // Rounded up to the next midnight, which is one day later for negative values too
+        // (their fraction counts forward from the day's start).
         seconds -= 86400;
-        day += (v < 0 ? -1 : 1);
+        day += 1;
     }
     CivilTime t;
     // 1899-12-30 is 25569 days before 1970-01-01.

@@ -301,6 +301,8 @@ TEST(JetValues, Formatting) {
     EXPECT_EQ(jet::formatDateTime(jet::DateTime{-1.25}), "1899-12-29 06:00:00");
     EXPECT_EQ(jet::formatDateTime(jet::DateTime{36526.5}), "2000-01-01 12:00:00");
     EXPECT_EQ(jet::formatDateTime(jet::DateTime{2.0 - 0.1 / 86400}), "1900-01-01 00:00:00");
+    EXPECT_EQ(jet::formatDateTime(jet::DateTime{-1.0 - (1.0 - 0.1 / 86400)}), "1899-12-30 00:00:00");
+    EXPECT_EQ(jet::formatDateTime(jet::DateTime{-2.5}), "1899-12-28 12:00:00");
     jet::Guid g;
     for (std::size_t i = 0; i < 16; ++i) g.bytes[i] = static_cast<std::uint8_t>(i);
     EXPECT_EQ(jet::formatGuid(g), "{03020100-0504-0706-0809-0A0B0C0D0E0F}");

@@ -7,6 +7,7 @@
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QProgressBar>
+#include <QTest>
 #include <QTimer>
 
 #include <filesystem>
@@ -253,6 +254,29 @@ TEST(SoftwareUtilitiesWindow, ClearAllFromTheMenuResetsTheResults) {
     EXPECT_EQ(user.find<QCheckBox>("ckbReadWrite")->checkState(), Qt::Unchecked);
     EXPECT_EQ(user.text("lblReadWriteError"), "Data Directory (Read/Write Check)");
     EXPECT_EQ(user.text("lblWindows"), "");
+}
+
+TEST(SoftwareUtilitiesWindow, OpeningAFolderInTheFolderListShowsItsFilesBelow) {
+    Session user;
+    ASSERT_TRUE(user.start());
+    user.click("cmdWinDIR");
+    auto* folders = user.find<QListWidget>("DIRKEL");
+    ASSERT_NE(folders, nullptr);
+    QListWidgetItem* system32 = nullptr;
+    for (int i = 0; i < folders->count(); ++i) {
+        if (folders->item(i)->text().trimmed() == "SYSTEM32") system32 = folders->item(i);
+    }
+    ASSERT_NE(system32, nullptr);
+    EXPECT_EQ(user.items("FILSource"), (std::vector<std::string>{"system.ini", "win.ini"}));
+    // A double-click as the window system delivers it: a click, then the second press.
+    const QPoint at = folders->visualItemRect(system32).center();
+    QTest::mouseClick(folders->viewport(), Qt::LeftButton, Qt::NoModifier, at);
+    QTest::mouseDClick(folders->viewport(), Qt::LeftButton, Qt::NoModifier, at);
+    EXPECT_EQ(user.app().frmMain().DIRKEL.dirPath(), "C:\\WINDOWS\\SYSTEM32");
+    EXPECT_EQ(user.items("FILSource"), (std::vector<std::string>{"config.nt"}));
+    // The open chain now ends in the folder just opened.
+    EXPECT_TRUE(folders->item(2)->data(kOpenFolderRole).toBool());
+    EXPECT_EQ(folders->item(2)->text().trimmed(), "SYSTEM32");
 }
 
 // ---- Memory forms ---------------------------------------------------------------------------------

@@ -386,6 +386,8 @@ TEST(MemoryWindows, ClosingTheMainWindowLeavesAnOpenMonitorRunning) {
     user.main().close();
     EXPECT_FALSE(user.main().isVisible());
     EXPECT_FALSE(user.windows().binder().ended());
+    EXPECT_TRUE(user.windows().view("frmSM")->isVisible());
+    EXPECT_FALSE(user.app().frmMain().loaded());
     // Closing the last form ends the program.
     user.windows().view("frmSM")->close();
     EXPECT_TRUE(user.windows().binder().ended());

@@ -396,3 +396,17 @@ TEST(JetCatalog, OrderComesFromTheNameIndex) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(JetNames, MatchWithoutRegardToCase) {
+    using jet::detail::sameName;
+    EXPECT_TRUE(sameName("Property", "PROPERTY"));
+    EXPECT_TRUE(sameName("Änderungen", "äNDERUNGEN"));
+    EXPECT_TRUE(sameName("Čísla", "čÍSLA"));
+    EXPECT_FALSE(sameName("acción", "accion"));
+    EXPECT_FALSE(sameName("Rates", "Rates-2006"));
+    EXPECT_FALSE(sameName("Rate", "Rats"));
+}
+
+}  // namespace

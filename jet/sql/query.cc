@@ -423,66 +423,72 @@ bool likeOnly(const Node& n, std::vector<std::size_t>& columns) {
 using CachedColumns = std::vector<std::shared_ptr<const detail::TextColumn>>;
 
 // The condition for all rows at once, one column test at a time: 0 false, 1 true, 2 unknown per
-// row. A containment test searches the column's whole text in one pass instead of row by row.
-std::vector<std::uint8_t> testAllCached(const Node& n, std::size_t rows, const CachedColumns& data) {
+// row. Only rows marked in `need` (all rows when it is null) are decided; the others come out
+// false. AND and OR pass on to their right side only the rows the left side left open, so later
+// criteria cost little once earlier ones have narrowed the rows down.
+std::vector<std::uint8_t> testAllCached(const Node& n, std::size_t rows, const CachedColumns& data,
+                                        const std::vector<std::uint8_t>* need) {
     constexpr std::uint8_t F = 0, T = 1, U = 2;
+    auto wanted = [need](std::size_t r) { return need == nullptr || (*need)[r] != 0; };
     switch (n.op) {
         case Node::Op::And:
         case Node::Op::Or: {
-            std::vector<std::uint8_t> a = testAllCached(*n.kids[0], rows, data);
-            const std::vector<std::uint8_t> b = testAllCached(*n.kids[1], rows, data);
+            const bool isAnd = n.op == Node::Op::And;
+            std::vector<std::uint8_t> a = testAllCached(*n.kids[0], rows, data, need);
+            std::vector<std::uint8_t> open(rows);
+            const std::uint8_t settled = isAnd ? F : T;
+            for (std::size_t r = 0; r < rows; ++r) open[r] = (wanted(r) && a[r] != settled) ? 1 : 0;
+            const std::vector<std::uint8_t> b = testAllCached(*n.kids[1], rows, data, &open);
             // Three-valued AND and OR as tables indexed by 3 * left + right.
             static constexpr std::uint8_t kAnd[9] = {F, F, F, F, T, U, F, U, U};
             static constexpr std::uint8_t kOr[9] = {F, T, U, T, T, T, U, T, U};
-            const std::uint8_t* table = n.op == Node::Op::And ? kAnd : kOr;
+            const std::uint8_t* table = isAnd ? kAnd : kOr;
             for (std::size_t r = 0; r < rows; ++r) a[r] = table[3 * a[r] + b[r]];
             return a;
         }
         case Node::Op::Not: {
-            std::vector<std::uint8_t> a = testAllCached(*n.kids[0], rows, data);
+            std::vector<std::uint8_t> a = testAllCached(*n.kids[0], rows, data, need);
             for (auto& x : a) x = x == U ? U : static_cast<std::uint8_t>(1 - x);
             return a;
         }
         case Node::Op::Like: {
             const Node* ref = likeColumn(*n.kids[0]);
-            std::vector<std::uint8_t> out(rows, U);
+            std::vector<std::uint8_t> out(rows, F);
             if (!ref) return out;  // excluded by likeOnly
             const auto& col = *data[ref->column];
             const std::uint8_t hit = n.negated ? F : T, miss = n.negated ? T : F;
             const std::string_view literal = n.pattern->containedLiteral();
-            if (!literal.empty()) {
-                // Most values are a few characters long: a plain loop over each value beats
-                // calling a general search per row; long values (memos) use the library search.
-                const char* text = col.folded.data();
-                const char first = literal.front();
-                const std::size_t rest = literal.size() - 1;
-                std::uint32_t begin = 0;
-                for (std::size_t r = 0; r < rows; ++r) {
-                    const std::uint32_t end = col.ends[r];
-                    if (col.nulls[r]) {
-                        out[r] = U;
-                    } else if (end - begin < literal.size()) {
-                        out[r] = miss;
-                    } else if (end - begin > 64) {
-                        const std::string_view value(text + begin, end - begin);
-                        out[r] = value.find(literal) != std::string_view::npos ? hit : miss;
-                    } else {
-                        bool found = false;
-                        const char* last = text + end - literal.size();
-                        for (const char* p = text + begin; p <= last && !found; ++p) {
-                            if (*p != first) continue;
-                            std::size_t i = 0;
-                            while (i < rest && p[1 + i] == literal[1 + i]) ++i;
-                            found = i == rest;
-                        }
-                        out[r] = found ? hit : miss;
-                    }
-                    begin = end;
+            const char* text = col.folded.data();
+            for (std::size_t r = 0; r < rows; ++r) {
+                if (!wanted(r)) continue;
+                if (col.nulls[r]) {
+                    out[r] = U;
+                    continue;
                 }
-                return out;
+                const std::uint32_t begin = r == 0 ? 0 : col.ends[r - 1], end = col.ends[r];
+                if (literal.empty()) {
+                    out[r] = n.pattern->matchesFolded(std::string_view(text + begin, end - begin)) ? hit : miss;
+                } else if (end - begin < literal.size()) {
+                    out[r] = miss;
+                } else if (end - begin > 64) {
+                    // Long values (memos): the library's search.
+                    const std::string_view value(text + begin, end - begin);
+                    out[r] = value.find(literal) != std::string_view::npos ? hit : miss;
+                } else {
+                    // Most values are a few characters long: a plain loop beats a call per row.
+                    const char first = literal.front();
+                    const std::size_t rest = literal.size() - 1;
+                    bool found = false;
+                    const char* last = text + end - literal.size();
+                    for (const char* p = text + begin; p <= last && !found; ++p) {
+                        if (*p != first) continue;
+                        std::size_t i = 0;
+                        while (i < rest && p[1 + i] == literal[1 + i]) ++i;
+                        found = i == rest;
+                    }
+                    out[r] = found ? hit : miss;
+                }
             }
-            for (std::size_t r = 0; r < rows; ++r)
-                out[r] = col.nulls[r] ? U : (n.pattern->matchesFolded(col.text(r)) ? hit : miss);
             return out;
         }
         case Node::Op::IsNull: {
@@ -619,7 +625,7 @@ RowSet RowSet::open(const Database& db, std::string_view sql) {
             std::size_t rows = ready ? data[likeColumns[0]]->rows() : 0;
             for (const std::size_t c : likeColumns) ready = ready && data[c]->rows() == rows;
             if (ready) {
-                const std::vector<std::uint8_t> result = testAllCached(*condition, rows, data);
+                const std::vector<std::uint8_t> result = testAllCached(*condition, rows, data, nullptr);
                 for (std::size_t r = 0; r < rows; ++r)
                     if (result[r] == 1) impl->matches.push_back(static_cast<std::uint32_t>(r));
                 impl->count = impl->matches.size();

@@ -18,8 +18,8 @@
 #include <QStyle>
 #include <QTabBar>
 #include <QTabWidget>
-#include <QThread>
 #include <QTableView>
+#include <QThread>
 #include <QTimer>
 #include <QToolButton>
 #include <QWidget>
@@ -90,7 +90,7 @@ std::string lastComponent(const std::string& path) {
 // One form and its view: the pairs of control and widget, the per-control timers and the key
 // filters.
 class FormBinding final : public QObject {
-public:
+  public:
     FormBinding(Binder& binder, QWidget* view, forms::Form& form);
     ~FormBinding() override;
 
@@ -98,10 +98,10 @@ public:
     QWidget* view() const { return view_; }
     forms::Form& form() const { return form_; }
 
-protected:
+  protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
-private:
+  private:
     struct Pair {
         Control* control;
         QObject* object;
@@ -134,8 +134,8 @@ private:
 FormBinding::FormBinding(Binder& binder, QWidget* view, forms::Form& form)
     : binder_(binder), view_(view), form_(form) {
     for (Control* control : form.controls()) {
-        const std::string objectName =
-            controlObjectName(control->name(), control->index() >= 0 ? std::optional<int>(control->index()) : std::nullopt);
+        const std::string objectName = controlObjectName(
+            control->name(), control->index() >= 0 ? std::optional<int>(control->index()) : std::nullopt);
         QObject* object = nullptr;
         if (control->kind() == ControlKind::Timer) {
             auto* timer = new QTimer(view);
@@ -196,9 +196,8 @@ void FormBinding::connectGestures(Control* control, QObject* object) {
         case ControlKind::CommandButton:
         case ControlKind::Image:
             if (auto* b = qobject_cast<QAbstractButton*>(object)) {
-                QObject::connect(b, &QAbstractButton::clicked, this, [this, control] {
-                    gesture([control] { control->userClick(); });
-                });
+                QObject::connect(b, &QAbstractButton::clicked, this,
+                                 [this, control] { gesture([control] { control->userClick(); }); });
             }
             break;
         case ControlKind::CheckBox:
@@ -206,9 +205,8 @@ void FormBinding::connectGestures(Control* control, QObject* object) {
             if (auto* b = qobject_cast<QAbstractButton*>(object)) {
                 // The model keeps the state and its exclusivity (a hidden option stands for "none").
                 if (auto* radio = qobject_cast<QRadioButton*>(b)) radio->setAutoExclusive(false);
-                QObject::connect(b, &QAbstractButton::clicked, this, [this, control] {
-                    gesture([control] { control->userClick(); });
-                });
+                QObject::connect(b, &QAbstractButton::clicked, this,
+                                 [this, control] { gesture([control] { control->userClick(); }); });
             }
             break;
         case ControlKind::TextBox: {
@@ -231,20 +229,22 @@ void FormBinding::connectGestures(Control* control, QObject* object) {
                 auto* model = static_cast<forms::ListBox*>(control);
                 list->installEventFilter(this);
                 list->viewport()->installEventFilter(this);
-                QObject::connect(list, &QListWidget::itemPressed, this, [this, model, list](QListWidgetItem* item) {
-                    const int row = list->row(item);
-                    if (row >= 0) gesture([model, row] { model->userSelect(row); });
-                });
+                QObject::connect(list, &QListWidget::itemPressed, this,
+                                 [this, model, list](QListWidgetItem* item) {
+                                     const int row = list->row(item);
+                                     if (row >= 0) gesture([model, row] { model->userSelect(row); });
+                                 });
                 QObject::connect(list, &QListWidget::currentRowChanged, this, [this, model, list](int row) {
                     // Keyboard moves in a single-selection list; mouse presses come through itemPressed.
-                    if (row < 0 || model->multiSelect() != 0 || QApplication::mouseButtons() != Qt::NoButton) return;
+                    if (row < 0 || model->multiSelect() != 0 || QApplication::mouseButtons() != Qt::NoButton)
+                        return;
                     if (row == model->listIndex()) return;
                     (void)list;
                     gesture([model, row] { model->userSelect(row); });
                 });
-                QObject::connect(list, &QListWidget::itemDoubleClicked, this, [this, model](QListWidgetItem*) {
-                    gesture([model] { model->userDblClick(); });
-                });
+                QObject::connect(
+                    list, &QListWidget::itemDoubleClicked, this,
+                    [this, model](QListWidgetItem*) { gesture([model] { model->userDblClick(); }); });
             }
             break;
         case ControlKind::DirListBox:
@@ -252,16 +252,18 @@ void FormBinding::connectGestures(Control* control, QObject* object) {
                 auto* dir = static_cast<forms::DirListBox*>(control);
                 // A double-click opens the folder of its line: an ancestor above the items, or one of
                 // the sub-folders (the model's items); a single click makes a sub-folder current.
-                QObject::connect(list, &QListWidget::itemDoubleClicked, this, [this, dir, list](QListWidgetItem* item) {
-                    const std::string target = s(item->data(Qt::UserRole).toString());
-                    if (target.empty()) return;
-                    gesture([dir, target] { dir->setPath(target); });
-                    (void)list;
-                });
-                QObject::connect(list, &QListWidget::itemPressed, this, [this, dir, list](QListWidgetItem* item) {
-                    const int row = list->row(item) - dirRowOffset_[list];
-                    if (row >= 0) gesture([dir, row] { dir->userSelect(row); });
-                });
+                QObject::connect(list, &QListWidget::itemDoubleClicked, this,
+                                 [this, dir, list](QListWidgetItem* item) {
+                                     const std::string target = s(item->data(Qt::UserRole).toString());
+                                     if (target.empty()) return;
+                                     gesture([dir, target] { dir->setPath(target); });
+                                     (void)list;
+                                 });
+                QObject::connect(list, &QListWidget::itemPressed, this,
+                                 [this, dir, list](QListWidgetItem* item) {
+                                     const int row = list->row(item) - dirRowOffset_[list];
+                                     if (row >= 0) gesture([dir, row] { dir->userSelect(row); });
+                                 });
             }
             break;
         case ControlKind::DriveListBox:
@@ -275,9 +277,8 @@ void FormBinding::connectGestures(Control* control, QObject* object) {
             break;
         case ControlKind::MenuItem:
             if (auto* action = qobject_cast<QAction*>(object)) {
-                QObject::connect(action, &QAction::triggered, this, [this, control] {
-                    gesture([control] { control->userClick(); });
-                });
+                QObject::connect(action, &QAction::triggered, this,
+                                 [this, control] { gesture([control] { control->userClick(); }); });
             }
             break;
         case ControlKind::TabStrip:
@@ -372,7 +373,8 @@ void FormBinding::syncControl(Control* control, QObject* object) {
         if (widget != view_) {
             if (widget->isHidden() == control->visible()) widget->setHidden(!control->visible());
         }
-        if (widget->isEnabled() != control->enabled() && widget != view_) widget->setEnabled(control->enabled());
+        if (widget->isEnabled() != control->enabled() && widget != view_)
+            widget->setEnabled(control->enabled());
         const QString tip = q(control->toolTipText());
         if (widget->toolTip() != tip) widget->setToolTip(tip);
     }
@@ -436,10 +438,12 @@ void FormBinding::syncControl(Control* control, QObject* object) {
         }
         case ControlKind::ListBox:
         case ControlKind::FileListBox:
-            if (auto* list = qobject_cast<QListWidget*>(object)) syncList(*static_cast<forms::ListBox*>(control), *list);
+            if (auto* list = qobject_cast<QListWidget*>(object))
+                syncList(*static_cast<forms::ListBox*>(control), *list);
             break;
         case ControlKind::DirListBox:
-            if (auto* list = qobject_cast<QListWidget*>(object)) syncDirList(*static_cast<forms::DirListBox*>(control), *list);
+            if (auto* list = qobject_cast<QListWidget*>(object))
+                syncDirList(*static_cast<forms::DirListBox*>(control), *list);
             break;
         case ControlKind::DriveListBox:
             if (auto* combo = qobject_cast<QComboBox*>(object)) {
@@ -457,7 +461,8 @@ void FormBinding::syncControl(Control* control, QObject* object) {
             }
             break;
         case ControlKind::Grid:
-            if (auto* table = qobject_cast<QTableView*>(object)) syncGrid(*static_cast<forms::Grid*>(control), *table);
+            if (auto* table = qobject_cast<QTableView*>(object))
+                syncGrid(*static_cast<forms::Grid*>(control), *table);
             break;
         case ControlKind::ProgressBar:
             if (auto* bar = qobject_cast<QProgressBar*>(object)) {
@@ -476,7 +481,8 @@ void FormBinding::syncControl(Control* control, QObject* object) {
         case ControlKind::MenuItem: {
             auto* model = static_cast<forms::MenuItem*>(control);
             if (auto* action = qobject_cast<QAction*>(object)) {
-                if (!model->isSeparator() && action->text() != q(model->caption())) action->setText(q(model->caption()));
+                if (!model->isSeparator() && action->text() != q(model->caption()))
+                    action->setText(q(model->caption()));
                 if (model->checked() && !action->isCheckable()) action->setCheckable(true);
                 if (action->isChecked() != model->checked()) {
                     QSignalBlocker block(action);
@@ -496,7 +502,8 @@ void FormBinding::syncControl(Control* control, QObject* object) {
                 auto* strip = static_cast<forms::TabStrip*>(control);
                 QSignalBlocker block(tabs);
                 for (int i = 0; i < strip->tabCount() && i < tabs->count(); ++i) {
-                    if (tabs->tabText(i) != q(strip->tabCaption(i))) tabs->setTabText(i, q(strip->tabCaption(i)));
+                    if (tabs->tabText(i) != q(strip->tabCaption(i)))
+                        tabs->setTabText(i, q(strip->tabCaption(i)));
                 }
                 if (tabs->currentIndex() != strip->tab()) tabs->setCurrentIndex(strip->tab());
             }
@@ -512,7 +519,8 @@ void FormBinding::syncControl(Control* control, QObject* object) {
             }
             break;
         case ControlKind::Timer:
-            if (auto* timer = qobject_cast<QTimer*>(object)) syncTimer(*static_cast<forms::Timer*>(control), *timer);
+            if (auto* timer = qobject_cast<QTimer*>(object))
+                syncTimer(*static_cast<forms::Timer*>(control), *timer);
             break;
         default:
             break;
@@ -522,9 +530,10 @@ void FormBinding::syncControl(Control* control, QObject* object) {
 void FormBinding::syncList(forms::ListBox& list, QListWidget& widget) {
     QSignalBlocker block(&widget);
     QSignalBlocker blockSelection(widget.selectionModel());
-    const QAbstractItemView::SelectionMode mode = list.multiSelect() == 0   ? QAbstractItemView::SingleSelection
-                                                  : list.multiSelect() == 1 ? QAbstractItemView::MultiSelection
-                                                                            : QAbstractItemView::ExtendedSelection;
+    const QAbstractItemView::SelectionMode mode = list.multiSelect() == 0 ? QAbstractItemView::SingleSelection
+                                                  : list.multiSelect() == 1
+                                                      ? QAbstractItemView::MultiSelection
+                                                      : QAbstractItemView::ExtendedSelection;
     if (widget.selectionMode() != mode) widget.setSelectionMode(mode);
 
     auto& shown = shownItems_[&widget];
@@ -546,7 +555,8 @@ void FormBinding::syncList(forms::ListBox& list, QListWidget& widget) {
     // The look the program switches between: flat on the button face, or 3-D on the window colour.
     const bool face = list.backColor() == forms::kColorButtonFace;
     QPalette palette = widget.palette();
-    const QColor base = face ? QApplication::palette().color(QPalette::Button) : QApplication::palette().color(QPalette::Base);
+    const QColor base = face ? QApplication::palette().color(QPalette::Button)
+                             : QApplication::palette().color(QPalette::Base);
     if (palette.color(QPalette::Base) != base) {
         palette.setColor(QPalette::Base, base);
         widget.setPalette(palette);
@@ -566,7 +576,8 @@ void FormBinding::syncDirList(forms::DirListBox& list, QListWidget& widget) {
         const auto chain = folderChain(list.dirPath());
         int depth = 0;
         for (const auto& folder : chain) {
-            auto* item = new QListWidgetItem(open, QString(depth * 2, ' ') + q(lastComponent(folder)), &widget);
+            auto* item =
+                new QListWidgetItem(open, QString(depth * 2, ' ') + q(lastComponent(folder)), &widget);
             item->setData(Qt::UserRole, q(folder));
             item->setData(kOpenFolderRole, true);
             ++depth;
@@ -654,7 +665,9 @@ QWidget* Binder::viewOf(std::string_view formName) const {
     return nullptr;
 }
 
-void Binder::advanceClock() { screen_.setElapsedMs(elapsedSource_ ? elapsedSource_() : clock_.elapsed()); }
+void Binder::advanceClock() {
+    screen_.setElapsedMs(elapsedSource_ ? elapsedSource_() : clock_.elapsed());
+}
 
 std::string Binder::runtimeErrorText(const RuntimeError& error) {
     return "Run-time error '" + std::to_string(error.number()) + "':\n\n" + error.description();

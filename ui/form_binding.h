@@ -20,8 +20,8 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <string_view>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/errors.h"
@@ -42,7 +42,7 @@ class FormBinding;
 inline constexpr int kOpenFolderRole = Qt::UserRole + 1;
 
 class Binder final {
-public:
+  public:
     // `messages` shows the box of an unhandled error, titled with the tool title. Neither is
     // owned; both outlive the binder. The binder installs the application's onUnhandledError.
     Binder(shell::Application& app, platform::MessageBoxes& messages);
@@ -86,7 +86,7 @@ public:
     // A form's timer is due: runs every due timer of the program as one event.
     void timerDue();
 
-private:
+  private:
     void endProgram();
     void reportUnhandled(const RuntimeError& error);
     void updateHourglass();

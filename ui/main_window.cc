@@ -2,12 +2,12 @@
 
 #include <QAction>
 #include <QCheckBox>
-#include <QLineEdit>
 #include <QCloseEvent>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
@@ -43,16 +43,16 @@ struct TestRow {
     const char* button;
     const char* caption;
     const char* tip;
-    const char* description;      // the label in front of the result
+    const char* description;  // the label in front of the result
     const char* descriptionText;
-    const char* check;            // result check box, or nullptr
-    const char* error;            // error label, or nullptr
+    const char* check;  // result check box, or nullptr
+    const char* error;  // error label, or nullptr
     const char* errorText;
 };
 
 constexpr std::array<TestRow, 10> kTests{{
-    {"cmdKELini", "Test 1 (INI File Present)", "Does dap2000.ini exist", "lblKELini", "KEL.Ini File Present:",
-     "ckbKELini", "lblKELINIerror", "(Check for INI file)"},
+    {"cmdKELini", "Test 1 (INI File Present)", "Does dap2000.ini exist", "lblKELini",
+     "KEL.Ini File Present:", "ckbKELini", "lblKELINIerror", "(Check for INI file)"},
     {"cmdKELDIRPresent", "Test 2 (Application Dir)", "Is data file present?", "lblKELDirPresent",
      "Application Directory Present", "ckbKELAPPPresent", nullptr, nullptr},
     {"cmdKELDATADirPresent", "Test 3 (Data Directory)", "Does databook contain the proper number of fields",
@@ -63,14 +63,15 @@ constexpr std::array<TestRow, 10> kTests{{
      "ckbUserDIR", nullptr, nullptr},
     {"cmdOfficeMDB", "Test 6 (Database)", kTipNewFile, "lblOfficeMDB", "Office.mdb Present:", "ckbOfficeMDB",
      "lblOFFICEMDBerror", "(Check for database)"},
-    {"cmdCommentMDB", "Test 7 (Comments)", "Reports the number of records within the database.", "lblCommentMDB",
-     "Kelcom.mdb Present:", "ckbCommentMDB", "lblKELCOMerror", "(Check for database)"},
+    {"cmdCommentMDB", "Test 7 (Comments)", "Reports the number of records within the database.",
+     "lblCommentMDB", "Kelcom.mdb Present:", "ckbCommentMDB", "lblKELCOMerror", "(Check for database)"},
     {"cmdKELRET", "Test 8 (Transfer)", kTipStandardDirs, "lblKELRET", "KELRET.mdb Present:", "ckbKELRET",
      "lblKELRETerror", "(Check for database)"},
     {"cmdWinDIR", "Test 9 (Windows)", kTipStandardDirs, "lblWindowsDIR", "Check Windows Directories", nullptr,
      nullptr, nullptr},
     {"cmdMemory", "Test 10 (Memory)",
-     "Reports both the windows and windows system directories for this particular operating system (Win 98, ME, "
+     "Reports both the windows and windows system directories for this particular operating system (Win 98, "
+     "ME, "
      "2000, XP, etc).",
      "lblMemory", "Check Memory Usage", nullptr, nullptr, nullptr},
 }};
@@ -88,20 +89,31 @@ struct Category {
 
 const std::array<Category, 12>& categories() {
     static const std::array<Category, 12> kCategories{{
-        {"Property Records", "Property Record Search",
-         {{"FileNumber", "File Number:"}, {"Address", "Address:"}, {"City", "City:"}, {"State", "State:"},
+        {"Property Records",
+         "Property Record Search",
+         {{"FileNumber", "File Number:"},
+          {"Address", "Address:"},
+          {"City", "City:"},
+          {"State", "State:"},
           {"Zip", "Zip Code:"}}},
-        {"Invoice Records", "Invoice Record Search",
+        {"Invoice Records",
+         "Invoice Record Search",
          {{"FileNumber", "File Number:"}, {"InvoiceDate", "Invoice Date:"}, {"CheckNum", "CheckNum:"}}},
-        {"Assigned Appraisals", "Assigned Appraisals Search",
+        {"Assigned Appraisals",
+         "Assigned Appraisals Search",
          {{"FileNumber", "File Number:"}, {"Appraiser", "Appraiser:"}}},
         {"Client Record", "Client Record Search", {{"Client", "Client:"}}},
-        {"Client Contacts", "Client Contacts Search",
-         {{"Client", "Client:"}, {"ContactName", "Contact Name:"}, {"PhoneNum", "Phone #"},
+        {"Client Contacts",
+         "Client Contacts Search",
+         {{"Client", "Client:"},
+          {"ContactName", "Contact Name:"},
+          {"PhoneNum", "Phone #"},
           {"Email", "Contact Email:"}}},
         {"Client Fees", "Client Fees Search", {{"Client", "Client:"}, {"FormType", "Form Type:"}}},
         {"Appraiser Records", "Appraiser Records Search", {{"Appraiser", "Appraiser:"}}},
-        {"Appraiser Fees", "Appraiser Fees Search", {{"Appraiser", "Appraiser:"}, {"FormType", "Form Type:"}}},
+        {"Appraiser Fees",
+         "Appraiser Fees Search",
+         {{"Appraiser", "Appraiser:"}, {"FormType", "Form Type:"}}},
         {"Form Types", "Form Types Search", {{"FormType", "Form Type:"}, {"Category", "Category:"}}},
         {"Company Information", "Company Information Search", {}},
         {"Users", "Users Search", {}},
@@ -155,7 +167,9 @@ MainWindowView::MainWindowView(QWidget* parent) : QMainWindow(parent) {
     resize(980, 640);
 }
 
-QAction* MainWindowView::action(const char* objectName) const { return findChild<QAction*>(objectName); }
+QAction* MainWindowView::action(const char* objectName) const {
+    return findChild<QAction*>(objectName);
+}
 
 void MainWindowView::buildMenus() {
     QMenu* file = menuBar()->addMenu("File");
@@ -307,7 +321,8 @@ QWidget* MainWindowView::buildDataMaintenance() {
 
     auto* optionsFrame = new QGroupBox(page);
     auto* buttons = new QVBoxLayout(optionsFrame);
-    for (const FixButton& f : kFixButtons) buttons->addWidget(makeButton(optionsFrame, "cmdFix", f.index, f.caption));
+    for (const FixButton& f : kFixButtons)
+        buttons->addWidget(makeButton(optionsFrame, "cmdFix", f.index, f.caption));
     buttons->addStretch(1);
     body->addWidget(optionsFrame);
     body->addWidget(makeList(page, "lstDetails", std::nullopt), 1);

@@ -14,7 +14,7 @@ class QTabWidget;
 namespace qx::ui {
 
 class MainWindowView final : public QMainWindow {
-public:
+  public:
     explicit MainWindowView(QWidget* parent = nullptr);
 
     QTabWidget* tabs() const { return tabs_; }
@@ -25,11 +25,11 @@ public:
     // Called on a double-click on the tab strip (the second, "Clear All"-like tab event).
     std::function<void()> onTabStripDoubleClick;
 
-protected:
+  protected:
     void closeEvent(QCloseEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
-private:
+  private:
     void buildMenus();
     QWidget* buildSoftwareUtilities();
     QWidget* buildDatabaseCounts();

@@ -11,7 +11,7 @@ class QMessageBox;
 namespace qx::ui {
 
 class QtMessageBoxes final : public platform::MessageBoxes {
-public:
+  public:
     // Called with each box after it is set up and before it is shown; tests use it to read the box
     // and press one of its buttons (for example through a zero-delay timer).
     using ShownHook = std::function<void(QMessageBox&)>;
@@ -23,7 +23,7 @@ public:
     // Called before each box comes up, so the windows behind it show the program's state so far.
     void setBeforeShow(std::function<void()> before) { before_ = std::move(before); }
 
-private:
+  private:
     ShownHook hook_;
     std::function<void()> before_;
 };

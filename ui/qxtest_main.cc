@@ -64,9 +64,10 @@ int main(int argc, char** argv) {
     }
 
     if (!haveDisplay()) {
-        std::cerr << "qxtest: no display to open the windows on (neither DISPLAY nor WAYLAND_DISPLAY is set).\n"
-                     "Run it from a desktop session, or use the headless driver instead:\n"
-                     "    qxtest-cli --root DIR run SCRIPT\n";
+        std::cerr
+            << "qxtest: no display to open the windows on (neither DISPLAY nor WAYLAND_DISPLAY is set).\n"
+               "Run it from a desktop session, or use the headless driver instead:\n"
+               "    qxtest-cli --root DIR run SCRIPT\n";
         return 1;
     }
 

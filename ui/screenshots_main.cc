@@ -7,8 +7,8 @@
 // Pictures: the four pages of the main window (the first after "Test All (1-9)"), the memory
 // monitor after its first refresh, the memory details, and the four other small forms. Any message
 // box that comes up is answered with its first button and named on standard error.
-#include <QApplication>
 #include <QAbstractButton>
+#include <QApplication>
 #include <QDir>
 #include <QMessageBox>
 #include <QPixmap>
@@ -43,8 +43,10 @@ int main(int argc, char** argv) {
     std::string root, out;
     for (int i = 1; i + 1 < argc; i += 2) {
         const std::string_view arg = argv[i];
-        if (arg == "--root") root = argv[i + 1];
-        else if (arg == "--out") out = argv[i + 1];
+        if (arg == "--root")
+            root = argv[i + 1];
+        else if (arg == "--out")
+            out = argv[i + 1];
     }
     if (root.empty() || out.empty()) {
         std::cerr << "usage: qxtest-screenshots --root DIR --out DIR\n";
@@ -58,7 +60,8 @@ int main(int argc, char** argv) {
 
     qx::ui::QtMessageBoxes boxes;
     boxes.setShownHook([](QMessageBox& box) {
-        std::cerr << "message box: " << box.windowTitle().toStdString() << ": " << box.text().toStdString() << "\n";
+        std::cerr << "message box: " << box.windowTitle().toStdString() << ": " << box.text().toStdString()
+                  << "\n";
         QAbstractButton* first = box.buttons().value(0);
         QTimer::singleShot(0, &box, [first] { first->click(); });
     });

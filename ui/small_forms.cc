@@ -55,8 +55,8 @@ MemoryMonitorView::MemoryMonitorView(QWidget* parent) : FormView("frmSM", parent
 MemoryDetailsView::MemoryDetailsView(QWidget* parent) : FormView("frmDetails", parent) {
     setWindowTitle("Memory Status");
     auto* v = new QVBoxLayout(this);
-    for (const char* name : {"lblTotalPhys", "lblAvailPhys", "lblTotalPage", "lblAvailPage", "lblTotalVirtual",
-                             "lblAvailVirtual"}) {
+    for (const char* name : {"lblTotalPhys", "lblAvailPhys", "lblTotalPage", "lblAvailPage",
+                             "lblTotalVirtual", "lblAvailVirtual"}) {
         v->addWidget(makeLabel(this, name, std::nullopt, ""));
     }
     auto* buttons = new QHBoxLayout;

@@ -12,7 +12,7 @@
 namespace qx::ui {
 
 class FormView : public QDialog {
-public:
+  public:
     explicit FormView(const char* formName, QWidget* parent = nullptr);
 
     // Called when the user closes the form with its window frame (or Escape); returning false
@@ -21,43 +21,43 @@ public:
 
     void reject() override;
 
-protected:
+  protected:
     void closeEvent(QCloseEvent* event) override;
 };
 
 // frmSM "Free Memory": two bars, two percentage lines, Details and Quit.
 class MemoryMonitorView final : public FormView {
-public:
+  public:
     explicit MemoryMonitorView(QWidget* parent = nullptr);
 };
 
 // frmDetails "Memory Status": the six memory figures and OK.
 class MemoryDetailsView final : public FormView {
-public:
+  public:
     explicit MemoryDetailsView(QWidget* parent = nullptr);
 };
 
 // frmGridSecurity "Database Grid - Security": the unlock code entry.
 class GridSecurityView final : public FormView {
-public:
+  public:
     explicit GridSecurityView(QWidget* parent = nullptr);
 };
 
 // frmDate "Invoice Date Selection": the calendar.
 class DateView final : public FormView {
-public:
+  public:
     explicit DateView(QWidget* parent = nullptr);
 };
 
 // frmWarning "Backup Declaration": the warning before compaction.
 class WarningView final : public FormView {
-public:
+  public:
     explicit WarningView(QWidget* parent = nullptr);
 };
 
 // frmCompress: drive, folder and database lists, the status list and the three buttons.
 class CompressView final : public FormView {
-public:
+  public:
     explicit CompressView(QWidget* parent = nullptr);
 };
 

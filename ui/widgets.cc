@@ -40,19 +40,22 @@ QLabel* makeLabel(QWidget* parent, std::string_view n, std::optional<int> index,
     return l;
 }
 
-QCheckBox* makeCheck(QWidget* parent, std::string_view n, std::optional<int> index, std::string_view caption) {
+QCheckBox* makeCheck(QWidget* parent, std::string_view n, std::optional<int> index,
+                     std::string_view caption) {
     auto* c = new QCheckBox(q(caption), parent);
     name(c, n, index);
     return c;
 }
 
-QRadioButton* makeOption(QWidget* parent, std::string_view n, std::optional<int> index, std::string_view caption) {
+QRadioButton* makeOption(QWidget* parent, std::string_view n, std::optional<int> index,
+                         std::string_view caption) {
     auto* o = new QRadioButton(q(caption), parent);
     name(o, n, index);
     return o;
 }
 
-QGroupBox* makeFrame(QWidget* parent, std::string_view n, std::optional<int> index, std::string_view caption) {
+QGroupBox* makeFrame(QWidget* parent, std::string_view n, std::optional<int> index,
+                     std::string_view caption) {
     auto* f = new QGroupBox(q(caption), parent);
     name(f, n, index);
     return f;
@@ -91,7 +94,9 @@ QTableView* makeGrid(QWidget* parent, std::string_view n) {
     return g;
 }
 
-GridTableModel* gridModel(QTableView* grid) { return static_cast<GridTableModel*>(grid->model()); }
+GridTableModel* gridModel(QTableView* grid) {
+    return static_cast<GridTableModel*>(grid->model());
+}
 
 void GridTableModel::setSource(std::vector<std::string> columns, std::size_t rows, RowFetcher fetch) {
     beginResetModel();

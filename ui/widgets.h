@@ -27,18 +27,26 @@ class QWidget;
 namespace qx::ui {
 
 // UTF-8 std::string <-> QString at the boundary between the logic and the toolkit.
-inline QString q(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
-inline std::string s(const QString& text) { return text.toUtf8().toStdString(); }
+inline QString q(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+inline std::string s(const QString& text) {
+    return text.toUtf8().toStdString();
+}
 
 QPushButton* makeButton(QWidget* parent, std::string_view name, std::optional<int> index,
                         std::string_view caption, std::string_view toolTip = {});
 QLabel* makeLabel(QWidget* parent, std::string_view name, std::optional<int> index, std::string_view caption);
-QCheckBox* makeCheck(QWidget* parent, std::string_view name, std::optional<int> index, std::string_view caption);
-QRadioButton* makeOption(QWidget* parent, std::string_view name, std::optional<int> index, std::string_view caption);
-QGroupBox* makeFrame(QWidget* parent, std::string_view name, std::optional<int> index, std::string_view caption);
+QCheckBox* makeCheck(QWidget* parent, std::string_view name, std::optional<int> index,
+                     std::string_view caption);
+QRadioButton* makeOption(QWidget* parent, std::string_view name, std::optional<int> index,
+                         std::string_view caption);
+QGroupBox* makeFrame(QWidget* parent, std::string_view name, std::optional<int> index,
+                     std::string_view caption);
 QLineEdit* makeText(QWidget* parent, std::string_view name, std::optional<int> index);
 // A list box; `multiSelect` gives the extended selection of a multi-select list.
-QListWidget* makeList(QWidget* parent, std::string_view name, std::optional<int> index, bool multiSelect = false);
+QListWidget* makeList(QWidget* parent, std::string_view name, std::optional<int> index,
+                      bool multiSelect = false);
 QProgressBar* makeProgress(QWidget* parent, std::string_view name);
 QTableView* makeGrid(QWidget* parent, std::string_view name);
 
@@ -46,7 +54,7 @@ QTableView* makeGrid(QWidget* parent, std::string_view name);
 // only the rows on screen are fetched). Read only: the grid's editing permissions are kept by the
 // form model, and the view never writes back to a database.
 class GridTableModel final : public QAbstractTableModel {
-public:
+  public:
     using RowFetcher = std::function<std::vector<std::string>(std::size_t row)>;
     using QAbstractTableModel::QAbstractTableModel;
 
@@ -64,7 +72,7 @@ public:
     // The displayed texts of one row ({} outside the table).
     std::vector<std::string> rowTexts(std::size_t row) const;
 
-private:
+  private:
     std::vector<std::string> columns_;
     std::size_t rows_ = 0;
     RowFetcher fetch_;

@@ -31,6 +31,8 @@ bool Windows::start() {
     return binder_->dispatch([this] { app_.start(); });
 }
 
-QWidget* Windows::view(const char* formName) const { return binder_->viewOf(formName); }
+QWidget* Windows::view(const char* formName) const {
+    return binder_->viewOf(formName);
+}
 
 }  // namespace qx::ui

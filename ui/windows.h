@@ -21,7 +21,7 @@
 namespace qx::ui {
 
 class Windows {
-public:
+  public:
     // `app` and `boxes` must outlive the windows. Nothing is shown before start().
     Windows(shell::Application& app, QtMessageBoxes& boxes);
     ~Windows();
@@ -38,7 +38,7 @@ public:
     Binder& binder() { return *binder_; }
     shell::Application& app() { return app_; }
 
-private:
+  private:
     shell::Application& app_;
     QtMessageBoxes& boxes_;
     std::unique_ptr<MainWindowView> main_;

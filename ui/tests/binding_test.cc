@@ -15,7 +15,9 @@
 namespace qx::ui::testing {
 namespace {
 
-std::string str(const QString& text) { return text.toUtf8().toStdString(); }
+std::string str(const QString& text) {
+    return text.toUtf8().toStdString();
+}
 
 bool hourglassShowing() {
     const QCursor* cursor = QApplication::overrideCursor();
@@ -99,9 +101,10 @@ TEST(Binding, MessageBoxesCarryTheProgramsButtonsAndGiveBackThePressedOne) {
          platform::Answer::Cancel},
         {platform::Buttons::AbortRetryIgnore, QMessageBox::Abort | QMessageBox::Retry | QMessageBox::Ignore,
          QMessageBox::Ignore, platform::Answer::Ignore},
-        {platform::Buttons::YesNoCancel, QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel, QMessageBox::No,
-         platform::Answer::No},
-        {platform::Buttons::YesNo, QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes, platform::Answer::Yes},
+        {platform::Buttons::YesNoCancel, QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel,
+         QMessageBox::No, platform::Answer::No},
+        {platform::Buttons::YesNo, QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes,
+         platform::Answer::Yes},
         {platform::Buttons::RetryCancel, QMessageBox::Retry | QMessageBox::Cancel, QMessageBox::Retry,
          platform::Answer::Retry},
     };
@@ -117,8 +120,8 @@ TEST(Binding, MessageBoxesCarryTheProgramsButtonsAndGiveBackThePressedOne) {
             icon = box.icon();
             QTimer::singleShot(0, &box, [&box, press = c.press] { box.button(press)->click(); });
         });
-        const platform::Answer answer =
-            boxes.show("Error", "Disk full.\r\nError # 61 in module x.", c.buttons, platform::Icon::Exclamation);
+        const platform::Answer answer = boxes.show("Error", "Disk full.\r\nError # 61 in module x.",
+                                                   c.buttons, platform::Icon::Exclamation);
         EXPECT_EQ(seen, c.expected);
         EXPECT_EQ(answer, c.answer);
         EXPECT_EQ(title, "Error");

@@ -25,7 +25,9 @@
 namespace qx::ui::testing {
 namespace {
 
-std::string str(const QString& text) { return text.toUtf8().toStdString(); }
+std::string str(const QString& text) {
+    return text.toUtf8().toStdString();
+}
 
 // One line of the driver's transcript, flattened: "msgbox.title", "control", "items", ...
 // Scalars keep their JSON text without quotes; arrays of strings are kept as lists.
@@ -121,7 +123,9 @@ void expectWidgetShows(Session& user, const Line& line) {
     QWidget* w = user.widget(name, form.c_str());
     ASSERT_NE(w, nullptr) << path;
     if (auto* box = qobject_cast<QCheckBox*>(w)) {
-        const int value = box->checkState() == Qt::Checked ? 1 : box->checkState() == Qt::PartiallyChecked ? 2 : 0;
+        const int value = box->checkState() == Qt::Checked            ? 1
+                          : box->checkState() == Qt::PartiallyChecked ? 2
+                                                                      : 0;
         EXPECT_EQ(std::to_string(value), line.scalars.at("value")) << path;
         EXPECT_EQ(str(box->text()), line.scalars.at("caption")) << path;
     } else if (auto* label = qobject_cast<QLabel*>(w)) {
@@ -135,8 +139,10 @@ void expectWidgetShows(Session& user, const Line& line) {
         std::string open;
         for (int i = 0; i < list->count(); ++i) {
             QListWidgetItem* item = list->item(i);
-            if (item->data(kOpenFolderRole).toBool()) open = str(item->data(Qt::UserRole).toString());
-            else items.push_back(str(item->text().trimmed()));
+            if (item->data(kOpenFolderRole).toBool())
+                open = str(item->data(Qt::UserRole).toString());
+            else
+                items.push_back(str(item->text().trimmed()));
         }
         EXPECT_EQ(items, line.arrays.at("items")) << path;
         // A folder list shows its path as the last line of the open chain.
@@ -210,7 +216,8 @@ TEST(SoftwareUtilitiesWindow, TestAllOnTheSuiteShowsWhatTheDriverReports) {
 
 TEST(SoftwareUtilitiesWindow, TestAllWithoutTheDataFolderShowsTheThreeBoxesTheDriverShows) {
     const auto transcript = driverTranscript(
-        std::string("start\nanswer OK\nanswer OK\nanswer OK\nclick frmMain.cmdTestALL\n") + kPageZeroPrints, "KELDATA");
+        std::string("start\nanswer OK\nanswer OK\nanswer OK\nclick frmMain.cmdTestALL\n") + kPageZeroPrints,
+        "KELDATA");
     ASSERT_EQ(transcript.size(), 21u);
     expectWindowMatchesDriver(transcript, "KELDATA", [](Session& user) { user.click("cmdTestALL"); });
 }

@@ -18,10 +18,13 @@
 namespace qx::ui::testing {
 namespace {
 
-std::string str(const QString& text) { return text.toUtf8().toStdString(); }
+std::string str(const QString& text) {
+    return text.toUtf8().toStdString();
+}
 
 const std::string kMissingTwoPlaces =
-    "KEL.INI configuration file is missing from C:\\APPRAISE\\ (primary location) and C:\\WINDOWS\\ (secondary "
+    "KEL.INI configuration file is missing from C:\\APPRAISE\\ (primary location) and C:\\WINDOWS\\ "
+    "(secondary "
     "location). DO you wish to coninue? (Program may not function correctly)";
 const std::string kMissingOnePlace =
     "KEL.INI configuration file is missing from C:\\WINDOWS\\ . DO you wish to coninue? (Program may not "
@@ -71,9 +74,10 @@ TEST(MainWindow, CaptionCarriesTheVersionNumbersAsPlainIntegers) {
 
 TEST(MainWindow, CaptionUsesTheSuiteNameOfTheConfigurationFile) {
     Session user;
-    user.platform().drive().write("APPRAISE\\kel.ini",
-                               "[directories]\r\nappdir=C:\\KEL\r\ndatadir=C:\\KELDATA\r\nuserdir=C:\\KELUSER\r\n"
-                               "[PROGRAM ALIAS]\r\nCORVID Office Plus=Talvik Appraisal Office\r\n");
+    user.platform().drive().write(
+        "APPRAISE\\kel.ini",
+        "[directories]\r\nappdir=C:\\KEL\r\ndatadir=C:\\KELDATA\r\nuserdir=C:\\KELUSER\r\n"
+        "[PROGRAM ALIAS]\r\nCORVID Office Plus=Talvik Appraisal Office\r\n");
     ASSERT_TRUE(user.start());
     EXPECT_EQ(str(user.main().windowTitle()), expectedCaption("Talvik Appraisal Office"));
 }
@@ -165,7 +169,8 @@ TEST(MainWindow, TestButtonsCarryTheirCaptionsAndTooltipsAsTheProgramHasThem) {
     } buttons[] = {
         {"cmdKELini", "Test 1 (INI File Present)", "Does dap2000.ini exist"},
         {"cmdKELDIRPresent", "Test 2 (Application Dir)", "Is data file present?"},
-        {"cmdKELDATADirPresent", "Test 3 (Data Directory)", "Does databook contain the proper number of fields"},
+        {"cmdKELDATADirPresent", "Test 3 (Data Directory)",
+         "Does databook contain the proper number of fields"},
         {"cmdReadWrite", "Test 4 (Read/Write)", newFile},
         {"cmdKELUserDirPresent", "Test 5 (User Directory)", newFile},
         {"cmdOfficeMDB", "Test 6 (Database)", newFile},
@@ -173,7 +178,8 @@ TEST(MainWindow, TestButtonsCarryTheirCaptionsAndTooltipsAsTheProgramHasThem) {
         {"cmdKELRET", "Test 8 (Transfer)", standard},
         {"cmdWinDIR", "Test 9 (Windows)", standard},
         {"cmdMemory", "Test 10 (Memory)",
-         "Reports both the windows and windows system directories for this particular operating system (Win 98, "
+         "Reports both the windows and windows system directories for this particular operating system (Win "
+         "98, "
          "ME, 2000, XP, etc)."},
         {"cmdTestALL", "Test All (1-9)", ""},
     };
@@ -188,16 +194,11 @@ TEST(MainWindow, TestButtonsCarryTheirCaptionsAndTooltipsAsTheProgramHasThem) {
         const char* name;
         const char* caption;
     } labels[] = {
-        {"lblKELini", "KEL.Ini File Present:"},
-        {"lblKELDirPresent", "Application Directory Present"},
-        {"lblDataDIR", "Data Directory Present"},
-        {"lblReadWrite", "Data Read/Write Permissions:"},
-        {"lblUserDIR", "User Directory Present"},
-        {"lblOfficeMDB", "Office.mdb Present:"},
-        {"lblCommentMDB", "Kelcom.mdb Present:"},
-        {"lblKELRET", "KELRET.mdb Present:"},
-        {"lblWindowsDIR", "Check Windows Directories"},
-        {"lblMemory", "Check Memory Usage"},
+        {"lblKELini", "KEL.Ini File Present:"},         {"lblKELDirPresent", "Application Directory Present"},
+        {"lblDataDIR", "Data Directory Present"},       {"lblReadWrite", "Data Read/Write Permissions:"},
+        {"lblUserDIR", "User Directory Present"},       {"lblOfficeMDB", "Office.mdb Present:"},
+        {"lblCommentMDB", "Kelcom.mdb Present:"},       {"lblKELRET", "KELRET.mdb Present:"},
+        {"lblWindowsDIR", "Check Windows Directories"}, {"lblMemory", "Check Memory Usage"},
     };
     for (const auto& l : labels) EXPECT_EQ(user.text(l.name), l.caption) << l.name;
 }
@@ -208,9 +209,9 @@ TEST(MainWindow, CountsSearchAndMaintenancePagesCarryTheirCaptions) {
     user.chooseTab(1);
     EXPECT_EQ(user.text("cmdTableListing"), "Refresh Database Listings");
     user.chooseTab(2);
-    const char* const options[] = {"Property Records", "Invoice Records",   "Assigned Appraisals",
-                                   "Client Record",    "Client Contacts",   "Client Fees",
-                                   "Appraiser Records", "Appraiser Fees",   "Form Types",
+    const char* const options[] = {"Property Records",   "Invoice Records", "Assigned Appraisals",
+                                   "Client Record",      "Client Contacts", "Client Fees",
+                                   "Appraiser Records",  "Appraiser Fees",  "Form Types",
                                    "Company Information"};
     for (int i = 0; i < 10; ++i) {
         const std::string name = "optSearch(" + std::to_string(i) + ")";
@@ -225,9 +226,10 @@ TEST(MainWindow, CountsSearchAndMaintenancePagesCarryTheirCaptions) {
     EXPECT_EQ(user.text("lblPhoneNum(4)"), "Phone #");
     EXPECT_EQ(user.text("lblCheckNum(1)"), "CheckNum:");
     user.chooseTab(3);
-    const char* const fixes[] = {"Data Maintenance",        "Conversion Maintenance", "Compress Central Database",
-                                 "Clear Temporary Files",   "4-Digit Year Check",     "Database Table Listing",
-                                 "Compress Temp Database",  "Auto-Update Check",      "Run the Auto-Update program"};
+    const char* const fixes[] = {
+        "Data Maintenance",       "Conversion Maintenance", "Compress Central Database",
+        "Clear Temporary Files",  "4-Digit Year Check",     "Database Table Listing",
+        "Compress Temp Database", "Auto-Update Check",      "Run the Auto-Update program"};
     for (int i = 0; i < 9; ++i) {
         const std::string name = "cmdFix(" + std::to_string(i) + ")";
         EXPECT_EQ(user.text(name), fixes[i]) << name;
@@ -245,7 +247,8 @@ TEST(MainWindow, PageThreeClearRefillsTheDetailsWithThePrompt) {
                       details->visualItemRect(details->item(1)).center());
     EXPECT_EQ(user.app().frmMain().lstDetails.listIndex(), 1);
     user.click("cmdClear(3)");
-    EXPECT_EQ(user.items("lstDetails"), (std::vector<std::string>{"Please select a maintenance option", "shown to the left."}));
+    EXPECT_EQ(user.items("lstDetails"),
+              (std::vector<std::string>{"Please select a maintenance option", "shown to the left."}));
     EXPECT_EQ(details->currentRow(), -1);
     EXPECT_EQ(user.app().frmMain().lstDetails.listIndex(), -1);
 }

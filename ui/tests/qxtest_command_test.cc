@@ -34,7 +34,8 @@ TEST(QxtestCommand, VersionPrintsTheToolsOwnVersion) {
 }
 
 TEST(QxtestCommand, WithoutADisplayItSaysSoAndPointsToTheHeadlessDriver) {
-    const Result r = run("env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM " + kTool + " --root /nonexistent");
+    const Result r =
+        run("env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM " + kTool + " --root /nonexistent");
     EXPECT_EQ(r.status, 1);
     EXPECT_NE(r.output.find("no display"), std::string::npos) << r.output;
     EXPECT_NE(r.output.find("qxtest-cli"), std::string::npos) << r.output;

@@ -22,14 +22,14 @@ namespace {
 // One QApplication for the whole test binary (Qt allows one per process), on the offscreen
 // platform that qx_add_test selects.
 class QtEnvironment final : public ::testing::Environment {
-public:
+  public:
     void SetUp() override {
         if (!QApplication::instance()) app_ = std::make_unique<QApplication>(argc_, argv_);
         QApplication::setQuitOnLastWindowClosed(false);
     }
     void TearDown() override { app_.reset(); }
 
-private:
+  private:
     int argc_ = 1;
     char name_[16] = "qx_ui_tests";
     char* argv_[2] = {name_, nullptr};

@@ -32,7 +32,7 @@ struct ShownBox {
 };
 
 class Session {
-public:
+  public:
     // A copy of the fixture suite (or an empty drive C:). The application is created by create(),
     // so a test can change the drive first.
     explicit Session(bool withSuite = true);
@@ -72,7 +72,7 @@ public:
     std::vector<std::string> items(const std::string& name, const char* form = "frmMain") const;
     int currentTab() const { return main().tabs()->currentIndex(); }
 
-private:
+  private:
     MainWindowView& main() const { return windows_->main(); }
 
     qx::testing::TestPlatform tp_;

@@ -252,5 +252,51 @@ TEST_F(QueryTest, AChangedFileIsReadAgain) {
     EXPECT_EQ(run("SELECT * FROM Property").recordCount(), wholeBefore);
 }
 
+// A damaged file gives rows or a numbered error, whatever the damage; never anything else.
+TEST_F(QueryTest, DamagedFilesGiveRowsOrANumberedError) {
+    db_.reset();
+    std::string original(static_cast<std::size_t>(fs::file_size(path_)), '\0');
+    {
+        std::ifstream in(path_, std::ios::binary);
+        in.read(original.data(), static_cast<std::streamsize>(original.size()));
+    }
+    const std::vector<std::string> statements{
+        "SELECT * FROM Property WHERE UCASE(CITY) LIKE '%YORK%'",
+        "SELECT * FROM Invoice WHERE InvoiceID > 5 AND check1 LIKE '%1%'",
+        "SELECT * FROM Client",
+    };
+    std::uint32_t seed = 99;
+    auto next = [&] {
+        seed = seed * 1103515245u + 12345u;
+        return (seed >> 8) & 0xFFFFFF;
+    };
+    int answered = 0, refused = 0;
+    for (int round = 0; round < 40; ++round) {
+        std::string bytes = original;
+        // Damage a run of bytes past the header page.
+        const std::size_t at = 4096 + next() % (bytes.size() - 4096 - 64);
+        for (std::size_t i = 0; i < 1 + next() % 48; ++i) bytes[at + i] = static_cast<char>(next() & 0xFF);
+        const fs::path damaged = dir_ / ("damaged" + std::to_string(round) + ".mdb");
+        {
+            std::ofstream out(damaged, std::ios::binary);
+            out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        }
+        for (const auto& sql : statements) {
+            try {
+                const Database db = Database::open(damaged);
+                RowSet rs = RowSet::open(db, sql);
+                for (std::size_t i = 0; i < rs.recordCount() && i < 50; ++i) rs.row(i);
+                ++answered;
+            } catch (const Error& e) {
+                EXPECT_NE(e.number(), 0);
+                ++refused;
+            }
+        }
+        fs::remove(damaged);
+    }
+    EXPECT_EQ(answered + refused, 120);
+    EXPECT_GT(answered, 0);
+}
+
 }  // namespace
 }  // namespace jet::sql

@@ -12,8 +12,12 @@ std::vector<Command>& registry() {
 
 }  // namespace
 
-void registerCommand(Command command) { registry().push_back(std::move(command)); }
+void registerCommand(Command command) {
+    registry().push_back(std::move(command));
+}
 
-const std::vector<Command>& commands() { return registry(); }
+const std::vector<Command>& commands() {
+    return registry();
+}
 
 }  // namespace qx::cli

@@ -40,7 +40,8 @@ int runConfig(Invocation& inv) {
     CkRSlash(rt, datadir);
     std::string userdir = ReadIniString(rt, g.configFilePath, "directories", "userdir", "");
     CkRSlash(rt, userdir);
-    g.captionBase = ReadIniString(rt, g.configFilePath, "PROGRAM ALIAS", "CORVID Office Plus", "Corvid Office Plus");
+    g.captionBase =
+        ReadIniString(rt, g.configFilePath, "PROGRAM ALIAS", "CORVID Office Plus", "Corvid Office Plus");
     std::string osName;
     GetOSName(rt, osName);
 
@@ -56,7 +57,8 @@ int runConfig(Invocation& inv) {
 }
 
 const CommandRegistration registration{
-    Command{"config", "config  (where the tool looks: INI, system and suite directories, suite name, system)", runConfig}};
+    Command{"config", "config  (where the tool looks: INI, system and suite directories, suite name, system)",
+            runConfig}};
 
 }  // namespace
 }  // namespace qx::cli

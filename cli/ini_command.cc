@@ -23,8 +23,8 @@ int runIni(Invocation& inv) {
     return 0;
 }
 
-const CommandRegistration registration{
-    Command{"ini", "ini FILE SECTION KEY [DEFAULT]  (one value of an INI file, e.g. C:\\APPRAISE\\kel.ini)", runIni}};
+const CommandRegistration registration{Command{
+    "ini", "ini FILE SECTION KEY [DEFAULT]  (one value of an INI file, e.g. C:\\APPRAISE\\kel.ini)", runIni}};
 
 }  // namespace
 }  // namespace qx::cli

@@ -91,9 +91,10 @@ int main(int argc, char** argv) {
         return 2;
     }
 
-    qx::cli::Invocation inv{qx::platform::resolveRoot(root),
-                            std::vector<std::string>(words.begin() + static_cast<std::ptrdiff_t>(argsFrom), words.end()),
-                            std::cin, std::cout, std::cerr};
+    qx::cli::Invocation inv{
+        qx::platform::resolveRoot(root),
+        std::vector<std::string>(words.begin() + static_cast<std::ptrdiff_t>(argsFrom), words.end()),
+        std::cin, std::cout, std::cerr};
     try {
         const int status = command->run(inv);
         std::cout.flush();

@@ -15,12 +15,14 @@ std::string VectorListModel::list(int index) const {
 }
 
 bool VectorListModel::selected(int index) const {
-    if (index < 0 || static_cast<std::size_t>(index) >= items.size()) raise(kInvalidPropertyArrayIndex, "Invalid property array index");
+    if (index < 0 || static_cast<std::size_t>(index) >= items.size())
+        raise(kInvalidPropertyArrayIndex, "Invalid property array index");
     return marks[static_cast<std::size_t>(index)];
 }
 
 void VectorListModel::setSelected(int index, bool selected) {
-    if (index < 0 || static_cast<std::size_t>(index) >= items.size()) raise(kInvalidPropertyArrayIndex, "Invalid property array index");
+    if (index < 0 || static_cast<std::size_t>(index) >= items.size())
+        raise(kInvalidPropertyArrayIndex, "Invalid property array index");
     marks[static_cast<std::size_t>(index)] = selected;
 }
 
@@ -42,7 +44,8 @@ void VectorListModel::addItem(std::string item, int index) {
 }
 
 void VectorListModel::setListIndex(int index) {
-    if (index < -1 || index >= static_cast<int>(items.size())) raise(kInvalidPropertyValue, "Invalid property value");
+    if (index < -1 || index >= static_cast<int>(items.size()))
+        raise(kInvalidPropertyValue, "Invalid property value");
     current = index;
 }
 

@@ -12,22 +12,22 @@
 namespace qx {
 
 class ListModel {
-public:
+  public:
     virtual ~ListModel() = default;
-    virtual std::size_t listCount() const = 0;            // ListCount
-    virtual std::string list(int index) const = 0;        // List(i); "" outside the list
-    virtual bool selected(int index) const = 0;           // Selected(i)
+    virtual std::size_t listCount() const = 0;      // ListCount
+    virtual std::string list(int index) const = 0;  // List(i); "" outside the list
+    virtual bool selected(int index) const = 0;     // Selected(i)
     virtual void setSelected(int index, bool selected) = 0;
-    virtual void clear() = 0;                             // Clear
+    virtual void clear() = 0;                                    // Clear
     virtual void addItem(std::string item, int index = -1) = 0;  // AddItem (appends with -1)
-    virtual int listIndex() const = 0;                    // ListIndex; -1 when none
+    virtual int listIndex() const = 0;                           // ListIndex; -1 when none
     virtual void setListIndex(int index) = 0;
-    virtual void refresh() = 0;                           // Refresh
+    virtual void refresh() = 0;  // Refresh
 };
 
 // A plain list, for tests and for code that keeps a list without a window.
 class VectorListModel final : public ListModel {
-public:
+  public:
     std::vector<std::string> items;
     std::vector<bool> marks;
     int current = -1;

@@ -40,8 +40,8 @@ std::string StripRChar(Runtime& rt, std::string& path) {
     return result;
 }
 
-void ParseFileName(Runtime& rt, std::string_view full, std::string& drive, std::string& dir, std::string& name,
-                   std::string& ext) {
+void ParseFileName(Runtime& rt, std::string_view full, std::string& drive, std::string& dir,
+                   std::string& name, std::string& ext) {
     Trap trap(rt, "ParseFileName");
     trap.run([&] {
         if (Trim(full).empty()) {
@@ -86,7 +86,8 @@ std::string SplitAt(std::string_view text, std::string_view side, std::string_vi
     return {};
 }
 
-void SepDate(Runtime& rt, const platform::LocalTime& date, vb::Integer& year, vb::Integer& month, vb::Integer& day) {
+void SepDate(Runtime& rt, const platform::LocalTime& date, vb::Integer& year, vb::Integer& month,
+             vb::Integer& day) {
     Trap trap(rt, "SepDate");
     if (!trap.run([&] { year = vb::CInt(date.year); })) return;
     if (!trap.run([&] { month = vb::CInt(date.month); })) return;
@@ -163,7 +164,8 @@ vb::Integer DelPict(Runtime& rt, std::string_view path, bool quiet, std::string&
     if (prompt.empty()) prompt = "Delete " + std::string(path) + "?";
     platform::Answer answer = platform::Answer::No;
     if (!trap.run([&] {
-            answer = rt.os.messages.show(rt.g.toolTitle, prompt, platform::Buttons::YesNo, platform::Icon::None);
+            answer =
+                rt.os.messages.show(rt.g.toolTitle, prompt, platform::Buttons::YesNo, platform::Icon::None);
         }))
         return result;
     if (answer != platform::Answer::Yes) return 0;
@@ -175,7 +177,8 @@ vb::Integer DelPict(Runtime& rt, std::string_view path, bool quiet, std::string&
 void DebugNote(Runtime& rt, std::string_view path) {
     const std::string command = UCase(rt.os.system.commandLine());
     if (InStr(command, "/W") > 0) {
-        rt.os.messages.show(command, "DEBUGGER DELETING " + std::string(path), platform::Buttons::OK, platform::Icon::None);
+        rt.os.messages.show(command, "DEBUGGER DELETING " + std::string(path), platform::Buttons::OK,
+                            platform::Icon::None);
     }
 }
 
@@ -217,7 +220,8 @@ void setScreenMousePointer(Runtime& rt, int pointer) {
 
 vb::Integer ErrorReport(Runtime& rt, vb::Integer number, const RuntimeError& pending) {
     if (pending.number() == kErrRecordLocked) {
-        rt.os.messages.show(rt.g.toolTitle, kCorruptDatabaseNotice, platform::Buttons::OK, platform::Icon::None);
+        rt.os.messages.show(rt.g.toolTitle, kCorruptDatabaseNotice, platform::Buttons::OK,
+                            platform::Icon::None);
         rt.os.process.end();
     }
     switch (number) {
@@ -227,19 +231,24 @@ vb::Integer ErrorReport(Runtime& rt, vb::Integer number, const RuntimeError& pen
         case err::kDiskNotReady: {
             const std::string text = pending.description() + "." + "\r\n" + "Error #" + vb::Str(number) +
                                      " in module " + Trim(rt.g.currentProcedure) + ".";
-            const auto answer =
-                rt.os.messages.show(kErrorBoxTitle, text, platform::Buttons::AbortRetryIgnore, platform::Icon::None);
+            const auto answer = rt.os.messages.show(kErrorBoxTitle, text, platform::Buttons::AbortRetryIgnore,
+                                                    platform::Icon::None);
             setScreenMousePointer(rt, 11);
             switch (answer) {
                 case platform::Answer::Retry:
-                case platform::Answer::OK: return 0;
+                case platform::Answer::OK:
+                    return 0;
                 case platform::Answer::Abort:
-                case platform::Answer::Cancel: return 2;
-                case platform::Answer::Ignore: return 1;
-                default: return 3;
+                case platform::Answer::Cancel:
+                    return 2;
+                case platform::Answer::Ignore:
+                    return 1;
+                default:
+                    return 3;
             }
         }
-        default: return 3;
+        default:
+            return 3;
     }
 }
 
@@ -247,6 +256,8 @@ vb::Integer ErrorReport(Runtime& rt, const RuntimeError& pending) {
     return ErrorReport(rt, vb::CInt(pending.number()), pending);
 }
 
-vb::Integer ErrorReport(Runtime& rt, vb::Integer number) { return ErrorReport(rt, number, RuntimeError(number)); }
+vb::Integer ErrorReport(Runtime& rt, vb::Integer number) {
+    return ErrorReport(rt, number, RuntimeError(number));
+}
 
 }  // namespace qx

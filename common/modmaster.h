@@ -34,8 +34,8 @@ std::string StripRChar(Runtime& rt, std::string& path);
 // ParseFileName: splits an upper-cased path into drive ("C:"), directory (up to and including
 // the last "\"), name and extension; the extension is everything after the FIRST dot of what
 // follows the drive, even when that dot lies in a folder name (kept so on purpose).
-void ParseFileName(Runtime& rt, std::string_view full, std::string& drive, std::string& dir, std::string& name,
-                   std::string& ext);
+void ParseFileName(Runtime& rt, std::string_view full, std::string& drive, std::string& dir,
+                   std::string& name, std::string& ext);
 
 // SplitAt: the part of `text` left ("L...") or right ("R...") of the first `separator`; "" when
 // the separator does not occur or `side` starts with another letter.
@@ -44,7 +44,8 @@ std::string SplitAt(std::string_view text, std::string_view side, std::string_vi
 // SepDate: the date's year, month (1-12) and day of month. The text form takes a date as the
 // English (United States) forms write it ("11/20/2006", "11/20/2006 1:45:00 PM") or "2006-11-20";
 // another text raises 13 (type mismatch) through the trap.
-void SepDate(Runtime& rt, const platform::LocalTime& date, vb::Integer& year, vb::Integer& month, vb::Integer& day);
+void SepDate(Runtime& rt, const platform::LocalTime& date, vb::Integer& year, vb::Integer& month,
+             vb::Integer& day);
 void SepDate(Runtime& rt, std::string_view date, vb::Integer& year, vb::Integer& month, vb::Integer& day);
 
 // FileExists: true when the file is at least 1 byte long; false when it is empty or missing

@@ -13,9 +13,13 @@ std::string fixedProcedureName(std::string_view name) {
     return s;
 }
 
-void enterProcedure(Globals& g, std::string_view name) { g.currentProcedure = fixedProcedureName(name); }
+void enterProcedure(Globals& g, std::string_view name) {
+    g.currentProcedure = fixedProcedureName(name);
+}
 
-Trap::Trap(Runtime& rt, std::string_view procedureName) : rt_(rt) { enterProcedure(rt.g, procedureName); }
+Trap::Trap(Runtime& rt, std::string_view procedureName) : rt_(rt) {
+    enterProcedure(rt.g, procedureName);
+}
 
 TrapAction Trap::decide(const RuntimeError& e) {
     const vb::Integer answer = ErrorReport(rt_, e);
@@ -23,9 +27,12 @@ TrapAction Trap::decide(const RuntimeError& e) {
         case 0:
             if (++retries_ > kMaxRetries) return TrapAction::Raise;
             return TrapAction::Retry;
-        case 1: return TrapAction::Resume;
-        case 2: return TrapAction::Leave;
-        default: return TrapAction::Raise;
+        case 1:
+            return TrapAction::Resume;
+        case 2:
+            return TrapAction::Leave;
+        default:
+            return TrapAction::Raise;
     }
 }
 

@@ -39,7 +39,7 @@ void enterProcedure(Globals& g, std::string_view name);
 enum class TrapAction : std::int16_t { Retry = 0, Resume = 1, Leave = 2, Raise = 3 };
 
 class Trap {
-public:
+  public:
     Trap(Runtime& rt, std::string_view procedureName);
 
     template <class Statement>
@@ -50,10 +50,14 @@ public:
                 return true;
             } catch (const RuntimeError& e) {
                 switch (decide(e)) {
-                    case TrapAction::Retry: continue;
-                    case TrapAction::Resume: return true;
-                    case TrapAction::Leave: return false;
-                    case TrapAction::Raise: throw;
+                    case TrapAction::Retry:
+                        continue;
+                    case TrapAction::Resume:
+                        return true;
+                    case TrapAction::Leave:
+                        return false;
+                    case TrapAction::Raise:
+                        throw;
                 }
                 throw;
             }
@@ -65,7 +69,7 @@ public:
     // raised to the caller instead.
     static constexpr int kMaxRetries = 1000;
 
-private:
+  private:
     TrapAction decide(const RuntimeError& e);
 
     Runtime& rt_;

@@ -19,11 +19,16 @@ char32_t upper(char32_t c) {
     if (c >= U'a' && c <= U'z') return c - 32;
     if (c >= 0xE0 && c <= 0xFE && c != 0xF7) return c - 32;
     switch (c) {
-        case 0x0161: return 0x0160;
-        case 0x0153: return 0x0152;
-        case 0x017E: return 0x017D;
-        case 0x00FF: return 0x0178;
-        default: return c;
+        case 0x0161:
+            return 0x0160;
+        case 0x0153:
+            return 0x0152;
+        case 0x017E:
+            return 0x017D;
+        case 0x00FF:
+            return 0x0178;
+        default:
+            return c;
     }
 }
 
@@ -31,11 +36,16 @@ char32_t lower(char32_t c) {
     if (c >= U'A' && c <= U'Z') return c + 32;
     if (c >= 0xC0 && c <= 0xDE && c != 0xD7) return c + 32;
     switch (c) {
-        case 0x0160: return 0x0161;
-        case 0x0152: return 0x0153;
-        case 0x017D: return 0x017E;
-        case 0x0178: return 0x00FF;
-        default: return c;
+        case 0x0160:
+            return 0x0161;
+        case 0x0152:
+            return 0x0153;
+        case 0x017D:
+            return 0x017E;
+        case 0x0178:
+            return 0x00FF;
+        default:
+            return c;
     }
 }
 
@@ -95,7 +105,8 @@ std::string plain(const Decimal& d, bool leadingZero) {
     } else if (static_cast<std::size_t>(d.exp10) >= d.digits.size()) {
         s = d.digits + std::string(static_cast<std::size_t>(d.exp10) - d.digits.size(), '0');
     } else {
-        s = d.digits.substr(0, static_cast<std::size_t>(d.exp10)) + "." + d.digits.substr(static_cast<std::size_t>(d.exp10));
+        s = d.digits.substr(0, static_cast<std::size_t>(d.exp10)) + "." +
+            d.digits.substr(static_cast<std::size_t>(d.exp10));
     }
     return s;
 }
@@ -134,7 +145,8 @@ std::string fixed(double v, int decimals, bool& negative, bool& zero) {
     } else {
         kept = digits.substr(0, std::min<std::size_t>(digits.size(), static_cast<std::size_t>(keep)));
         kept += std::string(static_cast<std::size_t>(keep) - kept.size(), '0');
-        roundUp = static_cast<std::size_t>(keep) < digits.size() && digits[static_cast<std::size_t>(keep)] >= '5';
+        roundUp =
+            static_cast<std::size_t>(keep) < digits.size() && digits[static_cast<std::size_t>(keep)] >= '5';
     }
     if (roundUp) {
         int i = static_cast<int>(kept.size()) - 1;
@@ -172,12 +184,20 @@ std::string RTrim(std::string_view s) {
     return p == std::string_view::npos ? std::string() : std::string(s.substr(0, p + 1));
 }
 
-std::string Trim(std::string_view s) { return LTrim(RTrim(s)); }
+std::string Trim(std::string_view s) {
+    return LTrim(RTrim(s));
+}
 
-std::string UCase(std::string_view s) { return mapChars(s, upper); }
-std::string LCase(std::string_view s) { return mapChars(s, lower); }
+std::string UCase(std::string_view s) {
+    return mapChars(s, upper);
+}
+std::string LCase(std::string_view s) {
+    return mapChars(s, lower);
+}
 
-Long Len(std::string_view s) { return static_cast<Long>(utf8Length(s)); }
+Long Len(std::string_view s) {
+    return static_cast<Long>(utf8Length(s));
+}
 
 std::string Left(std::string_view s, Long length) {
     if (length < 0) raise(err::kInvalidProcedureCall);
@@ -202,7 +222,9 @@ std::string Mid(std::string_view s, Long start, Long length) {
     return Left(rest, length);
 }
 
-Long InStr(std::string_view s, std::string_view find) { return InStr(1, s, find); }
+Long InStr(std::string_view s, std::string_view find) {
+    return InStr(1, s, find);
+}
 
 Long InStr(Long start, std::string_view s, std::string_view find) {
     if (start < 1) raise(err::kInvalidProcedureCall);
@@ -225,8 +247,12 @@ std::string Str(double number) {
     return g.front() == '-' ? g : " " + g;
 }
 
-std::string CStr(double number) { return general(number, true); }
-std::string CStr(Long number) { return std::to_string(number); }
+std::string CStr(double number) {
+    return general(number, true);
+}
+std::string CStr(Long number) {
+    return std::to_string(number);
+}
 
 double Val(std::string_view s) {
     // VB's Val ignores blanks, tabs and line feeds anywhere in the number.
@@ -238,10 +264,12 @@ double Val(std::string_view s) {
     std::string num;
     if (i < t.size() && (t[i] == '-' || t[i] == '+')) num.push_back(t[i++]);
     bool digits = false;
-    while (i < t.size() && std::isdigit(static_cast<unsigned char>(t[i]))) num.push_back(t[i++]), digits = true;
+    while (i < t.size() && std::isdigit(static_cast<unsigned char>(t[i])))
+        num.push_back(t[i++]), digits = true;
     if (i < t.size() && t[i] == '.') {
         num.push_back(t[i++]);
-        while (i < t.size() && std::isdigit(static_cast<unsigned char>(t[i]))) num.push_back(t[i++]), digits = true;
+        while (i < t.size() && std::isdigit(static_cast<unsigned char>(t[i])))
+            num.push_back(t[i++]), digits = true;
     }
     if (!digits) return 0.0;
     if (i < t.size() && (t[i] == 'e' || t[i] == 'E' || t[i] == 'd' || t[i] == 'D')) {
@@ -249,7 +277,8 @@ double Val(std::string_view s) {
         std::size_t k = i + 1;
         if (k < t.size() && (t[k] == '-' || t[k] == '+')) ex.push_back(t[k++]);
         bool expDigits = false;
-        while (k < t.size() && std::isdigit(static_cast<unsigned char>(t[k]))) ex.push_back(t[k++]), expDigits = true;
+        while (k < t.size() && std::isdigit(static_cast<unsigned char>(t[k])))
+            ex.push_back(t[k++]), expDigits = true;
         if (expDigits) num += ex;
     }
     const double v = std::strtod(num.c_str(), nullptr);
@@ -269,12 +298,24 @@ Long CLng(double v) {
     return static_cast<Long>(r);
 }
 
-Integer addInt(Integer a, Integer b) { return CInt(double(a) + double(b)); }
-Integer subInt(Integer a, Integer b) { return CInt(double(a) - double(b)); }
-Integer mulInt(Integer a, Integer b) { return CInt(double(a) * double(b)); }
-Long addLong(Long a, Long b) { return CLng(double(a) + double(b)); }
-Long subLong(Long a, Long b) { return CLng(double(a) - double(b)); }
-Long mulLong(Long a, Long b) { return CLng(double(a) * double(b)); }
+Integer addInt(Integer a, Integer b) {
+    return CInt(double(a) + double(b));
+}
+Integer subInt(Integer a, Integer b) {
+    return CInt(double(a) - double(b));
+}
+Integer mulInt(Integer a, Integer b) {
+    return CInt(double(a) * double(b));
+}
+Long addLong(Long a, Long b) {
+    return CLng(double(a) + double(b));
+}
+Long subLong(Long a, Long b) {
+    return CLng(double(a) - double(b));
+}
+Long mulLong(Long a, Long b) {
+    return CLng(double(a) * double(b));
+}
 
 std::string Format(double number, std::string_view pattern) {
     bool negative = false, zero = false;

@@ -19,7 +19,9 @@ using Boolean = std::int16_t;
 
 inline constexpr Boolean True = -1;
 inline constexpr Boolean False = 0;
-inline constexpr Boolean toBoolean(bool b) { return b ? True : False; }
+inline constexpr Boolean toBoolean(bool b) {
+    return b ? True : False;
+}
 
 // Trim, LTrim, RTrim: blanks (U+0020) only; tabs, NULs and line ends stay.
 std::string Trim(std::string_view s);

@@ -15,7 +15,9 @@ constexpr vb::Integer kSystemDirBufferSize = 255;
 constexpr vb::Integer kIniBufferStep = 256;
 
 // CkRSlash of a value that is not a variable of the caller (VB passes a temporary then).
-std::string withSlash(Runtime& rt, std::string value) { return CkRSlash(rt, value); }
+std::string withSlash(Runtime& rt, std::string value) {
+    return CkRSlash(rt, value);
+}
 }  // namespace
 
 std::string GetWinDir(Runtime& rt) {
@@ -90,11 +92,12 @@ std::string LocateConfigFile(Runtime& rt, std::string_view name, bool quiet) {
             text = n + " configuration file is missing from " + rt.g.iniDirectory +
                    " . DO you wish to coninue? (Program may not function correctly)";
         } else {
-            text = n + " configuration file is missing from " + rt.g.iniDirectory + " (primary location) and " +
-                   secondaryFolder + " (secondary location). DO you wish to coninue? (Program may not function correctly)";
+            text = n + " configuration file is missing from " + rt.g.iniDirectory +
+                   " (primary location) and " + secondaryFolder +
+                   " (secondary location). DO you wish to coninue? (Program may not function correctly)";
         }
-        const auto answer =
-            rt.os.messages.show(kConfigMissingTitle, text, platform::Buttons::YesNoCancel, platform::Icon::None);
+        const auto answer = rt.os.messages.show(kConfigMissingTitle, text, platform::Buttons::YesNoCancel,
+                                                platform::Icon::None);
         if (answer != platform::Answer::Yes) rt.os.process.end();
     }
     return secondary;

@@ -42,7 +42,9 @@ void GetOSName(Runtime& rt, std::string& name) {
     const auto minor = info.dwMinorVersion;
     const bool nt = info.dwPlatformId == kPlatformNt;
     switch (major) {
-        case 3: name = nt ? "Windows NT 3.x" : "Windows 3.x"; break;
+        case 3:
+            name = nt ? "Windows NT 3.x" : "Windows 3.x";
+            break;
         case 4:
             if (nt) {
                 name = "Windows NT 4.0";
@@ -68,7 +70,9 @@ void GetOSName(Runtime& rt, std::string& name) {
             rt.g.vistaFlag = true;
             rt.g.firstFamilyFlag = true;
             break;
-        default: name = "Unknown Windows Version"; break;
+        default:
+            name = "Unknown Windows Version";
+            break;
     }
     name = vb::Trim(CleanText(vb::Trim(name)));
 }

@@ -57,7 +57,8 @@ std::string describe(std::int32_t number, std::string description) {
 }  // namespace
 
 RuntimeError::RuntimeError(std::int32_t number, std::string description)
-    : std::runtime_error(describe(number, description)), number_(number),
+    : std::runtime_error(describe(number, description)),
+      number_(number),
       description_(describe(number, std::move(description))) {}
 
 std::string errorDescription(std::int32_t number) {
@@ -67,6 +68,8 @@ std::string errorDescription(std::int32_t number) {
     return "Application-defined or object-defined error";
 }
 
-void raise(std::int32_t number, std::string description) { throw RuntimeError(number, std::move(description)); }
+void raise(std::int32_t number, std::string description) {
+    throw RuntimeError(number, std::move(description));
+}
 
 }  // namespace qx

@@ -7,7 +7,9 @@
 namespace qx::platform {
 namespace {
 
-bool isBlank(char c) { return c == ' ' || c == '\t'; }
+bool isBlank(char c) {
+    return c == ' ' || c == '\t';
+}
 
 std::string_view trimBlanks(std::string_view s) {
     while (!s.empty() && isBlank(s.front())) s.remove_prefix(1);
@@ -59,7 +61,8 @@ std::optional<std::string> IniProfileStrings::lookup(std::string_view text, std:
         if (eq == std::string_view::npos) continue;
         if (foldForCompare(trimBlanks(line.substr(0, eq))) != wantKey) continue;
         std::string_view value = trimBlanks(line.substr(eq + 1));
-        if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') && value.back() == value.front())
+        if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') &&
+            value.back() == value.front())
             value = value.substr(1, value.size() - 2);
         return std::string(value);
     }
@@ -68,7 +71,8 @@ std::optional<std::string> IniProfileStrings::lookup(std::string_view text, std:
 
 std::uint32_t IniProfileStrings::GetPrivateProfileStringA(std::string_view section, std::string_view key,
                                                           std::string_view defaultValue, std::string& buffer,
-                                                          std::uint32_t size, std::string_view fileName) const {
+                                                          std::uint32_t size,
+                                                          std::string_view fileName) const {
     if (size == 0) return 0;
     std::string path(fileName);
     if (path.find_first_of("\\/:") == std::string::npos) path = windowsDirectory_ + "\\" + path;

@@ -14,7 +14,7 @@
 namespace qx::platform {
 
 class IniProfileStrings final : public ProfileStrings {
-public:
+  public:
     // `fs` must outlive this object. `windowsDirectory` is a Windows path without trailing "\".
     IniProfileStrings(const FileSystem& fs, std::string windowsDirectory);
 
@@ -24,9 +24,10 @@ public:
 
     // The value found for section/key in the text of an INI file (already UTF-8), or nothing.
     // Exposed for tests of the parsing rules.
-    static std::optional<std::string> lookup(std::string_view text, std::string_view section, std::string_view key);
+    static std::optional<std::string> lookup(std::string_view text, std::string_view section,
+                                             std::string_view key);
 
-private:
+  private:
     const FileSystem& fs_;
     std::string windowsDirectory_;
 };

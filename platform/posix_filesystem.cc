@@ -6,10 +6,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
-#include <cctype>
 #include <stdexcept>
 #include <utility>
 
@@ -36,9 +36,13 @@ std::string format(const WinPath& p) {
     return s;
 }
 
-bool isSeparator(char c) { return c == '\\' || c == '/'; }
+bool isSeparator(char c) {
+    return c == '\\' || c == '/';
+}
 
-bool hasWildcard(std::string_view s) { return s.find_first_of("*?") != std::string_view::npos; }
+bool hasWildcard(std::string_view s) {
+    return s.find_first_of("*?") != std::string_view::npos;
+}
 
 // Characters no Windows file name may hold (besides the separators). Wildcards are allowed only
 // where a pattern is expected, which the caller decides.
@@ -75,7 +79,8 @@ std::string windowsTrimComponent(std::string_view c) {
 [[noreturn]] void raiseErrno(int e, std::int32_t fallback) {
     switch (e) {
         case ENOENT:
-        case ENOTDIR: raise(err::kPathNotFound);
+        case ENOTDIR:
+            raise(err::kPathNotFound);
         case EACCES:
         case EPERM:
         case EROFS:
@@ -83,18 +88,26 @@ std::string windowsTrimComponent(std::string_view c) {
         case ETXTBSY:
         case EBUSY:
         case ELOOP:
-        case EEXIST: raise(err::kPathFileAccessError);
+        case EEXIST:
+            raise(err::kPathFileAccessError);
         case ENOSPC:
         case EDQUOT:
-        case EFBIG: raise(err::kDiskFull);
-        case EIO: raise(err::kDeviceIoError);
+        case EFBIG:
+            raise(err::kDiskFull);
+        case EIO:
+            raise(err::kDeviceIoError);
         case EMFILE:
-        case ENFILE: raise(err::kTooManyFiles);
-        case ENAMETOOLONG: raise(err::kBadFileNameOrNumber);
+        case ENFILE:
+            raise(err::kTooManyFiles);
+        case ENAMETOOLONG:
+            raise(err::kBadFileNameOrNumber);
         case ENXIO:
-        case ENODEV: raise(err::kDeviceUnavailable);
-        case ENOMEM: raise(err::kOutOfMemory);
-        default: raise(fallback);
+        case ENODEV:
+            raise(err::kDeviceUnavailable);
+        case ENOMEM:
+            raise(err::kOutOfMemory);
+        default:
+            raise(fallback);
     }
 }
 
@@ -153,7 +166,7 @@ std::string readFd(int fd, std::int64_t limit) {
 }
 
 class Fd {
-public:
+  public:
     explicit Fd(int fd) : fd_(fd) {}
     ~Fd() {
         if (fd_ >= 0) ::close(fd_);
@@ -163,7 +176,7 @@ public:
     int get() const { return fd_; }
     int release() { return std::exchange(fd_, -1); }
 
-private:
+  private:
     int fd_;
 };
 
@@ -225,8 +238,9 @@ struct PosixFileSystem::Impl {
         }
         for (std::size_t k = 0; k < raw.size(); ++k) {
             const bool last = k + 1 == raw.size();
-            std::string c = last && allowWildcardsInLast && hasWildcard(raw[k]) ? std::string(raw[k])
-                                                                                 : windowsTrimComponent(raw[k]);
+            std::string c = last && allowWildcardsInLast && hasWildcard(raw[k])
+                                ? std::string(raw[k])
+                                : windowsTrimComponent(raw[k]);
             if (c.empty() || c == ".") continue;
             if (c == "..") {
                 if (!p.parts.empty()) p.parts.pop_back();
@@ -333,8 +347,9 @@ struct PosixFileSystem::Impl {
     }
 
     bool openedForOutput(const std::string& host) const {
-        return std::any_of(open.begin(), open.end(),
-                           [&](const auto& e) { return e.second.host == host && e.second.mode == Mode::Output; });
+        return std::any_of(open.begin(), open.end(), [&](const auto& e) {
+            return e.second.host == host && e.second.mode == Mode::Output;
+        });
     }
     bool openedAtAll(const std::string& host) const {
         return std::any_of(open.begin(), open.end(), [&](const auto& e) { return e.second.host == host; });
@@ -369,7 +384,8 @@ struct PosixFileSystem::Impl {
             e.length = S_ISDIR(st.st_mode) ? 0 : static_cast<std::int64_t>(st.st_size);
             out.push_back(std::move(e));
         }
-        std::sort(out.begin(), out.end(), [](const DirEntry& a, const DirEntry& b) { return lessIgnoringCase(a.name, b.name); });
+        std::sort(out.begin(), out.end(),
+                  [](const DirEntry& a, const DirEntry& b) { return lessIgnoringCase(a.name, b.name); });
         return out;
     }
 
@@ -390,7 +406,8 @@ PosixFileSystem::PosixFileSystem(std::map<char, std::string> drives) : impl_(std
         std::string real = realPath(host, ok);
         struct stat st {};
         if (!ok || ::stat(real.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
-            throw std::invalid_argument("the folder for drive " + std::string(1, letter) + ": does not exist: " + host);
+            throw std::invalid_argument("the folder for drive " + std::string(1, letter) +
+                                        ": does not exist: " + host);
         impl_->roots[letter] = real;
         impl_->current[letter] = WinPath{letter, {}};
     }
@@ -407,8 +424,8 @@ std::vector<DirEntry> PosixFileSystem::dir(std::string_view pattern, unsigned at
     WinPath p;
     std::string last;
     try {
-        const bool folderOnly = pattern.empty() || isSeparator(pattern.back()) ||
-                                (pattern.size() == 2 && pattern[1] == ':');
+        const bool folderOnly =
+            pattern.empty() || isSeparator(pattern.back()) || (pattern.size() == 2 && pattern[1] == ':');
         p = impl_->absolute(pattern, true);
         if (folderOnly) {
             last = "*.*";
@@ -490,7 +507,8 @@ std::vector<std::string> PosixFileSystem::files(std::string_view folder, std::st
     std::vector<std::string> out;
     for (auto& e : impl_->entries(p, r)) {
         if (e.attributes & attr::kDirectory) continue;
-        if (std::any_of(pats.begin(), pats.end(), [&](const std::string& pat) { return matchesWildcard(e.name, pat); }))
+        if (std::any_of(pats.begin(), pats.end(),
+                        [&](const std::string& pat) { return matchesWildcard(e.name, pat); }))
             out.push_back(std::move(e.name));
     }
     return out;
@@ -518,7 +536,8 @@ void PosixFileSystem::copyFile(std::string_view source, std::string_view destina
     bool exists = false;
     Impl::Resolved found;
     const std::string target = impl_->creationTarget(dp, exists, found);
-    if (exists && (!(found.st.st_mode & S_IWUSR) || impl_->openedAtAll(target))) raise(err::kPathFileAccessError);
+    if (exists && (!(found.st.st_mode & S_IWUSR) || impl_->openedAtAll(target)))
+        raise(err::kPathFileAccessError);
     if (exists && target == src.host) raise(err::kPathFileAccessError);
 
     Fd in(::open(src.host.c_str(), O_RDONLY | O_CLOEXEC));
@@ -665,7 +684,9 @@ void PosixFileSystem::close(int number) {
     if (fd >= 0 && ::close(fd) != 0) raiseErrno(errno, err::kDeviceIoError);
 }
 
-bool PosixFileSystem::isOpen(int number) const { return impl_->open.count(number) != 0; }
+bool PosixFileSystem::isOpen(int number) const {
+    return impl_->open.count(number) != 0;
+}
 
 std::string PosixFileSystem::readAll(std::string_view path) const {
     Impl::Resolved r;
@@ -691,7 +712,9 @@ std::string PosixFileSystem::hostPath(std::string_view path) const {
     raise(err::kPathNotFound);
 }
 
-char PosixFileSystem::currentDrive() const { return impl_->currentDrive; }
+char PosixFileSystem::currentDrive() const {
+    return impl_->currentDrive;
+}
 
 std::string PosixFileSystem::currentFolder(char drive) const {
     const char letter = static_cast<char>(std::toupper(static_cast<unsigned char>(drive)));

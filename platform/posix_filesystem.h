@@ -26,7 +26,7 @@
 namespace qx::platform {
 
 class PosixFileSystem final : public FileSystem {
-public:
+  public:
     // `drives` maps upper-case letters to existing host folders. Throws std::invalid_argument when a
     // folder does not exist or a letter is not A-Z. The current drive is C: when mapped, else the
     // first; every drive's current folder starts at its root.
@@ -63,7 +63,7 @@ public:
     // than exhaust the host on a hostile file.
     static constexpr std::int64_t kMaxReadBytes = std::int64_t{256} << 20;
 
-private:
+  private:
     struct Impl;
     std::unique_ptr<Impl> impl_;
 };

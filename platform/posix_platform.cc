@@ -34,7 +34,8 @@ PosixPlatform::PosixPlatform(PosixPlatformOptions options) {
     clock_ = std::make_unique<LocalClock>();
     messages_ = std::make_unique<QueuedMessageBoxes>();
     process_ = std::make_unique<ThrowingProcess>();
-    platform_ = std::make_unique<Platform>(Platform{*fs_, *profile_, *system_, *clock_, *messages_, *process_});
+    platform_ =
+        std::make_unique<Platform>(Platform{*fs_, *profile_, *system_, *clock_, *messages_, *process_});
 }
 
 PosixPlatform::~PosixPlatform() = default;

@@ -31,15 +31,15 @@ std::string resolveRoot(const std::string& option);
 OsVersionInfo versionRecordFromEnvironment();
 
 struct PosixPlatformOptions {
-    std::string root{};                          // host folder for C:; must exist
-    std::map<char, std::string> otherDrives{};   // further letters, e.g. {'D', "/mnt/cd"}
-    std::string programFolder = "C:\\QXTEST";    // App.Path: the tool need not lie inside the drive
-    std::string commandLine{};                   // Command$
+    std::string root{};                         // host folder for C:; must exist
+    std::map<char, std::string> otherDrives{};  // further letters, e.g. {'D', "/mnt/cd"}
+    std::string programFolder = "C:\\QXTEST";   // App.Path: the tool need not lie inside the drive
+    std::string commandLine{};                  // Command$
     OsVersionInfo version = versionRecordFromEnvironment();
 };
 
 class PosixPlatform {
-public:
+  public:
     // Throws std::invalid_argument when a mapped folder does not exist.
     explicit PosixPlatform(PosixPlatformOptions options);
     ~PosixPlatform();
@@ -51,7 +51,7 @@ public:
     QueuedMessageBoxes& messages() { return *messages_; }
     ThrowingProcess& process() { return *process_; }
 
-private:
+  private:
     std::unique_ptr<PosixFileSystem> fs_;
     std::unique_ptr<PosixSystemInfo> system_;
     std::unique_ptr<ProfileStrings> profile_;

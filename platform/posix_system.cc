@@ -19,7 +19,9 @@ constexpr std::uint64_t kCap32 = 0xFFFFFFFFu;
 constexpr std::uint32_t kUserAddressSpace = 0x7FFE0000u;
 constexpr std::size_t kCsdBytes = 128;
 
-std::uint32_t cap(std::uint64_t v) { return static_cast<std::uint32_t>(std::min(v, kCap32)); }
+std::uint32_t cap(std::uint64_t v) {
+    return static_cast<std::uint32_t>(std::min(v, kCap32));
+}
 
 bool parseUnsigned(std::string_view s, std::uint32_t& out) {
     if (s.empty()) return false;
@@ -75,13 +77,15 @@ std::optional<OsVersionInfo> parseVersionRecord(std::string_view text) {
 MemoryStatus mapMemoryStatus(const HostMemory& host) {
     MemoryStatus m;
     const std::uint64_t avail = std::min(host.availPhys, host.totalPhys);
-    m.dwMemoryLoad = host.totalPhys == 0 ? 0 : static_cast<std::uint32_t>((host.totalPhys - avail) * 100 / host.totalPhys);
+    m.dwMemoryLoad =
+        host.totalPhys == 0 ? 0 : static_cast<std::uint32_t>((host.totalPhys - avail) * 100 / host.totalPhys);
     m.dwTotalPhys = cap(host.totalPhys);
     m.dwAvailPhys = cap(avail);
     m.dwTotalPageFile = cap(host.totalPhys + host.totalSwap);
     m.dwAvailPageFile = cap(avail + std::min(host.availSwap, host.totalSwap));
     m.dwTotalVirtual = kUserAddressSpace;
-    m.dwAvailVirtual = kUserAddressSpace - static_cast<std::uint32_t>(std::min<std::uint64_t>(host.processBytes, kUserAddressSpace));
+    m.dwAvailVirtual = kUserAddressSpace - static_cast<std::uint32_t>(
+                                               std::min<std::uint64_t>(host.processBytes, kUserAddressSpace));
     return m;
 }
 
@@ -98,10 +102,14 @@ HostMemory readHostMemory() {
             std::istringstream ls(line);
             if (!(ls >> name >> kb)) continue;
             const std::uint64_t bytes = kb * 1024;
-            if (name == "MemTotal:") h.totalPhys = bytes, total = true;
-            else if (name == "MemAvailable:") h.availPhys = bytes, avail = true;
-            else if (name == "SwapTotal:") h.totalSwap = bytes;
-            else if (name == "SwapFree:") h.availSwap = bytes;
+            if (name == "MemTotal:")
+                h.totalPhys = bytes, total = true;
+            else if (name == "MemAvailable:")
+                h.availPhys = bytes, avail = true;
+            else if (name == "SwapTotal:")
+                h.totalSwap = bytes;
+            else if (name == "SwapFree:")
+                h.availSwap = bytes;
         }
         haveMeminfo = total && avail;
     }
@@ -152,11 +160,17 @@ bool PosixSystemInfo::GetVersionExA(OsVersionInfo& info) const {
     return true;
 }
 
-void PosixSystemInfo::GlobalMemoryStatus(MemoryStatus& status) const { status = mapMemoryStatus(readHostMemory()); }
+void PosixSystemInfo::GlobalMemoryStatus(MemoryStatus& status) const {
+    status = mapMemoryStatus(readHostMemory());
+}
 
-std::string PosixSystemInfo::programFolder() const { return options_.programFolder; }
+std::string PosixSystemInfo::programFolder() const {
+    return options_.programFolder;
+}
 
-std::string PosixSystemInfo::commandLine() const { return options_.commandLine; }
+std::string PosixSystemInfo::commandLine() const {
+    return options_.commandLine;
+}
 
 LocalTime LocalClock::now() const {
     const std::time_t t = std::time(nullptr);

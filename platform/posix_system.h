@@ -52,7 +52,7 @@ struct PosixSystemOptions {
 };
 
 class PosixSystemInfo final : public SystemInfo {
-public:
+  public:
     explicit PosixSystemInfo(PosixSystemOptions options);
 
     std::uint32_t GetWindowsDirectoryA(std::string& buffer, std::uint32_t size) const override;
@@ -62,7 +62,7 @@ public:
     std::string programFolder() const override;
     std::string commandLine() const override;
 
-private:
+  private:
     PosixSystemOptions options_;
 };
 
@@ -73,18 +73,18 @@ std::uint32_t copyDirectoryAnswer(std::string_view path, std::string& buffer, st
 std::string csdField(std::string_view text);
 
 class LocalClock final : public Clock {
-public:
+  public:
     LocalTime now() const override;
 };
 
 // VB's End for a real run: records that the program ended and throws ProgramEnd for the host to
 // catch at the top.
 class ThrowingProcess final : public Process {
-public:
+  public:
     [[noreturn]] void end() override;
     bool ended() const { return ended_; }
 
-private:
+  private:
     bool ended_ = false;
 };
 

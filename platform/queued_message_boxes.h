@@ -25,12 +25,12 @@ struct ShownBox {
 
 // Not a RuntimeError on purpose: no error trap of the logic may take it for a program error.
 class NoQueuedAnswer : public std::logic_error {
-public:
+  public:
     explicit NoQueuedAnswer(const std::string& what) : std::logic_error(what) {}
 };
 
 class QueuedMessageBoxes final : public MessageBoxes {
-public:
+  public:
     using Observer = std::function<void(const ShownBox&)>;
     using Fallback = std::function<Answer(const ShownBox&)>;
 
@@ -43,7 +43,7 @@ public:
     const std::vector<ShownBox>& shown() const { return shown_; }
     std::size_t pending() const { return answers_.size(); }
 
-private:
+  private:
     std::deque<Answer> answers_;
     Observer observer_;
     Fallback fallback_;

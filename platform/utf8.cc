@@ -80,11 +80,16 @@ char32_t foldOne(char32_t c) {
     if (c >= U'a' && c <= U'z') return c - 32;
     if (c >= 0xE0 && c <= 0xFE && c != 0xF7) return c - 32;
     switch (c) {
-        case 0x0161: return 0x0160;
-        case 0x0153: return 0x0152;
-        case 0x017E: return 0x017D;
-        case 0x00FF: return 0x0178;
-        default: return c;
+        case 0x0161:
+            return 0x0160;
+        case 0x0153:
+            return 0x0152;
+        case 0x017E:
+            return 0x017D;
+        case 0x00FF:
+            return 0x0178;
+        default:
+            return c;
     }
 }
 
@@ -122,7 +127,9 @@ std::u32string foldForCompare(std::string_view text) {
     return out;
 }
 
-bool equalsIgnoringCase(std::string_view a, std::string_view b) { return foldForCompare(a) == foldForCompare(b); }
+bool equalsIgnoringCase(std::string_view a, std::string_view b) {
+    return foldForCompare(a) == foldForCompare(b);
+}
 
 bool matchesWildcard(std::string_view name, std::string_view pattern) {
     if (pattern == "*" || pattern == "*.*") return true;

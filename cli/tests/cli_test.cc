@@ -66,7 +66,9 @@ TEST(Cli, UnknownCommandIsAUsageError) {
     EXPECT_NE(r.err.find("unknown command frobnicate"), std::string::npos);
 }
 
-TEST(Cli, NoCommandIsAUsageError) { EXPECT_EQ(run({}).status, 2); }
+TEST(Cli, NoCommandIsAUsageError) {
+    EXPECT_EQ(run({}).status, 2);
+}
 
 TEST(Cli, ConfigPrintsWhatStartUpDerives) {
     qx::testing::TempDriveC c(QX_SHARED_DIR);
@@ -86,7 +88,8 @@ TEST(Cli, ConfigPrintsWhatStartUpDerives) {
 
 TEST(Cli, ConfigTakesTheRootFromTheEnvironment) {
     qx::testing::TempDriveC c(QX_SHARED_DIR);
-    const auto r = run({"config"}, "QXTEST_ROOT=" + quote(c.root().string()) + " QXTEST_WINVER=6.1.7601.2:Service\\ Pack\\ 1");
+    const auto r = run({"config"}, "QXTEST_ROOT=" + quote(c.root().string()) +
+                                       " QXTEST_WINVER=6.1.7601.2:Service\\ Pack\\ 1");
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.out.find("Operating system: Windows Vista Service Pack 1\n"), std::string::npos);
     EXPECT_NE(r.out.find("INI directory: C:\\APPRAISE\\\n"), std::string::npos);
@@ -101,10 +104,11 @@ TEST(Cli, ConfigAnswersTheMissingFileQuestionWithYes) {
     EXPECT_NE(r.out.find("Configuration file: C:\\WINDOWS\\KEL.INI\n"), std::string::npos);
     EXPECT_NE(r.out.find("Data directory: \n"), std::string::npos);
     EXPECT_NE(r.out.find("Suite name: Corvid Office Plus\n"), std::string::npos);
-    EXPECT_NE(r.err.find("message box \"Configuration File Missing\" (YesNoCancel): KEL.INI configuration file is "
-                         "missing from C:\\WINDOWS\\ . DO you wish to coninue? (Program may not function "
-                         "correctly) -> Yes\n"),
-              std::string::npos)
+    EXPECT_NE(
+        r.err.find("message box \"Configuration File Missing\" (YesNoCancel): KEL.INI configuration file is "
+                   "missing from C:\\WINDOWS\\ . DO you wish to coninue? (Program may not function "
+                   "correctly) -> Yes\n"),
+        std::string::npos)
         << r.err;
 }
 
@@ -116,14 +120,16 @@ TEST(Cli, ConfigWithAMissingRootFails) {
 
 TEST(Cli, IniPrintsTheValueAndANewline) {
     qx::testing::TempDriveC c(QX_SHARED_DIR);
-    const auto r = run({"--root", c.root().string(), "ini", "c:\\appraise\\kel.ini", "directories", "datadir"});
+    const auto r =
+        run({"--root", c.root().string(), "ini", "c:\\appraise\\kel.ini", "directories", "datadir"});
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.out, "C:\\KELDATA\n");
 }
 
 TEST(Cli, IniPrintsTheDefaultForAMissingKey) {
     qx::testing::TempDriveC c(QX_SHARED_DIR);
-    const auto r = run({"--root", c.root().string(), "ini", "C:\\APPRAISE\\kel.ini", "PROGRAM ALIAS", "none", " dflt  "});
+    const auto r = run(
+        {"--root", c.root().string(), "ini", "C:\\APPRAISE\\kel.ini", "PROGRAM ALIAS", "none", " dflt  "});
     EXPECT_EQ(r.out, " dflt\n");
 }
 

@@ -17,7 +17,7 @@ using platform::Buttons;
 using platform::Icon;
 
 class ModMaster : public ::testing::Test {
-protected:
+  protected:
     ModMaster() { g.toolTitle = "Corvid Office Plus - QX Test"; }
     testing::TestPlatform tp{QX_SHARED_DIR};
     Globals g;
@@ -119,13 +119,21 @@ TEST_F(ModMaster, ParseFileNameOfBlankGivesFourEmptyParts) {
 
 // SplitAt
 
-TEST_F(ModMaster, SplitAtLeftOfBlankHyphenBlank) { EXPECT_EQ(SplitAt("KelCom.mdb - Comments", "left", " - "), "KelCom.mdb"); }
+TEST_F(ModMaster, SplitAtLeftOfBlankHyphenBlank) {
+    EXPECT_EQ(SplitAt("KelCom.mdb - Comments", "left", " - "), "KelCom.mdb");
+}
 
-TEST_F(ModMaster, SplitAtRightOfBlankHyphenBlank) { EXPECT_EQ(SplitAt("KelCom.mdb - Comments", "R", " - "), "Comments"); }
+TEST_F(ModMaster, SplitAtRightOfBlankHyphenBlank) {
+    EXPECT_EQ(SplitAt("KelCom.mdb - Comments", "R", " - "), "Comments");
+}
 
-TEST_F(ModMaster, SplitAtWithMissingSeparatorGivesEmpty) { EXPECT_EQ(SplitAt("KelCom.mdb - Comments", "L", "+"), ""); }
+TEST_F(ModMaster, SplitAtWithMissingSeparatorGivesEmpty) {
+    EXPECT_EQ(SplitAt("KelCom.mdb - Comments", "L", "+"), "");
+}
 
-TEST_F(ModMaster, SplitAtWithAnotherSideGivesEmpty) { EXPECT_EQ(SplitAt("a-b", "middle", "-"), ""); }
+TEST_F(ModMaster, SplitAtWithAnotherSideGivesEmpty) {
+    EXPECT_EQ(SplitAt("a-b", "middle", "-"), "");
+}
 
 // SepDate
 
@@ -242,9 +250,10 @@ TEST_F(ModMaster, ErrorReport3218ShowsTheCorruptNoticeAndEndsTheProgram) {
     EXPECT_TRUE(tp.process().ended());
     ASSERT_EQ(tp.messages().shown().size(), 1u);
     const auto& box = tp.messages().shown()[0];
-    EXPECT_EQ(box.text,
-              "The databases may be corrupt.  Please run the rebuild programs. (Double Click on the icons) and "
-              "restart Snapwell.");
+    EXPECT_EQ(
+        box.text,
+        "The databases may be corrupt.  Please run the rebuild programs. (Double Click on the icons) and "
+        "restart Snapwell.");
     EXPECT_EQ(box.buttons, Buttons::OK);
     EXPECT_EQ(box.title, "Corvid Office Plus - QX Test");
 }

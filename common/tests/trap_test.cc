@@ -11,7 +11,7 @@ namespace {
 using platform::Answer;
 
 class TrapTest : public ::testing::Test {
-protected:
+  protected:
     testing::TestPlatform tp{QX_SHARED_DIR, false};
     Globals g;
     Runtime rt{tp.platform(), g};

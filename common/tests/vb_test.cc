@@ -131,7 +131,9 @@ TEST(VbFormat, HashPatternHasNoLeadingZero) {
     EXPECT_EQ(Format(99.96, "###.#"), "100.");
 }
 
-TEST(VbFormat, OtherPatternsAreRefused) { EXPECT_EQ(errorOf([] { Format(1, "#,##0"); }), 5); }
+TEST(VbFormat, OtherPatternsAreRefused) {
+    EXPECT_EQ(errorOf([] { Format(1, "#,##0"); }), 5);
+}
 
 TEST(VbDates, EnglishUnitedStatesForms) {
     const platform::LocalTime t{2006, 11, 20, 13, 45, 0};

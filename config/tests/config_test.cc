@@ -18,22 +18,22 @@ using platform::Icon;
 
 // Records the buffer sizes the reader asks with, forwarding to the real service.
 class RecordingProfile final : public platform::ProfileStrings {
-public:
+  public:
     explicit RecordingProfile(const platform::ProfileStrings& real) : real_(real) {}
-    std::uint32_t GetPrivateProfileStringA(std::string_view section, std::string_view key, std::string_view def,
-                                           std::string& buffer, std::uint32_t size,
+    std::uint32_t GetPrivateProfileStringA(std::string_view section, std::string_view key,
+                                           std::string_view def, std::string& buffer, std::uint32_t size,
                                            std::string_view file) const override {
         sizes.push_back(size);
         return real_.GetPrivateProfileStringA(section, key, def, buffer, size, file);
     }
     mutable std::vector<std::uint32_t> sizes;
 
-private:
+  private:
     const platform::ProfileStrings& real_;
 };
 
 class Config : public ::testing::Test {
-protected:
+  protected:
     void removeAppraise() { std::filesystem::remove_all(tp.drive().host("APPRAISE")); }
     testing::TestPlatform tp{QX_SHARED_DIR};
     Globals g;
@@ -41,10 +41,12 @@ protected:
 };
 
 const char* const kOneLocation =
-    "KEL.INI configuration file is missing from C:\\WINDOWS\\ . DO you wish to coninue? (Program may not function "
+    "KEL.INI configuration file is missing from C:\\WINDOWS\\ . DO you wish to coninue? (Program may not "
+    "function "
     "correctly)";
 const char* const kTwoLocations =
-    "KEL.INI configuration file is missing from C:\\APPRAISE\\ (primary location) and C:\\WINDOWS\\ (secondary "
+    "KEL.INI configuration file is missing from C:\\APPRAISE\\ (primary location) and C:\\WINDOWS\\ "
+    "(secondary "
     "location). DO you wish to coninue? (Program may not function correctly)";
 
 TEST_F(Config, GetWinDirHasOneTrailingBackslash) {
@@ -57,7 +59,9 @@ TEST_F(Config, GetWinDirIsEmptyWhenThePlatformCallFails) {
     EXPECT_EQ(GetWinDir(rt), "");
 }
 
-TEST_F(Config, GetSysDirHasNoTrailingBackslash) { EXPECT_EQ(GetSysDir(rt), "C:\\WINDOWS\\SYSTEM32"); }
+TEST_F(Config, GetSysDirHasNoTrailingBackslash) {
+    EXPECT_EQ(GetSysDir(rt), "C:\\WINDOWS\\SYSTEM32");
+}
 
 TEST_F(Config, GetSysDirIsEmptyWhenThePlatformCallFails) {
     tp.system().systemDirectoryFails = true;
@@ -94,7 +98,8 @@ TEST_F(Config, WithoutAppraiseFolderOnVistaTheNonStandardNoticeIsShownOnce) {
     ASSERT_EQ(tp.messages().shown().size(), 1u);
     const auto& box = tp.messages().shown()[0];
     EXPECT_EQ(box.title, "NON-STANDARD INI FILE PLACEMENT");
-    EXPECT_EQ(box.text, "Reinstall this program to correct INI placement and avoid potential configuration errors.");
+    EXPECT_EQ(box.text,
+              "Reinstall this program to correct INI placement and avoid potential configuration errors.");
     EXPECT_EQ(box.buttons, Buttons::OK);
     EXPECT_EQ(box.icon, Icon::Information);
 }
@@ -188,11 +193,13 @@ TEST_F(Config, ReadsTheSuiteValues) {
     EXPECT_EQ(ReadIniString(rt, ini, "directories", "appdir", ""), "C:\\KEL");
     EXPECT_EQ(ReadIniString(rt, ini, "directories", "datadir", ""), "C:\\KELDATA");
     EXPECT_EQ(ReadIniString(rt, ini, "directories", "userdir", ""), "C:\\KELUSER");
-    EXPECT_EQ(ReadIniString(rt, ini, "PROGRAM ALIAS", "CORVID Office Plus", "Corvid Office Plus"), "Corvid Office Plus");
+    EXPECT_EQ(ReadIniString(rt, ini, "PROGRAM ALIAS", "CORVID Office Plus", "Corvid Office Plus"),
+              "Corvid Office Plus");
 }
 
 TEST_F(Config, AbsentKeyReturnsTheDefaultUnchanged) {
-    EXPECT_EQ(ReadIniString(rt, "C:\\APPRAISE\\KEL.INI", "directories", "nokey", "  The Default"), "  The Default");
+    EXPECT_EQ(ReadIniString(rt, "C:\\APPRAISE\\KEL.INI", "directories", "nokey", "  The Default"),
+              "  The Default");
 }
 
 TEST_F(Config, PresentKeyWithEmptyValueReturnsEmpty) {
@@ -206,7 +213,7 @@ TEST_F(Config, ValueIsReturnedUntrimmedOfItsQuotedBlanks) {
 }
 
 class ConfigSizes : public Config {
-protected:
+  protected:
     ConfigSizes() : recording(tp.platform().profile) {}
     std::string read() {
         platform::Platform p{tp.fs(), recording, tp.system(), tp.clock(), tp.messages(), tp.process()};

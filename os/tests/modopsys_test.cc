@@ -8,7 +8,7 @@ namespace qx {
 namespace {
 
 class OsName : public ::testing::Test {
-protected:
+  protected:
     std::string run(std::uint32_t major, std::uint32_t minor, std::uint32_t platformId, std::string_view sp) {
         tp.system().setVersion(major, minor, platformId, sp);
         std::string name = "stale";
@@ -18,7 +18,8 @@ protected:
         return name;
     }
     std::string flags() const {
-        return std::string(g.vistaFlag ? "V" : "-") + (g.firstFamilyFlag ? "1" : "-") + (g.secondFamilyFlag ? "2" : "-");
+        return std::string(g.vistaFlag ? "V" : "-") + (g.firstFamilyFlag ? "1" : "-") +
+               (g.secondFamilyFlag ? "2" : "-");
     }
     testing::TestPlatform tp{QX_SHARED_DIR, false};
     Globals g;
@@ -30,7 +31,9 @@ TEST_F(OsName, WindowsXpWithoutServicePackHasNoTrailingBlank) {
     EXPECT_EQ(flags(), "---");
 }
 
-TEST_F(OsName, WindowsXpWithServicePack2) { EXPECT_EQ(run(5, 1, 2, "Service Pack 2"), "Windows XP Service Pack 2"); }
+TEST_F(OsName, WindowsXpWithServicePack2) {
+    EXPECT_EQ(run(5, 1, 2, "Service Pack 2"), "Windows XP Service Pack 2");
+}
 
 TEST_F(OsName, WindowsServer2003GivesEmptyNameAndNoFlag) {
     EXPECT_EQ(run(5, 2, 2, "Service Pack 1"), "");
@@ -73,7 +76,10 @@ TEST_F(OsName, NineXFamily) {
 }
 
 TEST_F(OsName, ControlCharactersInTheServicePackBecomeBlanks) {
-    EXPECT_EQ(run(5, 1, 2, "Service\tPack\x01" "3"), "Windows XP Service Pack 3");
+    EXPECT_EQ(run(5, 1, 2,
+                  "Service\tPack\x01"
+                  "3"),
+              "Windows XP Service Pack 3");
 }
 
 TEST_F(OsName, FailedVersionQueryIsUnknown) {
@@ -84,7 +90,10 @@ TEST_F(OsName, FailedVersionQueryIsUnknown) {
 }
 
 TEST(CleanTextTest, ReplacesControlAndHighCharactersKeepingTheLength) {
-    EXPECT_EQ(CleanText(std::string("a\0b\x7f" "c", 5)), "a b c");
+    EXPECT_EQ(CleanText(std::string("a\0b\x7f"
+                                    "c",
+                                    5)),
+              "a b c");
     EXPECT_EQ(CleanText("caf\u00e9!"), "caf !");
     EXPECT_EQ(CleanText(""), "");
     EXPECT_EQ(CleanText(" ~"), " ~");

@@ -12,16 +12,21 @@ using namespace std::chrono;
 constexpr sys_days kEpoch = sys_days{year{1899} / December / 30};
 
 std::int64_t toMs(const platform::LocalTime& t) {
-    const sys_days d{year{t.year} / month{static_cast<unsigned>(t.month)} / day{static_cast<unsigned>(t.day)}};
+    const sys_days d{year{t.year} / month{static_cast<unsigned>(t.month)} /
+                     day{static_cast<unsigned>(t.day)}};
     const std::int64_t days = (d - kEpoch).count();
     return ((days * 24 + t.hour) * 60 + t.minute) * 60000 + std::int64_t{t.second} * 1000;
 }
 
 }  // namespace
 
-FixedClock::FixedClock(platform::LocalTime start) { set(start); }
+FixedClock::FixedClock(platform::LocalTime start) {
+    set(start);
+}
 
-void FixedClock::set(platform::LocalTime t) { msSinceEpoch_ = toMs(t); }
+void FixedClock::set(platform::LocalTime t) {
+    msSinceEpoch_ = toMs(t);
+}
 
 void FixedClock::advance(std::int64_t milliseconds) {
     msSinceEpoch_ += milliseconds;
@@ -34,9 +39,12 @@ platform::LocalTime FixedClock::now() const {
     if (rest < 0) rest += 86400000, --days;
     const year_month_day ymd{kEpoch + std::chrono::days{days}};
     const auto secs = rest / 1000;
-    return platform::LocalTime{int(ymd.year()), static_cast<int>(unsigned(ymd.month())),
-                               static_cast<int>(unsigned(ymd.day())), static_cast<int>(secs / 3600),
-                               static_cast<int>(secs / 60 % 60), static_cast<int>(secs % 60)};
+    return platform::LocalTime{int(ymd.year()),
+                               static_cast<int>(unsigned(ymd.month())),
+                               static_cast<int>(unsigned(ymd.day())),
+                               static_cast<int>(secs / 3600),
+                               static_cast<int>(secs / 60 % 60),
+                               static_cast<int>(secs % 60)};
 }
 
 FakeSystemInfo::FakeSystemInfo() {

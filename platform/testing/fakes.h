@@ -14,14 +14,14 @@ namespace qx::testing {
 // Stands at the time given until advance() moves it; the calendar arithmetic is exact (days,
 // months and leap years carry over).
 class FixedClock final : public platform::Clock {
-public:
+  public:
     explicit FixedClock(platform::LocalTime start = {2006, 11, 20, 13, 45, 0});
     platform::LocalTime now() const override;
     void set(platform::LocalTime t);
     void advance(std::int64_t milliseconds);
     std::int64_t elapsedMilliseconds() const { return elapsedMs_; }
 
-private:
+  private:
     std::int64_t msSinceEpoch_ = 0;  // milliseconds since 1899-12-30 00:00
     std::int64_t elapsedMs_ = 0;
 };
@@ -29,12 +29,12 @@ private:
 // System answers a test sets field by field. Defaults: C:\WINDOWS, C:\WINDOWS\SYSTEM32, Windows XP
 // Service Pack 2 (5.1.2600, NT), 512 MiB physical memory, program folder C:\QXTEST, no command line.
 class FakeSystemInfo final : public platform::SystemInfo {
-public:
+  public:
     std::string windowsDirectory = "C:\\WINDOWS";
     std::string systemDirectory = "C:\\WINDOWS\\SYSTEM32";
     bool windowsDirectoryFails = false;  // GetWindowsDirectoryA returns 0
     bool systemDirectoryFails = false;
-    bool versionFails = false;           // GetVersionExA returns false
+    bool versionFails = false;  // GetVersionExA returns false
     platform::OsVersionInfo version;
     platform::MemoryStatus memory;
     std::string folder = "C:\\QXTEST";
@@ -43,7 +43,8 @@ public:
 
     FakeSystemInfo();
     // Sets major, minor and platform id and the service-pack text in one go.
-    void setVersion(std::uint32_t major, std::uint32_t minor, std::uint32_t platformId, std::string_view servicePack);
+    void setVersion(std::uint32_t major, std::uint32_t minor, std::uint32_t platformId,
+                    std::string_view servicePack);
 
     std::uint32_t GetWindowsDirectoryA(std::string& buffer, std::uint32_t size) const override;
     std::uint32_t GetSystemDirectoryA(std::string& buffer, std::uint32_t size) const override;
@@ -58,12 +59,12 @@ using RecordingMessageBoxes = platform::QueuedMessageBoxes;
 
 // Records End and throws ProgramEnd, so a test can both catch the end and check that it happened.
 class RecordingProcess final : public platform::Process {
-public:
+  public:
     [[noreturn]] void end() override;
     int ends() const { return ends_; }
     bool ended() const { return ends_ > 0; }
 
-private:
+  private:
     int ends_ = 0;
 };
 

@@ -33,7 +33,9 @@ void FaultyFileSystem::refuseWritesIn(std::string_view folder) {
     refusedFolders_.push_back(target().canonicalFolder(folder));
 }
 
-void FaultyFileSystem::vanish(std::string_view folder) { vanishedFolders_.push_back(target().canonicalFolder(folder)); }
+void FaultyFileSystem::vanish(std::string_view folder) {
+    vanishedFolders_.push_back(target().canonicalFolder(folder));
+}
 
 void FaultyFileSystem::failWrite(int nth, std::int32_t errorNumber) {
     failAt_ = writes_ + nth;
@@ -64,7 +66,8 @@ bool FaultyFileSystem::vanished(std::string_view path, bool isFolder) const {
     if (vanishedFolders_.empty()) return false;
     const std::string f = folderOf(path, isFolder);
     if (f.empty()) return false;
-    if (std::any_of(vanishedFolders_.begin(), vanishedFolders_.end(), [&](const std::string& v) { return atOrBelow(f, v); }))
+    if (std::any_of(vanishedFolders_.begin(), vanishedFolders_.end(),
+                    [&](const std::string& v) { return atOrBelow(f, v); }))
         return true;
     if (!isFolder) {
         // The path may name the vanished folder itself.
@@ -117,7 +120,8 @@ std::string FaultyFileSystem::canonicalFolder(std::string_view path) const {
 std::vector<std::string> FaultyFileSystem::subfolders(std::string_view folder) const {
     if (vanished(folder, true)) raise(err::kPathNotFound);
     auto names = target().subfolders(folder);
-    std::erase_if(names, [&](const std::string& n) { return vanished(std::string(folder) + "\\" + n, true); });
+    std::erase_if(names,
+                  [&](const std::string& n) { return vanished(std::string(folder) + "\\" + n, true); });
     return names;
 }
 

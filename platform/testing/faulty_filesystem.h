@@ -15,7 +15,7 @@
 namespace qx::testing {
 
 class FileSystemWrapper : public platform::FileSystem {
-public:
+  public:
     explicit FileSystemWrapper(platform::FileSystem& target) : target_(target) {}
     platform::FileSystem& target() const { return target_; }
 
@@ -23,8 +23,12 @@ public:
         return target_.dir(pattern, attributes);
     }
     std::int64_t fileLen(std::string_view path) const override { return target_.fileLen(path); }
-    std::string canonicalFolder(std::string_view path) const override { return target_.canonicalFolder(path); }
-    std::vector<std::string> subfolders(std::string_view folder) const override { return target_.subfolders(folder); }
+    std::string canonicalFolder(std::string_view path) const override {
+        return target_.canonicalFolder(path);
+    }
+    std::vector<std::string> subfolders(std::string_view folder) const override {
+        return target_.subfolders(folder);
+    }
     std::vector<std::string> files(std::string_view folder, std::string_view patterns) const override {
         return target_.files(folder, patterns);
     }
@@ -44,12 +48,12 @@ public:
     char currentDrive() const override { return target_.currentDrive(); }
     std::string currentFolder(char drive) const override { return target_.currentFolder(drive); }
 
-private:
+  private:
     platform::FileSystem& target_;
 };
 
 class FaultyFileSystem final : public FileSystemWrapper {
-public:
+  public:
     using FileSystemWrapper::FileSystemWrapper;
 
     // Creating, truncating, copying into and deleting files in `folder` or below raises 75.
@@ -77,7 +81,7 @@ public:
     std::string readAll(std::string_view path) const override;
     std::string hostPath(std::string_view path) const override;
 
-private:
+  private:
     // Canonical form of the folder holding `path` (or of `path` itself when `isFolder`); "" when
     // it cannot be resolved.
     std::string folderOf(std::string_view path, bool isFolder) const;

@@ -19,8 +19,8 @@ TempDir::TempDir() {
 TempDir::~TempDir() {
     std::error_code ec;
     // Make everything writable again first: a test may have taken write permission away.
-    for (auto it = fs::recursive_directory_iterator(path_, ec); !ec && it != fs::recursive_directory_iterator();
-         it.increment(ec)) {
+    for (auto it = fs::recursive_directory_iterator(path_, ec);
+         !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
         if (!it->is_symlink()) fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ec);
     }
     fs::remove_all(path_, ec);
@@ -51,7 +51,8 @@ void TempDriveC::write(std::string_view relative, std::string_view bytes) const 
 }
 
 TestPlatform::TestPlatform(const std::string& sharedDir, bool withSuite) : drive_(sharedDir, withSuite) {
-    real_ = std::make_unique<platform::PosixFileSystem>(std::map<char, std::string>{{'C', drive_.root().string()}});
+    real_ = std::make_unique<platform::PosixFileSystem>(
+        std::map<char, std::string>{{'C', drive_.root().string()}});
     faulty_ = std::make_unique<FaultyFileSystem>(*real_);
     profile_ = std::make_unique<platform::IniProfileStrings>(*faulty_, "C:\\WINDOWS");
     platform_ = std::make_unique<platform::Platform>(

@@ -8,21 +8,21 @@
 
 #include "platform/posix_filesystem.h"
 #include "platform/system.h"
-#include "platform/testing/faulty_filesystem.h"
 #include "platform/testing/fakes.h"
+#include "platform/testing/faulty_filesystem.h"
 
 namespace qx::testing {
 
 // A temporary folder, removed with everything in it when the object goes.
 class TempDir {
-public:
+  public:
     TempDir();
     ~TempDir();
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
     const std::filesystem::path& path() const { return path_; }
 
-private:
+  private:
     std::filesystem::path path_;
 };
 
@@ -30,7 +30,7 @@ private:
 // C:\KELDATA, C:\KELUSER, C:\WINDOWS\SYSTEM32). `sharedDir` is the test's QX_SHARED_DIR; with
 // `withSuite` false the drive starts empty.
 class TempDriveC {
-public:
+  public:
     explicit TempDriveC(const std::string& sharedDir, bool withSuite = true);
     // The host folder that stands for C:.
     const std::filesystem::path& root() const { return dir_.path(); }
@@ -39,7 +39,7 @@ public:
     // Writes a file (bytes as given) below the root, creating its folders.
     void write(std::string_view relative, std::string_view bytes) const;
 
-private:
+  private:
     TempDir dir_;
 };
 
@@ -47,7 +47,7 @@ private:
 // FaultyFileSystem, the INI service over it, settable system answers, a fixed clock, message boxes
 // answered from a queue and a recorded End.
 class TestPlatform {
-public:
+  public:
     explicit TestPlatform(const std::string& sharedDir, bool withSuite = true);
     ~TestPlatform();
 
@@ -60,7 +60,7 @@ public:
     RecordingMessageBoxes& messages() { return messages_; }
     RecordingProcess& process() { return process_; }
 
-private:
+  private:
     TempDriveC drive_;
     std::unique_ptr<platform::PosixFileSystem> real_;
     std::unique_ptr<FaultyFileSystem> faulty_;

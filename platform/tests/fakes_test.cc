@@ -113,7 +113,7 @@ TEST(TempDriveCTest, HoldsACopyOfTheSuiteAndGoesAway) {
 }
 
 class FaultyFs : public ::testing::Test {
-protected:
+  protected:
     TestPlatform tp{QX_SHARED_DIR};
 };
 
@@ -163,7 +163,8 @@ TEST_F(FaultyFs, TestPlatformBundlesTheFakes) {
     auto& p = tp.platform();
     EXPECT_EQ(&p.fs, static_cast<platform::FileSystem*>(&tp.fs()));
     std::string b(256, ' ');
-    const auto n = p.profile.GetPrivateProfileStringA("directories", "userdir", "", b, 256, "C:\\APPRAISE\\kel.ini");
+    const auto n =
+        p.profile.GetPrivateProfileStringA("directories", "userdir", "", b, 256, "C:\\APPRAISE\\kel.ini");
     EXPECT_EQ(b.substr(0, n), "C:\\KELUSER");
     EXPECT_EQ(p.clock.now().year, 2006);
 }

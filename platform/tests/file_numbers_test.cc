@@ -24,7 +24,7 @@ int errorOf(const std::function<void()>& f) {
 }
 
 class FileNumbers : public ::testing::Test {
-protected:
+  protected:
     FileNumbers() : fsys_({{'C', dir_.path().string()}}) { fs::create_directory(dir_.path() / "KELDATA"); }
     std::string bytes(std::string_view rel) {
         std::ifstream in(dir_.path() / rel, std::ios::binary);
@@ -90,7 +90,9 @@ TEST_F(FileNumbers, NumbersOutsideTheRangeAreBad) {
     EXPECT_EQ(errorOf([&] { fsys_.printLine(7, "x"); }), 52);
 }
 
-TEST_F(FileNumbers, ClosingANumberNotOpenIsNoError) { EXPECT_NO_THROW(fsys_.close(9)); }
+TEST_F(FileNumbers, ClosingANumberNotOpenIsNoError) {
+    EXPECT_NO_THROW(fsys_.close(9));
+}
 
 TEST_F(FileNumbers, WrongModeIsBadFileMode) {
     std::ofstream(dir_.path() / "KELDATA" / "in.txt") << "x\n";

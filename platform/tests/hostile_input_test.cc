@@ -32,8 +32,8 @@ TEST(HostileInput, RandomIniFilesKeepTheProfileContract) {
         drive.write("x.ini", randomText(rng, 300, alphabet));
         for (std::uint32_t size : {1u, 2u, 3u, 16u, 256u}) {
             std::string buffer(size, ' ');
-            const auto n = ini.GetPrivateProfileStringA(randomText(rng, 3, "abk "), randomText(rng, 3, "abk "), "dflt",
-                                                        buffer, size, "C:\\x.ini");
+            const auto n = ini.GetPrivateProfileStringA(
+                randomText(rng, 3, "abk "), randomText(rng, 3, "abk "), "dflt", buffer, size, "C:\\x.ini");
             ASSERT_LE(n, size >= 2 ? size - 2 : 0u);
             ASSERT_LE(utf8Offset(buffer, n), buffer.size());
         }

@@ -26,8 +26,8 @@ void writeFile(const fs::path& p, std::string_view bytes) {
 std::string readFile(const fs::path& p) {
     std::ifstream in(p, std::ios::binary);
     std::ostringstream ss;
-        ss << in.rdbuf();
-        return ss.str();
+    ss << in.rdbuf();
+    return ss.str();
 }
 
 int errorOf(const std::function<void()>& f) {
@@ -40,7 +40,7 @@ int errorOf(const std::function<void()>& f) {
 }
 
 class PathSpace : public ::testing::Test {
-protected:
+  protected:
     PathSpace() {
         writeFile(c_.path() / "KELDATA" / "Office.mdb", "0123456789");
         writeFile(c_.path() / "KELDATA" / "KelCom.mdb", "abc");
@@ -165,7 +165,8 @@ TEST_F(PathSpace, InvalidCharactersAreABadFileName) {
 }
 
 TEST_F(PathSpace, HostPathOfANewFileNeedsAnExistingFolder) {
-    EXPECT_EQ(fsys_->hostPath("c:\\keldata\\compress.mdb"), (fs::canonical(c_.path()) / "KELDATA" / "compress.mdb").string());
+    EXPECT_EQ(fsys_->hostPath("c:\\keldata\\compress.mdb"),
+              (fs::canonical(c_.path()) / "KELDATA" / "compress.mdb").string());
     EXPECT_EQ(errorOf([&] { fsys_->hostPath("C:\\NOWHERE\\x.mdb"); }), 76);
 }
 
@@ -209,9 +210,13 @@ TEST_F(PathSpace, DirWithTrailingDotPatternListsNamesWithoutExtension) {
     EXPECT_EQ(e[0].name, "README");
 }
 
-TEST_F(PathSpace, TrailingDotOfAFileNameIsDropped) { EXPECT_EQ(fsys_->fileLen("C:\\KELDATA\\Office.mdb."), 10); }
+TEST_F(PathSpace, TrailingDotOfAFileNameIsDropped) {
+    EXPECT_EQ(fsys_->fileLen("C:\\KELDATA\\Office.mdb."), 10);
+}
 
-TEST_F(PathSpace, DirOfAMissingFolderIsEmpty) { EXPECT_TRUE(fsys_->dir("C:\\NOPE\\*.*", attr::kDirectory).empty()); }
+TEST_F(PathSpace, DirOfAMissingFolderIsEmpty) {
+    EXPECT_TRUE(fsys_->dir("C:\\NOPE\\*.*", attr::kDirectory).empty());
+}
 
 TEST_F(PathSpace, FilesTakesSeveralPatterns) {
     writeFile(c_.path() / "KELDATA" / "test.log", "x");

@@ -10,12 +10,14 @@ namespace qx::platform {
 namespace {
 
 class ProfileStringsTest : public ::testing::Test {
-protected:
-    ProfileStringsTest() : drive_(QX_SHARED_DIR, false), fsys_({{'C', drive_.root().string()}}), ini_(fsys_, "C:\\WINDOWS") {}
+  protected:
+    ProfileStringsTest()
+        : drive_(QX_SHARED_DIR, false), fsys_({{'C', drive_.root().string()}}), ini_(fsys_, "C:\\WINDOWS") {}
 
     // Reads with a buffer of `size` blanks; returns the answer and what the buffer holds up to it.
-    std::pair<std::uint32_t, std::string> read(std::string_view section, std::string_view key, std::string_view def,
-                                               std::uint32_t size = 256, std::string_view file = "C:\\APPRAISE\\kel.ini") {
+    std::pair<std::uint32_t, std::string> read(std::string_view section, std::string_view key,
+                                               std::string_view def, std::uint32_t size = 256,
+                                               std::string_view file = "C:\\APPRAISE\\kel.ini") {
         std::string buffer(size, ' ');
         const auto n = ini_.GetPrivateProfileStringA(section, key, def, buffer, size, file);
         lastBuffer_ = buffer;
@@ -162,7 +164,8 @@ TEST_F(ProfileStringsTest, SuiteFixtureReads) {
     PosixFileSystem f({{'C', suite.root().string()}});
     IniProfileStrings p(f, "C:\\WINDOWS");
     std::string buffer(256, ' ');
-    const auto n = p.GetPrivateProfileStringA("directories", "datadir", "", buffer, 256, "C:\\APPRAISE\\kel.ini");
+    const auto n =
+        p.GetPrivateProfileStringA("directories", "datadir", "", buffer, 256, "C:\\APPRAISE\\kel.ini");
     EXPECT_EQ(buffer.substr(0, n), "C:\\KELDATA");
 }
 

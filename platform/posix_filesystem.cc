@@ -257,16 +257,17 @@ struct PosixFileSystem::Impl {
         const std::string& root = roots.at(p.drive);
         std::string cur = root;
         for (std::size_t k = 0; k < p.parts.size(); ++k) {
-            const auto names = hostNames(cur);
-            const auto want = foldForCompare(p.parts[k]);
+            // The exact spelling needs no listing of the folder; only a miss does.
+            std::vector<std::string> names;
             const std::string* hit = nullptr;
-            for (const auto& n : names) {
-                if (n == p.parts[k]) {
-                    hit = &n;
-                    break;
-                }
-            }
-            if (hit == nullptr) {
+            struct stat probe {};
+            const std::string exact = (cur == "/" ? cur : cur + "/") + p.parts[k];
+            if (visibleHostName(p.parts[k]) && ::lstat(exact.c_str(), &probe) == 0) {
+                names.push_back(p.parts[k]);
+                hit = &names.front();
+            } else {
+                names = hostNames(cur);
+                const auto want = foldForCompare(p.parts[k]);
                 for (const auto& n : names) {
                     if (foldForCompare(n) == want && (hit == nullptr || n < *hit)) hit = &n;
                 }

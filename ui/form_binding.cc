@@ -604,16 +604,33 @@ void FormBinding::syncDirList(forms::DirListBox& list, QListWidget& widget) {
 
 void FormBinding::syncGrid(forms::Grid& grid, QTableView& widget) {
     GridTableModel* model = gridModel(&widget);
-    const auto columns = grid.columns();
-    const std::size_t rows = grid.rowCount();
+    // The rows come from the database as they are drawn. A read that fails there (a file gone or
+    // locked since the table was opened) cannot be reported from inside painting: the grid shows
+    // what it can and leaves the rest blank, as a grid over a broken recordset does.
+    std::vector<std::string> columns;
+    std::size_t rows = 0;
+    try {
+        columns = grid.columns();
+        rows = grid.rowCount();
+    } catch (const std::exception&) {
+        columns.clear();
+        rows = 0;
+    }
     auto& shown = shownGrid_[&widget];
     if (gridDirty_[&widget] || shown.first != columns || shown.second != rows) {
         gridDirty_[&widget] = false;
         shown = {columns, rows};
-        model->setSource(columns, rows, [&grid](std::size_t row) { return grid.rowTexts(row); });
+        model->setSource(columns, rows, [&grid](std::size_t row) -> std::vector<std::string> {
+            try {
+                return grid.rowTexts(row);
+            } catch (const std::exception&) {
+                return {};
+            }
+        });
     }
-    // Editing stays with the program; the view shows the permission as the grid's edit triggers.
     widget.setEditTriggers(QAbstractItemView::NoEditTriggers);
+    // The grid's three editing permissions, for whoever inspects the view (the support lock
+    // switches them); edits themselves stay with the program.
     widget.setProperty("allowAddNew", grid.allowAddNew());
     widget.setProperty("allowDelete", grid.allowDelete());
     widget.setProperty("allowUpdate", grid.allowUpdate());
@@ -688,7 +705,11 @@ bool Binder::dispatch(const std::function<void()>& gesture) {
     }
     QApplication::restoreOverrideCursor();
     --depth_;
-    if (!alive) {
+    // As in the original runtime, the process ends when its last form is unloaded, whichever
+    // handler unloaded it (the monitor's "Quit" after the main window was closed, say).
+    const bool anyLoaded = !screen_.loadedForms().empty();
+    if (anyLoaded) hadForms_ = true;
+    if (!alive || (hadForms_ && !anyLoaded)) {
         endProgram();
         return false;
     }

@@ -100,6 +100,7 @@ class Binder final {
     QElapsedTimer clock_;
     std::function<std::int64_t()> elapsedSource_;
     bool ended_ = false;
+    bool hadForms_ = false;  // a form has been loaded since the binder began
     bool persistentHourglass_ = false;
     int depth_ = 0;
 };

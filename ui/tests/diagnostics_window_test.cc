@@ -401,5 +401,18 @@ TEST(MemoryWindows, ClosingTheMainWindowLeavesAnOpenMonitorRunning) {
     EXPECT_TRUE(user.platform().process().ended());
 }
 
+TEST(MemoryWindows, QuittingTheMonitorAfterTheMainWindowWasClosedEndsTheProgram) {
+    Session user;
+    ASSERT_TRUE(user.start());
+    user.click("cmdMemory");
+    user.click("Command1", "frmSM");
+    user.main().close();
+    ASSERT_FALSE(user.windows().binder().ended());
+    user.click("Command2", "frmSM");
+    EXPECT_TRUE(user.windows().binder().ended());
+    EXPECT_FALSE(user.windows().view("frmSM")->isVisible());
+    EXPECT_FALSE(user.windows().view("frmDetails")->isVisible());
+}
+
 }  // namespace
 }  // namespace qx::ui::testing

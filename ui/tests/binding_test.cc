@@ -3,7 +3,9 @@
 #include <QApplication>
 #include <QCursor>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
+#include <QTest>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -84,6 +86,34 @@ TEST(Binding, AMessageBoxShowsTheNormalPointerEvenInsideAHandler) {
     });
     EXPECT_FALSE(hourglassOverBox);
     EXPECT_TRUE(hourglassAfterBox);
+}
+
+TEST(Binding, TypingReachesTheProgramOneKeyAtATimeAndEditsAsANewText) {
+    Session user;
+    ASSERT_TRUE(user.start());
+    forms::TextBox& code = user.app().frmGridSecurity().txtPassword;
+    int changes = 0;
+    std::vector<int> keys;
+    code.onChange = [&] { ++changes; };
+    code.onKeyPress = [&](std::int16_t& key) { keys.push_back(key); };
+    ASSERT_TRUE(user.windows().binder().dispatch([&] { user.app().frmGridSecurity().show(true); }));
+    user.typeInto("txtPassword", "12ab", "frmGridSecurity");
+    EXPECT_EQ(code.text(), "12ab");
+    EXPECT_EQ(changes, 4);
+    EXPECT_EQ(keys, (std::vector<int>{'1', '2', 'a', 'b'}));
+
+    // Enter raises KeyPress with 13 and adds nothing to a one-line box.
+    auto* line = user.find<QLineEdit>("txtPassword", "frmGridSecurity");
+    QTest::keyClick(line, Qt::Key_Return);
+    EXPECT_EQ(keys.back(), 13);
+    EXPECT_EQ(code.text(), "12ab");
+
+    // An edit in the middle of the text reaches the program as the whole new text, once.
+    line->setCursorPosition(0);
+    QTest::keyClick(line, Qt::Key_9);
+    EXPECT_EQ(code.text(), "912ab");
+    EXPECT_EQ(changes, 5);
+    EXPECT_EQ(str(line->text()), "912ab");
 }
 
 struct BoxCase {

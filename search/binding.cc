@@ -130,7 +130,9 @@ std::vector<std::string> AdoBinding::rowTexts(std::size_t row) const {
     try {
         for (const auto& v : rows_->row(row)) out.push_back(displayText(v));
     } catch (const jet::Error& e) {
-        throw RuntimeError(e.number(), e.description());
+        // Damage met while reading a row arrives as the provider reports engine failures.
+        const jet::Error seen = e.number() > 0 ? jet::sql::throughProvider(e) : e;
+        throw RuntimeError(seen.number(), seen.description());
     }
     return out;
 }

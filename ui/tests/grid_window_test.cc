@@ -1,0 +1,81 @@
+// The data grids on the real window: the rows the shared data control holds are the rows the grid
+// shows, and a grid that lets go of the data (tab change, Clear) shows nothing.
+#include <QHeaderView>
+#include <QTableView>
+
+#include <gtest/gtest.h>
+
+#include "search/query_routines.h"
+#include "ui/tests/session.h"
+#include "ui/widgets.h"
+
+namespace qx::ui::testing {
+namespace {
+
+std::string cell(const GridTableModel& model, int row, int column) {
+    return s(model.data(model.index(row, column)).toString());
+}
+
+// The search page's grid bound to a whole table of the central database, as choosing a category
+// does it.
+void bindSearchTable(Session& user, const std::string& table) {
+    ASSERT_TRUE(user.windows().binder().dispatch([&] {
+        auto& program = user.app().program();
+        search::AdoConnectTableANDDatabase(program, table, "office.mdb", user.app().globals().dataDir);
+        user.app().frmMain().grdData.refresh();
+    }));
+}
+
+TEST(GridWindow, TheSearchGridShowsTheRowsOfTheBoundTable) {
+    Session user;
+    ASSERT_TRUE(user.start());
+    user.chooseTab(2);
+    bindSearchTable(user, "Property");
+    const forms::Grid& grid = user.app().frmMain().grdData;
+    auto* view = user.find<QTableView>("grdData");
+    ASSERT_NE(view, nullptr);
+    const GridTableModel& model = *gridModel(view);
+    ASSERT_GT(grid.rowCount(), 0u);
+    ASSERT_EQ(static_cast<std::size_t>(model.rowCount()), grid.rowCount());
+    const auto columns = grid.columns();
+    ASSERT_EQ(static_cast<std::size_t>(model.columnCount()), columns.size());
+    for (std::size_t c = 0; c < columns.size(); ++c) {
+        EXPECT_EQ(s(model.headerData(static_cast<int>(c), Qt::Horizontal).toString()), columns[c]);
+    }
+    const std::size_t last = grid.rowCount() - 1;
+    for (std::size_t r : {std::size_t{0}, last}) {
+        const auto texts = grid.rowTexts(r);
+        for (std::size_t c = 0; c < texts.size(); ++c) {
+            EXPECT_EQ(cell(model, static_cast<int>(r), static_cast<int>(c)), texts[c]) << r << "," << c;
+        }
+    }
+}
+
+TEST(GridWindow, LeavingTheSearchTabForTheCountsTabEmptiesTheSearchGrid) {
+    Session user;
+    ASSERT_TRUE(user.start());
+    user.chooseTab(2);
+    bindSearchTable(user, "Client");
+    auto* view = user.find<QTableView>("grdData");
+    ASSERT_GT(gridModel(view)->rowCount(), 0);
+    user.chooseTab(1);
+    EXPECT_EQ(user.app().frmMain().boundGridName, "grdListing");
+    EXPECT_EQ(gridModel(view)->rowCount(), 0);
+    EXPECT_EQ(gridModel(view)->columnCount(), 0);
+}
+
+TEST(GridWindow, ThePagesClearEmptiesTheSearchGrid) {
+    Session user;
+    ASSERT_TRUE(user.start());
+    user.chooseTab(2);
+    bindSearchTable(user, "Company");
+    auto* view = user.find<QTableView>("grdData");
+    ASSERT_GT(gridModel(view)->rowCount(), 0);
+    user.click("cmdClear(2)");
+    EXPECT_EQ(gridModel(view)->rowCount(), 0);
+    EXPECT_EQ(user.text("lblCount"), "Record Count:");
+    EXPECT_EQ(user.text("lblFCount"), "Field Count:");
+}
+
+}  // namespace
+}  // namespace qx::ui::testing

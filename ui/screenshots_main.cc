@@ -82,6 +82,12 @@ int main(int argc, char** argv) {
     failures += !save(&main, folder, "frmMain-0-software-utilities");
     for (int tab = 1; tab < 4; ++tab) {
         binder.dispatch([&] { f.SSTab1.userSelectTab(tab); });
+        if (tab == 1 && f.lstTableListing.listCount() > 3) {
+            // The first table of the central database opened in the viewer.
+            binder.dispatch([&] { f.lstTableListing.userSelect(3); });
+            binder.dispatch([&] { f.lstTableListing.userDblClick(); });
+        }
+        if (tab == 2) binder.dispatch([&] { f.optSearch(0).userClick(); });
         static const char* const names[] = {"", "frmMain-1-database-counts", "frmMain-2-database-search",
                                             "frmMain-3-data-maintenance"};
         failures += !save(&main, folder, names[tab]);

@@ -81,7 +81,6 @@ std::vector<std::uint32_t> usageMapPages(Store& store, std::uint32_t mapPointer)
     } else if (row[0] == 1) {
         std::size_t perPage = static_cast<std::size_t>(f.pageSize - 4) * 8;
         std::size_t slots = (len - 1) / 4;
-        std::vector<std::uint32_t> seen;
         for (std::size_t s = 0; s < slots; ++s) {
             std::uint32_t bitmapPage = u32(row + 1 + 4 * s);
             if (bitmapPage == 0) continue;

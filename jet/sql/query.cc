@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <optional>
 #include <string>
 
@@ -459,26 +460,37 @@ std::vector<std::uint8_t> testAllCached(const Node& n, std::size_t rows, const C
             const std::uint8_t hit = n.negated ? F : T, miss = n.negated ? T : F;
             const std::string_view literal = n.pattern->containedLiteral();
             const char* text = col.folded.data();
-            for (std::size_t r = 0; r < rows; ++r) {
+            // Values are tested one by one, which suits a literal found in most values, early,
+            // and conditions that leave few rows to test. When a sample shows the literal to be
+            // found in fewer than half the values while most rows are to be tested, the rest of
+            // the column is searched as one block, the search skipping what lies between hits.
+            constexpr std::size_t kSample = 2048;
+            std::size_t seen = 0, sampled = 0, hits = 0;
+            std::size_t r = 0;
+            for (; r < rows; ++r) {
+                if (!literal.empty() && seen == kSample) {
+                    if (hits * 2 < sampled && sampled * 4 > seen) break;
+                    seen = kSample + 1;  // decided: stay with one value at a time
+                }
+                if (seen < kSample) ++seen;
                 if (!wanted(r)) continue;
                 if (col.nulls[r]) {
                     out[r] = U;
                     continue;
                 }
                 const std::uint32_t begin = r == 0 ? 0 : col.ends[r - 1], end = col.ends[r];
+                bool found;
                 if (literal.empty()) {
-                    out[r] = n.pattern->matchesFolded(std::string_view(text + begin, end - begin)) ? hit : miss;
+                    found = n.pattern->matchesFolded(std::string_view(text + begin, end - begin));
                 } else if (end - begin < literal.size()) {
-                    out[r] = miss;
+                    found = false;
                 } else if (end - begin > 64) {
                     // Long values (memos): the library's search.
-                    const std::string_view value(text + begin, end - begin);
-                    out[r] = value.find(literal) != std::string_view::npos ? hit : miss;
+                    found = std::string_view(text + begin, end - begin).find(literal) != std::string_view::npos;
                 } else {
-                    // Most values are a few characters long: a plain loop beats a call per row.
                     const char first = literal.front();
                     const std::size_t rest = literal.size() - 1;
-                    bool found = false;
+                    found = false;
                     const char* last = text + end - literal.size();
                     for (const char* p = text + begin; p <= last && !found; ++p) {
                         if (*p != first) continue;
@@ -486,7 +498,32 @@ std::vector<std::uint8_t> testAllCached(const Node& n, std::size_t rows, const C
                         while (i < rest && p[1 + i] == literal[1 + i]) ++i;
                         found = i == rest;
                     }
-                    out[r] = found ? hit : miss;
+                }
+                out[r] = found ? hit : miss;
+                if (seen <= kSample) {
+                    ++sampled;
+                    hits += found ? 1 : 0;
+                }
+            }
+            if (r < rows) {
+                for (std::size_t k = r; k < rows; ++k)
+                    if (wanted(k)) out[k] = col.nulls[k] ? U : miss;
+                const std::size_t total = col.folded.size();
+                std::size_t pos = r == 0 ? 0 : col.ends[r - 1];
+                std::size_t row = r;
+                while (row < rows && pos < total) {
+                    const void* found = ::memmem(text + pos, total - pos, literal.data(), literal.size());
+                    if (!found) break;
+                    const auto at = static_cast<std::size_t>(static_cast<const char*>(found) - text);
+                    while (row < rows && col.ends[row] <= at) ++row;
+                    if (row == rows) break;
+                    if (at + literal.size() <= col.ends[row]) {
+                        if (wanted(row)) out[row] = hit;
+                        pos = col.ends[row];
+                        ++row;
+                    } else {
+                        pos = at + 1;  // straddles two values
+                    }
                 }
             }
             return out;

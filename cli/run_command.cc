@@ -26,9 +26,9 @@ int runScriptCommand(Invocation& inv) {
     return shell::runScript(file, inv.out, inv.err, options);
 }
 
-const CommandRegistration registration{Command{
-    "run", "run [SCRIPT]  (drive the program from a script of user gestures; JSON Lines out)",
-    runScriptCommand}};
+const CommandRegistration registration{
+    Command{"run", "run [SCRIPT]  (drive the program from a script of user gestures; JSON Lines out)",
+            runScriptCommand}};
 
 }  // namespace
 }  // namespace qx::cli

@@ -18,7 +18,9 @@ constexpr const char* kGridData = "grdData";
 
 }  // namespace
 
-Version buildVersion() { return Version{QX_VERSION_MAJOR, QX_VERSION_MINOR, QX_VERSION_REVISION}; }
+Version buildVersion() {
+    return Version{QX_VERSION_MAJOR, QX_VERSION_MINOR, QX_VERSION_REVISION};
+}
 
 std::string versionText(const Version& v) {
     return std::to_string(v.major) + "." + std::to_string(v.minor) + "." + std::to_string(v.revision);
@@ -34,9 +36,9 @@ Application::Application(platform::Platform& os, Version version, bool withSubsy
     frmDate_ = std::make_unique<forms::FrmDate>(context);
     frmWarning_ = std::make_unique<forms::FrmWarning>(context);
     frmCompress_ = std::make_unique<forms::FrmCompress>(context);
-    program_ = std::make_unique<forms::Program>(forms::Program{
-        Runtime{os_, globals_}, screen_, *frmMain_, *frmSM_, *frmDetails_, *frmGridSecurity_, *frmDate_,
-        *frmWarning_, *frmCompress_, hooks_});
+    program_ = std::make_unique<forms::Program>(
+        forms::Program{Runtime{os_, globals_}, screen_, *frmMain_, *frmSM_, *frmDetails_, *frmGridSecurity_,
+                       *frmDate_, *frmWarning_, *frmCompress_, hooks_});
     // The shared routines set the screen's pointer through the program-wide state.
     globals_.onScreenMousePointer = [this](int pointer) { screen_.setMousePointer(pointer); };
     wireShell();
@@ -58,6 +60,7 @@ void Application::wireShell() {
 
 bool Application::start() {
     // A start-up that fails with an unhandled error still leaves a window to work with.
+    started_ = true;
     dispatch([this] { frmMain_->load(); });
     return dispatch([this] { frmMain_->show(); });
 }
@@ -71,13 +74,20 @@ bool Application::dispatch(const std::function<void()>& event) {
     } catch (const ProgramEnd&) {
         ended_ = true;
     }
+    // The process lives as long as one of its forms is loaded: whichever handler unloads the last
+    // one ends it.
+    if (!ended_ && started_ && screen_.loadedForms().empty()) {
+        ended_ = true;
+        try {
+            os_.process.end();
+        } catch (const ProgramEnd&) {
+        }
+    }
     return !ended_;
 }
 
 void Application::closeForm(forms::Form& form) {
     form.unload();
-    // The process lives as long as one of its forms is loaded; closing the last one ends it.
-    if (screen_.loadedForms().empty()) os_.process.end();
 }
 
 // ---- Start-up ---------------------------------------------------------------------------------
@@ -110,8 +120,8 @@ void Application::Form_Load() {
 
 void Application::captionRoutine() {
     Runtime rt{os_, globals_};
-    globals_.captionBase =
-        ReadIniString(rt, globals_.configFilePath, "PROGRAM ALIAS", "CORVID Office Plus", "Corvid Office Plus");
+    globals_.captionBase = ReadIniString(rt, globals_.configFilePath, "PROGRAM ALIAS", "CORVID Office Plus",
+                                         "Corvid Office Plus");
     globals_.toolTitle = globals_.captionBase + " - QX Test";
 }
 
@@ -236,6 +246,8 @@ void Application::cmdexit_Click(int /*index*/) {
     os_.process.end();
 }
 
-void Application::mnuFileExit_Click() { cmdexit_Click(1); }
+void Application::mnuFileExit_Click() {
+    cmdexit_Click(1);
+}
 
 }  // namespace qx::shell

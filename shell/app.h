@@ -38,11 +38,12 @@ Version buildVersion();
 std::string versionText(const Version& version);
 
 class Application {
-public:
+  public:
     // `os` must outlive the application. Creates every form (none loaded) and wires the shell's
     // handlers and then, unless `withSubsystems` is false (tests of the shell alone), every
     // subsystem that is built in.
-    explicit Application(platform::Platform& os, Version version = buildVersion(), bool withSubsystems = true);
+    explicit Application(platform::Platform& os, Version version = buildVersion(),
+                         bool withSubsystems = true);
     ~Application();
     Application(const Application&) = delete;
     Application& operator=(const Application&) = delete;
@@ -72,8 +73,8 @@ public:
     // dropped (the program still goes on).
     std::function<void(const RuntimeError&)> onUnhandledError;
 
-    // The user closes `form` with its window frame: it is unloaded; when no form is left loaded
-    // the program ends. Run it through dispatch().
+    // The user closes `form` with its window frame: it is unloaded. Run it through dispatch(),
+    // which ends the program once no form is left loaded (by this or by any handler).
     void closeForm(forms::Form& form);
 
     // ---- Handlers of frmMain that the shell owns (public so hosts and tests can name them) ----
@@ -87,7 +88,7 @@ public:
     // The second event of the tab strip (its double-click): the three resets of Clear All.
     void SSTab1_DblClick();
 
-private:
+  private:
     void wireShell();
     void captionRoutine();
     void closeAdoIfOpen(forms::Grid& grid);
@@ -107,6 +108,7 @@ private:
     std::unique_ptr<forms::FrmWarning> frmWarning_;
     std::unique_ptr<forms::FrmCompress> frmCompress_;
     std::unique_ptr<forms::Program> program_;
+    bool started_ = false;
     bool ended_ = false;
 };
 

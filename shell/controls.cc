@@ -10,31 +10,49 @@ namespace qx::forms {
 
 std::string_view kindName(ControlKind kind) {
     switch (kind) {
-        case ControlKind::Label: return "label";
-        case ControlKind::CommandButton: return "button";
-        case ControlKind::CheckBox: return "checkbox";
-        case ControlKind::OptionButton: return "option";
-        case ControlKind::Frame: return "frame";
-        case ControlKind::TextBox: return "textbox";
-        case ControlKind::ListBox: return "listbox";
-        case ControlKind::DirListBox: return "dirlist";
-        case ControlKind::FileListBox: return "filelist";
-        case ControlKind::DriveListBox: return "drivelist";
-        case ControlKind::Grid: return "grid";
-        case ControlKind::ProgressBar: return "progressbar";
-        case ControlKind::MenuItem: return "menu";
-        case ControlKind::Timer: return "timer";
-        case ControlKind::Image: return "image";
-        case ControlKind::Calendar: return "calendar";
-        case ControlKind::TabStrip: return "tabstrip";
-        case ControlKind::DataControl: return "datacontrol";
+        case ControlKind::Label:
+            return "label";
+        case ControlKind::CommandButton:
+            return "button";
+        case ControlKind::CheckBox:
+            return "checkbox";
+        case ControlKind::OptionButton:
+            return "option";
+        case ControlKind::Frame:
+            return "frame";
+        case ControlKind::TextBox:
+            return "textbox";
+        case ControlKind::ListBox:
+            return "listbox";
+        case ControlKind::DirListBox:
+            return "dirlist";
+        case ControlKind::FileListBox:
+            return "filelist";
+        case ControlKind::DriveListBox:
+            return "drivelist";
+        case ControlKind::Grid:
+            return "grid";
+        case ControlKind::ProgressBar:
+            return "progressbar";
+        case ControlKind::MenuItem:
+            return "menu";
+        case ControlKind::Timer:
+            return "timer";
+        case ControlKind::Image:
+            return "image";
+        case ControlKind::Calendar:
+            return "calendar";
+        case ControlKind::TabStrip:
+            return "tabstrip";
+        case ControlKind::DataControl:
+            return "datacontrol";
     }
     return "control";
 }
 
 void raiseMissingArrayElement(int index) {
     qx::raise(kErrControlArrayElementMissing,
-          "Control array element '" + std::to_string(index) + "' doesn't exist");
+              "Control array element '" + std::to_string(index) + "' doesn't exist");
 }
 
 // ---- Control ----------------------------------------------------------------------------------
@@ -72,9 +90,13 @@ void Control::setFocus() {
     form_->setFocused(this);
 }
 
-bool Control::hasFocus() const { return form_->focused() == this; }
+bool Control::hasFocus() const {
+    return form_->focused() == this;
+}
 
-bool Control::reachable() const noexcept { return visible_ && enabled_; }
+bool Control::reachable() const noexcept {
+    return visible_ && enabled_;
+}
 
 bool Control::userClick() {
     if (!reachable()) return false;
@@ -95,7 +117,9 @@ bool Control::userKeyPress(int code) {
     return true;
 }
 
-void Control::captureDesign() { design_ = {visible_, enabled_, toolTip_}; }
+void Control::captureDesign() {
+    design_ = {visible_, enabled_, toolTip_};
+}
 
 void Control::restoreDesign() {
     visible_ = design_.visible;
@@ -295,9 +319,16 @@ std::uint32_t nextCodePoint(std::string_view s, std::size_t& pos) {
     const auto b0 = static_cast<unsigned char>(s[pos]);
     std::size_t len = 1;
     std::uint32_t cp = b0;
-    if (b0 >= 0xF0) { len = 4; cp = b0 & 0x07; }
-    else if (b0 >= 0xE0) { len = 3; cp = b0 & 0x0F; }
-    else if (b0 >= 0xC0) { len = 2; cp = b0 & 0x1F; }
+    if (b0 >= 0xF0) {
+        len = 4;
+        cp = b0 & 0x07;
+    } else if (b0 >= 0xE0) {
+        len = 3;
+        cp = b0 & 0x0F;
+    } else if (b0 >= 0xC0) {
+        len = 2;
+        cp = b0 & 0x1F;
+    }
     if (len == 1 || pos + len > s.size()) {
         ++pos;
         return b0;
@@ -369,8 +400,10 @@ void ListBox::removeItem(int index) {
     if (index < 0 || static_cast<std::size_t>(index) >= items_.size()) qx::raise(err::kInvalidProcedureCall);
     items_.erase(items_.begin() + index);
     selected_.erase(selected_.begin() + index);
-    if (listIndex_ == index) listIndex_ = -1;
-    else if (listIndex_ > index) --listIndex_;
+    if (listIndex_ == index)
+        listIndex_ = -1;
+    else if (listIndex_ > index)
+        --listIndex_;
     touch();
 }
 
@@ -457,8 +490,10 @@ bool ListBox::userSelect(int index) {
     checkIndex(index);
     switch (multiSelect_) {
         case 0:
-            if (listIndex_ == index) fire(onClick);  // a click on the current line still clicks
-            else setListIndex(index);
+            if (listIndex_ == index)
+                fire(onClick);  // a click on the current line still clicks
+            else
+                setListIndex(index);
             break;
         case 1:
             setSelected(index, !selected_[static_cast<std::size_t>(index)]);
@@ -530,8 +565,10 @@ void FileListBox::setPath(std::string_view path) {
 void FileListBox::setPattern(std::string pattern) {
     if (pattern == pattern_) return;
     pattern_ = std::move(pattern);
-    if (!path_.empty()) replaceItems(form().os().fs.files(path_, pattern_));
-    else touch();
+    if (!path_.empty())
+        replaceItems(form().os().fs.files(path_, pattern_));
+    else
+        touch();
     fire(onPatternChange);
 }
 
@@ -558,7 +595,9 @@ void FileListBox::restoreDesign() {
 }
 
 namespace {
-char lowerDrive(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
+char lowerDrive(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+}
 }  // namespace
 
 void DriveListBox::setDrive(std::string_view drive) {
@@ -566,8 +605,8 @@ void DriveListBox::setDrive(std::string_view drive) {
     const char letter = lowerDrive(drive.front());
     const auto& fs = form().os().fs;
     const auto mapped = fs.drives();
-    const bool known = std::any_of(mapped.begin(), mapped.end(),
-                                   [letter](char d) { return lowerDrive(d) == letter; });
+    const bool known =
+        std::any_of(mapped.begin(), mapped.end(), [letter](char d) { return lowerDrive(d) == letter; });
     if (!known) qx::raise(err::kDeviceUnavailable);
     std::string next{letter, ':'};
     if (next == drive_) return;
@@ -596,7 +635,9 @@ void Grid::rebind() {
     touch();
 }
 
-void Grid::refresh() { touch(); }
+void Grid::refresh() {
+    touch();
+}
 
 void Grid::close() {
     attached_ = false;
@@ -654,7 +695,9 @@ void Grid::restoreDesign() {
 std::vector<std::string> DataControl::columnNames() const {
     return isOpen() ? binding_->columnNames() : std::vector<std::string>{};
 }
-std::size_t DataControl::rowCount() const { return isOpen() ? binding_->rowCount() : 0; }
+std::size_t DataControl::rowCount() const {
+    return isOpen() ? binding_->rowCount() : 0;
+}
 std::vector<std::string> DataControl::rowTexts(std::size_t row) const {
     return isOpen() ? binding_->rowTexts(row) : std::vector<std::string>{};
 }
@@ -724,9 +767,13 @@ void Timer::setTimerEnabled(bool enabled) {
     arm();
 }
 
-bool Timer::running() const { return enabled() && interval_ > 0 && form().loaded(); }
+bool Timer::running() const {
+    return enabled() && interval_ > 0 && form().loaded();
+}
 
-void Timer::arm() { nextDue_ = form().screen().elapsedMs() + interval_; }
+void Timer::arm() {
+    nextDue_ = form().screen().elapsedMs() + interval_;
+}
 
 void Timer::tick() {
     nextDue_ += interval_;

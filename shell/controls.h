@@ -76,7 +76,7 @@ inline constexpr std::int32_t kErrControlArrayElementMissing = 340;
 inline constexpr std::int32_t kErrCantShowNonModal = 401;
 
 class Control {
-public:
+  public:
     Control(Form& form, std::string name, int index);
     virtual ~Control() = default;
     Control(const Control&) = delete;
@@ -127,14 +127,14 @@ public:
     // Raised after any property a view shows has changed.
     Notifier changed;
 
-protected:
+  protected:
     bool reachable() const noexcept;
     void touch() { changed.notify(); }
     static void fire(const std::function<void()>& slot) {
         if (slot) slot();
     }
 
-private:
+  private:
     Form* form_;
     std::string name_;
     int index_;
@@ -151,7 +151,7 @@ private:
 };
 
 class Label final : public Control {
-public:
+  public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::Label; }
     const std::string& caption() const noexcept { return caption_; }
@@ -159,12 +159,12 @@ public:
     void captureDesign() override;
     void restoreDesign() override;
 
-private:
+  private:
     std::string caption_, designCaption_;
 };
 
 class Frame final : public Control {
-public:
+  public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::Frame; }
     const std::string& caption() const noexcept { return caption_; }
@@ -172,18 +172,18 @@ public:
     void captureDesign() override;
     void restoreDesign() override;
 
-private:
+  private:
     std::string caption_, designCaption_;
 };
 
 class Image final : public Control {
-public:
+  public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::Image; }
 };
 
 class CommandButton final : public Control {
-public:
+  public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::CommandButton; }
     const std::string& caption() const noexcept { return caption_; }
@@ -199,13 +199,13 @@ public:
     void captureDesign() override;
     void restoreDesign() override;
 
-private:
+  private:
     std::string caption_, designCaption_;
     bool pressed_ = false;
 };
 
 class CheckBox final : public Control {
-public:
+  public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::CheckBox; }
     const std::string& caption() const noexcept { return caption_; }
@@ -219,13 +219,13 @@ public:
     void captureDesign() override;
     void restoreDesign() override;
 
-private:
+  private:
     std::string caption_, designCaption_;
     std::int16_t value_ = 0, designValue_ = 0;
 };
 
 class OptionButton final : public Control {
-public:
+  public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::OptionButton; }
     const std::string& caption() const noexcept { return caption_; }
@@ -241,14 +241,14 @@ public:
     void captureDesign() override;
     void restoreDesign() override;
 
-private:
+  private:
     std::string caption_, designCaption_;
     bool value_ = false, designValue_ = false;
     std::shared_ptr<std::vector<OptionButton*>> group_;
 };
 
 class TextBox final : public Control {
-public:
+  public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::TextBox; }
     const std::string& text() const noexcept { return text_; }
@@ -265,14 +265,14 @@ public:
     void captureDesign() override;
     void restoreDesign() override;
 
-private:
+  private:
     std::string text_, designText_;
 };
 
 // The lines of a list box, with VB's ListIndex / Selected rules. The shared list routines reach it
 // through ListModel.
 class ListBox : public Control, public ListModel {
-public:
+  public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::ListBox; }
 
@@ -321,11 +321,11 @@ public:
     void captureDesign() override;
     void restoreDesign() override;
 
-protected:
+  protected:
     // Replaces every line at once (file and directory lists), no current line, no selection.
     void replaceItems(std::vector<std::string> items);
 
-private:
+  private:
     void checkIndex(int index) const;
     std::vector<std::string> items_;
     std::vector<bool> selected_;
@@ -344,7 +344,7 @@ private:
 
 // The folders of one folder. Its Path is always the canonical form of an existing folder.
 class DirListBox final : public ListBox {
-public:
+  public:
     using ListBox::ListBox;
     ControlKind kind() const override { return ControlKind::DirListBox; }
     const std::string& dirPath() const noexcept { return path_; }
@@ -357,13 +357,13 @@ public:
     void startAtCurrentFolder();
     void restoreDesign() override;
 
-private:
+  private:
     std::string path_;
 };
 
 // The files of one folder that match a pattern.
 class FileListBox final : public ListBox {
-public:
+  public:
     using ListBox::ListBox;
     ControlKind kind() const override { return ControlKind::FileListBox; }
     const std::string& dirPath() const noexcept { return path_; }
@@ -380,13 +380,13 @@ public:
     void captureDesign() override;
     void restoreDesign() override;
 
-private:
+  private:
     std::string path_;
     std::string pattern_ = "*.*", designPattern_ = "*.*";
 };
 
 class DriveListBox final : public ListBox {
-public:
+  public:
     using ListBox::ListBox;
     ControlKind kind() const override { return ControlKind::DriveListBox; }
     // "c:"; setting "C:\..." or "c" selects drive c. Error 68 for a drive that is not mapped.
@@ -396,13 +396,13 @@ public:
     void startAtCurrentFolder();
     void restoreDesign() override;
 
-private:
+  private:
     std::string drive_;
 };
 
 // What a grid shows: the rows of its data source. The data-control binding implements it.
 class RowSource {
-public:
+  public:
     virtual ~RowSource() = default;
     // False while nothing is open (no connection, or the recordset was closed).
     virtual bool isOpen() const = 0;
@@ -414,7 +414,7 @@ public:
 
 // A data grid bound to a row source.
 class Grid final : public Control {
-public:
+  public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::Grid; }
 
@@ -447,7 +447,7 @@ public:
     void captureDesign() override;
     void restoreDesign() override;
 
-private:
+  private:
     const RowSource* source_ = nullptr;
     bool attached_ = true;
     bool allowAddNew_ = false, allowDelete_ = false, allowUpdate_ = false;
@@ -460,7 +460,7 @@ private:
 // subsystem, which installs it with setBinding; the grids read their rows through this slot so
 // they need not know the binding's type.
 class DataControl final : public Control, public RowSource {
-public:
+  public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::DataControl; }
     void setBinding(std::shared_ptr<RowSource> binding) { binding_ = std::move(binding); }
@@ -471,12 +471,12 @@ public:
     std::size_t rowCount() const override;
     std::vector<std::string> rowTexts(std::size_t row) const override;
 
-private:
+  private:
     std::shared_ptr<RowSource> binding_;
 };
 
 class ProgressBar final : public Control {
-public:
+  public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::ProgressBar; }
     // Single-precision, as the original control. Values are kept as given, never clamped: a value
@@ -490,7 +490,7 @@ public:
     void captureDesign() override;
     void restoreDesign() override;
 
-private:
+  private:
     float min_ = 0.0f, max_ = 100.0f, value_ = 0.0f;
     struct Design {
         float min = 0.0f, max = 100.0f, value = 0.0f;
@@ -498,7 +498,7 @@ private:
 };
 
 class MenuItem final : public Control {
-public:
+  public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::MenuItem; }
     const std::string& caption() const noexcept { return caption_; }
@@ -512,7 +512,7 @@ public:
     void captureDesign() override;
     void restoreDesign() override;
 
-private:
+  private:
     std::string caption_, designCaption_;
     bool checked_ = false, designChecked_ = false;
     MenuItem* parent_ = nullptr;
@@ -521,11 +521,11 @@ private:
 // A timer ticks every `interval` milliseconds while it is enabled and its form is loaded. The
 // host keeps time (Screen::elapsedMs) and calls tick(); the timer says when it is due.
 class Timer final : public Control {
-public:
+  public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::Timer; }
     int interval() const noexcept { return interval_; }
-    void setInterval(int ms);   // error 380 when negative; 0 stops ticking
+    void setInterval(int ms);  // error 380 when negative; 0 stops ticking
     // VB's Enabled: setting it (or the interval) starts the count again.
     void setTimerEnabled(bool enabled);
     std::function<void()> onTimer;
@@ -541,7 +541,7 @@ public:
     void captureDesign() override;
     void restoreDesign() override;
 
-private:
+  private:
     int interval_ = 0, designInterval_ = 0;
     std::int64_t nextDue_ = 0;
 };
@@ -552,7 +552,7 @@ struct Date {
 };
 
 class Calendar final : public Control {
-public:
+  public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::Calendar; }
     const Date& value() const noexcept { return value_; }
@@ -562,13 +562,13 @@ public:
     // The user clicks a day: it becomes the value, then Click is raised.
     bool userClickDate(Date date);
 
-private:
+  private:
     Date value_;
 };
 
 // The tab strip: its pages, the current page, Click (with the page shown before) and DblClick.
 class TabStrip final : public Control {
-public:
+  public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::TabStrip; }
     int tabCount() const noexcept { return static_cast<int>(captions_.size()); }
@@ -584,7 +584,7 @@ public:
     void captureDesign() override;
     void restoreDesign() override;
 
-private:
+  private:
     std::vector<std::string> captions_;
     int tab_ = 0, designTab_ = 0;
 };
@@ -592,7 +592,7 @@ private:
 // A control array: members by index, as VB's Name(Index).
 template <class T>
 class ControlArray {
-public:
+  public:
     explicit ControlArray(std::string name) : name_(std::move(name)) {}
     const std::string& name() const noexcept { return name_; }
     // Error 340 for an index without a member.
@@ -609,7 +609,7 @@ public:
     auto end() const { return members_.end(); }
     void add(int index, T& member) { members_[index] = &member; }
 
-private:
+  private:
     std::string name_;
     std::map<int, T*> members_;
 };

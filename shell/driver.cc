@@ -50,8 +50,9 @@ void civilFromDays(std::int64_t z, int& y, int& m, int& d) {
 }
 
 platform::LocalTime addMilliseconds(const platform::LocalTime& t, std::int64_t ms) {
-    std::int64_t seconds = daysFromCivil(t.year, static_cast<unsigned>(t.month), static_cast<unsigned>(t.day)) * 86400 +
-                           t.hour * 3600 + t.minute * 60 + t.second;
+    std::int64_t seconds =
+        daysFromCivil(t.year, static_cast<unsigned>(t.month), static_cast<unsigned>(t.day)) * 86400 +
+        t.hour * 3600 + t.minute * 60 + t.second;
     seconds += ms / 1000;
     std::int64_t days = seconds / 86400;
     std::int64_t rest = seconds % 86400;
@@ -70,7 +71,7 @@ platform::LocalTime addMilliseconds(const platform::LocalTime& t, std::int64_t m
 // Stands at the script's `now` (or follows the host's clock when none was given), moved on by
 // `advance`.
 class ScriptClock final : public platform::Clock {
-public:
+  public:
     platform::LocalTime now() const override {
         return addMilliseconds(fixed_ ? *fixed_ : real_.now(), offsetMs_);
     }
@@ -80,7 +81,7 @@ public:
     }
     void advance(std::int64_t ms) { offsetMs_ += ms; }
 
-private:
+  private:
     std::optional<platform::LocalTime> fixed_;
     std::int64_t offsetMs_ = 0;
     platform::LocalClock real_;
@@ -88,8 +89,9 @@ private:
 
 // The host's answers, except the memory record when the script sets one.
 class ScriptSystemInfo final : public platform::SystemInfo {
-public:
-    ScriptSystemInfo(platform::PosixSystemOptions options, const std::optional<platform::MemoryStatus>& memory)
+  public:
+    ScriptSystemInfo(platform::PosixSystemOptions options,
+                     const std::optional<platform::MemoryStatus>& memory)
         : real_(std::move(options)), memory_(memory) {}
     std::uint32_t GetWindowsDirectoryA(std::string& buffer, std::uint32_t size) const override {
         return real_.GetWindowsDirectoryA(buffer, size);
@@ -110,7 +112,7 @@ public:
     std::string programFolder() const override { return real_.programFolder(); }
     std::string commandLine() const override { return real_.commandLine(); }
 
-private:
+  private:
     platform::PosixSystemInfo real_;
     const std::optional<platform::MemoryStatus>& memory_;
 };
@@ -123,7 +125,7 @@ struct Token {
 };
 
 class ScriptError : public std::runtime_error {
-public:
+  public:
     using std::runtime_error::runtime_error;
 };
 
@@ -148,8 +150,8 @@ std::vector<Token> tokenize(std::string_view line) {
             tokens.push_back({std::move(*text), true});
         } else {
             const std::size_t start = i;
-            while (i < line.size() && line[i] != ' ' && line[i] != '\t' && line[i] != '\r' && line[i] != '#' &&
-                   line[i] != '"')
+            while (i < line.size() && line[i] != ' ' && line[i] != '\t' && line[i] != '\r' &&
+                   line[i] != '#' && line[i] != '"')
                 ++i;
             tokens.push_back({std::string(line.substr(start, i - start)), false});
         }
@@ -170,24 +172,27 @@ std::int64_t parseInteger(const Token& token, std::int64_t lo, std::int64_t hi, 
 platform::LocalTime parseDateTime(const std::string& text, bool withTime) {
     platform::LocalTime t;
     int consumed = 0;
-    const int fields = withTime ? std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d%n", &t.year, &t.month, &t.day,
-                                              &t.hour, &t.minute, &t.second, &consumed)
-                                : std::sscanf(text.c_str(), "%4d-%2d-%2d%n", &t.year, &t.month, &t.day, &consumed);
+    const int fields = withTime
+                           ? std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d%n", &t.year, &t.month, &t.day,
+                                         &t.hour, &t.minute, &t.second, &consumed)
+                           : std::sscanf(text.c_str(), "%4d-%2d-%2d%n", &t.year, &t.month, &t.day, &consumed);
     const int wanted = withTime ? 6 : 3;
-    if (fields != wanted || static_cast<std::size_t>(consumed) != text.size() || t.month < 1 || t.month > 12 ||
-        t.day < 1 || t.day > 31 || t.hour > 23 || t.minute > 59 || t.second > 59)
+    if (fields != wanted || static_cast<std::size_t>(consumed) != text.size() || t.month < 1 ||
+        t.month > 12 || t.day < 1 || t.day > 31 || t.hour > 23 || t.minute > 59 || t.second > 59)
         throw ScriptError("expected a date " + std::string(withTime ? "YYYY-MM-DDTHH:MM:SS" : "YYYY-MM-DD") +
                           ", got '" + text + "'");
     int y = 0, m = 0, d = 0;
-    civilFromDays(daysFromCivil(t.year, static_cast<unsigned>(t.month), static_cast<unsigned>(t.day)), y, m, d);
+    civilFromDays(daysFromCivil(t.year, static_cast<unsigned>(t.month), static_cast<unsigned>(t.day)), y, m,
+                  d);
     if (y != t.year || m != t.month || d != t.day) throw ScriptError("no such date '" + text + "'");
     return t;
 }
 
 platform::Answer parseAnswer(const Token& token) {
     static const std::map<std::string, platform::Answer> names = {
-        {"OK", platform::Answer::OK},       {"Cancel", platform::Answer::Cancel}, {"Abort", platform::Answer::Abort},
-        {"Retry", platform::Answer::Retry}, {"Ignore", platform::Answer::Ignore}, {"Yes", platform::Answer::Yes},
+        {"OK", platform::Answer::OK},         {"Cancel", platform::Answer::Cancel},
+        {"Abort", platform::Answer::Abort},   {"Retry", platform::Answer::Retry},
+        {"Ignore", platform::Answer::Ignore}, {"Yes", platform::Answer::Yes},
         {"No", platform::Answer::No}};
     auto it = names.find(token.text);
     if (it == names.end()) throw ScriptError("unknown answer '" + token.text + "'");
@@ -202,7 +207,9 @@ std::string number(float v) {
     return ec == std::errc() ? std::string(buf, ptr) : std::string("0");
 }
 
-std::string boolean(bool b) { return b ? "true" : "false"; }
+std::string boolean(bool b) {
+    return b ? "true" : "false";
+}
 
 std::string intArray(const std::vector<int>& items) {
     std::string out = "[";
@@ -326,7 +333,8 @@ std::string describeControl(const forms::Control& c) {
         case ControlKind::Calendar: {
             const auto& cal = static_cast<const forms::Calendar&>(c);
             char buf[16];
-            std::snprintf(buf, sizeof buf, "%04d-%02d-%02d", cal.value().year, cal.value().month, cal.value().day);
+            std::snprintf(buf, sizeof buf, "%04d-%02d-%02d", cal.value().year, cal.value().month,
+                          cal.value().day);
             field("value", json::quote(buf));
             break;
         }
@@ -354,14 +362,14 @@ std::string describeForm(const forms::Form& f) {
 std::string describeBox(const platform::ShownBox& box, const char* answer) {
     return "{\"msgbox\":{\"title\":" + json::quote(box.title) + ",\"text\":" + json::quote(box.text) +
            ",\"buttons\":" + json::quote(platform::buttonsName(box.buttons)) +
-           ",\"icon\":" + json::quote(platform::iconName(box.icon)) + "},\"answer\":" +
-           (answer != nullptr ? json::quote(answer) : std::string("null")) + "}";
+           ",\"icon\":" + json::quote(platform::iconName(box.icon)) +
+           "},\"answer\":" + (answer != nullptr ? json::quote(answer) : std::string("null")) + "}";
 }
 
 // ---- The driver -------------------------------------------------------------------------------
 
 class Driver {
-public:
+  public:
     Driver(std::ostream& out, const DriverOptions& options) : out_(out), root_(options.root) {
         messages_.setObserver([this](const platform::ShownBox& box) {
             emit(describeBox(box, platform::answerName(box.answer)));
@@ -376,7 +384,7 @@ public:
     // Runs one line; false when the program has ended and the rest is to be skipped.
     bool runLine(const std::vector<Token>& tokens);
 
-private:
+  private:
     void emit(const std::string& line) { out_ << line << '\n' << std::flush; }
     void expectArgs(const std::vector<Token>& t, std::size_t n, const char* usage) const {
         if (t.size() != n + 1) throw ScriptError(std::string("usage: ") + usage);
@@ -443,7 +451,8 @@ forms::Form& Driver::resolveForm(const Token& token) const {
 forms::Control& Driver::resolveControl(const Token& token) const {
     const std::string& ref = token.text;
     const auto dot = ref.find('.');
-    if (token.quoted || dot == std::string::npos) throw ScriptError("expected form.control, got '" + ref + "'");
+    if (token.quoted || dot == std::string::npos)
+        throw ScriptError("expected form.control, got '" + ref + "'");
     forms::Form* form = app().screen().findForm(ref.substr(0, dot));
     if (form == nullptr) throw ScriptError("unknown form in '" + ref + "'");
     std::string name = ref.substr(dot + 1);
@@ -468,13 +477,15 @@ std::optional<std::string> Driver::formRefusal(const forms::Form& form) const {
 
 std::optional<std::string> Driver::refusal(const forms::Control& control) const {
     if (auto r = formRefusal(control.form())) return r;
-    if (&control.form() == &app().frmMain() && control.page() >= 0 && app().frmMain().SSTab1.tab() != control.page())
+    if (&control.form() == &app().frmMain() && control.page() >= 0 &&
+        app().frmMain().SSTab1.tab() != control.page())
         return "it is on another tab";
     for (const forms::Control* frame = control.container(); frame != nullptr; frame = frame->container())
         if (!frame->visible()) return "its frame is hidden";
     if (control.kind() == forms::ControlKind::MenuItem) {
         const auto* parent = static_cast<const forms::MenuItem&>(control).parentMenu();
-        if (parent != nullptr && (!parent->visible() || !parent->enabled())) return "its menu is not available";
+        if (parent != nullptr && (!parent->visible() || !parent->enabled()))
+            return "its menu is not available";
     }
     if (!control.visible()) return "it is hidden";
     if (!control.enabled()) return "it is disabled";
@@ -608,8 +619,8 @@ bool Driver::runLine(const std::vector<Token>& t) {
         if (list == nullptr) throw ScriptError(t[1].text + " is not a list");
         const int index = static_cast<int>(parseInteger(t[2], 0, 1 << 30, "a line index"));
         if (static_cast<std::size_t>(index) >= list->listCount()) {
-            emit("{\"refused\":" + json::quote(c.path()) + ",\"reason\":\"it has no line " + std::to_string(index) +
-                 "\"}");
+            emit("{\"refused\":" + json::quote(c.path()) + ",\"reason\":\"it has no line " +
+                 std::to_string(index) + "\"}");
             return true;
         }
         if (mark) {

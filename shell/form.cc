@@ -68,7 +68,9 @@ Form::Form(FormContext context, std::string name) : context_(context), name_(std
     context_.screen.add(this);
 }
 
-Form::~Form() { context_.screen.remove(this); }
+Form::~Form() {
+    context_.screen.remove(this);
+}
 
 void Form::setCaption(std::string caption) {
     if (caption_ == caption) return;
@@ -88,11 +90,20 @@ void Form::load() {
     // The folder lists open on the current folder, as the original's did when a form was created.
     for (Control* control : registry_) {
         switch (control->kind()) {
-            case ControlKind::DirListBox: static_cast<DirListBox*>(control)->startAtCurrentFolder(); break;
-            case ControlKind::FileListBox: static_cast<FileListBox*>(control)->startAtCurrentFolder(); break;
-            case ControlKind::DriveListBox: static_cast<DriveListBox*>(control)->startAtCurrentFolder(); break;
-            case ControlKind::Timer: static_cast<Timer*>(control)->arm(); break;
-            default: break;
+            case ControlKind::DirListBox:
+                static_cast<DirListBox*>(control)->startAtCurrentFolder();
+                break;
+            case ControlKind::FileListBox:
+                static_cast<FileListBox*>(control)->startAtCurrentFolder();
+                break;
+            case ControlKind::DriveListBox:
+                static_cast<DriveListBox*>(control)->startAtCurrentFolder();
+                break;
+            case ControlKind::Timer:
+                static_cast<Timer*>(control)->arm();
+                break;
+            default:
+                break;
         }
     }
     changed.notify();

@@ -23,7 +23,7 @@
 namespace qx::forms {
 
 class Screen {
-public:
+  public:
     // VB's Screen.MousePointer (0 default, 11 hourglass).
     int mousePointer() const noexcept { return mousePointer_; }
     void setMousePointer(int pointer);
@@ -49,7 +49,7 @@ public:
     // Raised when the pointer changes or a form is loaded, unloaded, shown or hidden.
     Notifier changed;
 
-private:
+  private:
     friend class Form;
     void add(Form* form) { forms_.push_back(form); }
     void remove(Form* form);
@@ -69,7 +69,7 @@ struct FormContext {
 };
 
 class Form {
-public:
+  public:
     Form(FormContext context, std::string name);
     virtual ~Form();
     Form(const Form&) = delete;
@@ -114,7 +114,7 @@ public:
     // Raised when caption, loaded, visible, modal or pointer change, or the focus moves.
     Notifier changed;
 
-protected:
+  protected:
     template <class T>
     T& make(std::string name, int index = -1) {
         auto owned = std::make_unique<T>(*this, std::move(name), index);
@@ -134,7 +134,7 @@ protected:
     // Option buttons that exclude each other.
     static void groupOptions(const std::vector<OptionButton*>& buttons);
 
-private:
+  private:
     void restoreDesign();
 
     FormContext context_;

@@ -8,7 +8,7 @@
 namespace qx::forms {
 
 class FrmCompress final : public Form {
-public:
+  public:
     explicit FrmCompress(FormContext context);
 
     DriveListBox& dirDrive = make<DriveListBox>("dirDrive");

@@ -6,7 +6,7 @@
 namespace qx::forms {
 
 class FrmDate final : public Form {
-public:
+  public:
     explicit FrmDate(FormContext context);
 
     Calendar& calcCalendar = make<Calendar>("calcCalendar");

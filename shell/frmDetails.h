@@ -7,7 +7,7 @@
 namespace qx::forms {
 
 class FrmDetails final : public Form {
-public:
+  public:
     explicit FrmDetails(FormContext context);
 
     Label& lblTotalPhys = make<Label>("lblTotalPhys");

@@ -6,7 +6,7 @@
 namespace qx::forms {
 
 class FrmGridSecurity final : public Form {
-public:
+  public:
     explicit FrmGridSecurity(FormContext context);
 
     Label& lblPassword = make<Label>("lblPassword");

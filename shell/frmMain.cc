@@ -10,7 +10,9 @@ constexpr const char* kTipFieldsNew = "Does the \"new\" file contain the same nu
 constexpr const char* kTipStandardDirs =
     "Reports whether the standard directories were used. Was this a non-standard installation used.";
 
-void onPage(Control& control, int page) { control.setPage(page); }
+void onPage(Control& control, int page) {
+    control.setPage(page);
+}
 
 }  // namespace
 
@@ -68,7 +70,8 @@ void FrmMain::designPageUtilities() {
     const Test tests[] = {
         {cmdKELini, "Test 1 (INI File Present)", "Does dap2000.ini exist"},
         {cmdKELDIRPresent, "Test 2 (Application Dir)", "Is data file present?"},
-        {cmdKELDATADirPresent, "Test 3 (Data Directory)", "Does databook contain the proper number of fields"},
+        {cmdKELDATADirPresent, "Test 3 (Data Directory)",
+         "Does databook contain the proper number of fields"},
         {cmdReadWrite, "Test 4 (Read/Write)", kTipFieldsNew},
         {cmdKELUserDirPresent, "Test 5 (User Directory)", kTipFieldsNew},
         {cmdOfficeMDB, "Test 6 (Database)", kTipFieldsNew},
@@ -143,8 +146,8 @@ void FrmMain::designPageCounts() {
     lblRecordCount.setCaption("Record Count:");
     lblTableCount.setCaption("TableCount:");
     lblDoubleClick.setCaption("Double-click a table (or press a key) to view it");
-    for (Label* label : {&lblLocation, &lblDatabaseName, &lblTableName, &lblFieldCount,
-                         &lblRecordCount, &lblTableCount, &lblDoubleClick})
+    for (Label* label : {&lblLocation, &lblDatabaseName, &lblTableName, &lblFieldCount, &lblRecordCount,
+                         &lblTableCount, &lblDoubleClick})
         onPage(*label, kPageCounts);
 }
 
@@ -244,9 +247,9 @@ void FrmMain::designPageSearch() {
 
 void FrmMain::designPageMaintenance() {
     const char* captions[] = {
-        "Data Maintenance",        "Conversion Maintenance",  "Compress Central Database",
-        "Clear Temporary Files",   "4-Digit Year Check",      "Database Table Listing",
-        "Compress Temp Database",  "Auto-Update Check",       "Run the Auto-Update program",
+        "Data Maintenance",       "Conversion Maintenance", "Compress Central Database",
+        "Clear Temporary Files",  "4-Digit Year Check",     "Database Table Listing",
+        "Compress Temp Database", "Auto-Update Check",      "Run the Auto-Update program",
     };
     for (int i = 0; i < 9; ++i) {
         CommandButton& button = member(cmdFix, i);
@@ -259,11 +262,10 @@ void FrmMain::designPageMaintenance() {
 }
 
 std::vector<TextBox*> FrmMain::criteriaInResetOrder() const {
-    return {&txtAddress(0),     &txtAppraiser(2),   &txtAppraiser(6),   &txtAppraiser(7),
-            &txtCategory(8),    &txtCheckNum(1),    &txtCity(0),        &txtClient(3),
-            &txtClient(4),      &txtClient(5),      &txtContactName(4), &txtEmail(4),
-            &txtFileNumber(0),  &txtFileNumber(1),  &txtFileNumber(2),  &txtFormType(5),
-            &txtFormType(7),    &txtFormType(8),    &txtInvoiceDate(1), &txtPhoneNum(4),
+    return {&txtAddress(0),     &txtAppraiser(2), &txtAppraiser(6),  &txtAppraiser(7),   &txtCategory(8),
+            &txtCheckNum(1),    &txtCity(0),      &txtClient(3),     &txtClient(4),      &txtClient(5),
+            &txtContactName(4), &txtEmail(4),     &txtFileNumber(0), &txtFileNumber(1),  &txtFileNumber(2),
+            &txtFormType(5),    &txtFormType(7),  &txtFormType(8),   &txtInvoiceDate(1), &txtPhoneNum(4),
             &txtState(0),       &txtZip(0)};
 }
 

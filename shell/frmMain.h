@@ -20,7 +20,7 @@
 namespace qx::forms {
 
 class FrmMain final : public Form {
-public:
+  public:
     explicit FrmMain(FormContext context);
 
     // Tab pages.
@@ -162,7 +162,7 @@ public:
     // The criteria text boxes of page 2 in the order Clear resets them.
     std::vector<TextBox*> criteriaInResetOrder() const;
 
-private:
+  private:
     void designMenus();
     void designPageUtilities();
     void designPageCounts();

@@ -7,7 +7,7 @@
 namespace qx::forms {
 
 class FrmSM final : public Form {
-public:
+  public:
     explicit FrmSM(FormContext context);
 
     ProgressBar& pgbPhysMem = make<ProgressBar>("pgbPhysMem");

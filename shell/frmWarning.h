@@ -9,7 +9,7 @@
 namespace qx::forms {
 
 class FrmWarning final : public Form {
-public:
+  public:
     explicit FrmWarning(FormContext context);
 
     // The warning as users have always read it, misspellings and blank runs included.

@@ -10,7 +10,7 @@
 namespace qx::forms {
 
 class Notifier {
-public:
+  public:
     using Callback = std::function<void()>;
 
     // Returns a token for disconnect(). Callbacks run in the order they were connected.
@@ -34,7 +34,7 @@ public:
 
     bool empty() const noexcept { return callbacks_.empty(); }
 
-private:
+  private:
     int lastToken_ = 0;
     std::vector<std::pair<int, Callback>> callbacks_;
 };

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "common/modmaster.h"
 #include "platform/errors.h"
 #include "platform/testing/test_drive.h"
-#include "common/modmaster.h"
 #include "shell/app.h"
 
 namespace qx::shell {
@@ -18,7 +18,7 @@ constexpr const char* kIni = "APPRAISE\\kel.ini";
 // The shell alone: no subsystem is wired, so every handler the tests see is the shell's or the
 // test's own.
 class AppTest : public ::testing::Test {
-protected:
+  protected:
     AppTest() : host(QX_SHARED_DIR, true) {}
 
     Application& make() {
@@ -56,7 +56,9 @@ TEST_F(AppTest, StartUpReadsTheDirectoriesAndBuildsTheCaption) {
 }
 
 TEST_F(AppTest, CaptionCarriesTheSuiteNameAndTheGivenVersion) {
-    writeIni("[directories]\r\nappdir=C:\\KEL\r\n[PROGRAM ALIAS]\r\nCORVID Office Plus=Talvik Appraisal Office\r\n");
+    writeIni(
+        "[directories]\r\nappdir=C:\\KEL\r\n[PROGRAM ALIAS]\r\nCORVID Office Plus=Talvik Appraisal "
+        "Office\r\n");
     app = std::make_unique<Application>(host.platform(), Version{8, 1, 3}, false);
     ASSERT_TRUE(app->start());
     EXPECT_EQ(app->frmMain().caption(), "Talvik Appraisal Office - QX Test - Version 8.1.3");
@@ -83,9 +85,10 @@ TEST_F(AppTest, MissingIniAnsweredYesGoesOnWithDefaults) {
     ASSERT_EQ(host.messages().shown().size(), 1u);
     const auto& box = host.messages().shown()[0];
     EXPECT_EQ(box.title, "Configuration File Missing");
-    EXPECT_EQ(box.text,
-              "KEL.INI configuration file is missing from C:\\APPRAISE\\ (primary location) and C:\\WINDOWS\\ "
-              "(secondary location). DO you wish to coninue? (Program may not function correctly)");
+    EXPECT_EQ(
+        box.text,
+        "KEL.INI configuration file is missing from C:\\APPRAISE\\ (primary location) and C:\\WINDOWS\\ "
+        "(secondary location). DO you wish to coninue? (Program may not function correctly)");
     EXPECT_EQ(box.buttons, platform::Buttons::YesNoCancel);
     EXPECT_EQ(app->globals().appDir, "");
     EXPECT_EQ(app->frmMain().caption(), "Corvid Office Plus - QX Test - Version 7.0.12");
@@ -234,8 +237,10 @@ TEST_F(AppTest, EveryExitButtonAndTheMenuEndTheProgramAtOnce) {
         auto& f = a.frmMain();
         f.SSTab1.setTab(i < 4 ? i : 0);
         const bool running = a.dispatch([&] {
-            if (i < 4) f.cmdexit(i).userClick();
-            else f.mnuFileExit.userClick();
+            if (i < 4)
+                f.cmdexit(i).userClick();
+            else
+                f.mnuFileExit.userClick();
         });
         EXPECT_FALSE(running);
         EXPECT_TRUE(a.ended());
@@ -251,6 +256,17 @@ TEST_F(AppTest, ClosingTheMainWindowEndsTheProgramOnlyWhenNoFormIsLeft) {
     EXPECT_TRUE(a.dispatch([&] { a.closeForm(a.frmMain()); }));
     EXPECT_FALSE(a.frmMain().loaded());
     EXPECT_FALSE(a.dispatch([&] { a.closeForm(a.frmSM()); }));
+    EXPECT_EQ(host.process().ends(), 1);
+}
+
+TEST_F(AppTest, AHandlerThatUnloadsTheLastFormEndsTheProgram) {
+    Application& a = make();
+    ASSERT_TRUE(a.start());
+    a.frmSM().Command2.onClick = [&] { a.frmSM().unload(); };
+    a.frmSM().show();
+    ASSERT_TRUE(a.dispatch([&] { a.closeForm(a.frmMain()); }));
+    EXPECT_FALSE(a.dispatch([&] { a.frmSM().Command2.userClick(); }));
+    EXPECT_TRUE(a.ended());
 }
 
 TEST_F(AppTest, AnUnhandledErrorIsReportedAndTheProgramGoesOn) {

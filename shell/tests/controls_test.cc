@@ -15,7 +15,7 @@ namespace {
 
 // A form with one control of each kind, for exercising them.
 class Bench final : public Form {
-public:
+  public:
     explicit Bench(FormContext context) : Form(context, "frmBench") {
         setCaption("Bench");
         check.setCaption("Passed");
@@ -43,7 +43,7 @@ public:
 };
 
 class ControlsTest : public ::testing::Test {
-protected:
+  protected:
     ControlsTest() : host(QX_SHARED_DIR, false), bench(FormContext{host.platform(), screen}) {}
     testing::TestPlatform host;
     Screen screen;
@@ -87,7 +87,8 @@ TEST_F(ControlsTest, CheckBoxRefusesValuesOutsideZeroToTwo) {
 
 TEST_F(ControlsTest, OptionButtonSetTrueClearsTheGroupAndClicksOnce) {
     std::vector<int> clicks;
-    for (const auto& [index, option] : bench.options) option->onClick = [&clicks, i = index] { clicks.push_back(i); };
+    for (const auto& [index, option] : bench.options)
+        option->onClick = [&clicks, i = index] { clicks.push_back(i); };
     bench.options(1).setValue(true);
     EXPECT_TRUE(bench.options(1).value());
     bench.options(2).setValue(true);
@@ -255,7 +256,7 @@ TEST_F(ControlsTest, DriveListBoxKnowsOnlyMappedDrives) {
 }
 
 class TwoRows final : public RowSource {
-public:
+  public:
     bool open = true;
     bool isOpen() const override { return open; }
     std::vector<std::string> columnNames() const override { return {"ID", "Name"}; }

@@ -12,7 +12,7 @@ namespace qx::shell {
 namespace {
 
 class DriverTest : public ::testing::Test {
-protected:
+  protected:
     DriverTest() : drive(QX_SHARED_DIR, true) {}
 
     int run(const std::string& script) {
@@ -51,30 +51,33 @@ TEST_F(DriverTest, PrintsEachKindWithItsProperties) {
                   "print frmMain.grdData\n"
                   "print frmSM.pgbPhysMem\n"),
               0);
-    EXPECT_EQ(transcript,
-              "{\"control\":\"frmMain.ckbKELini\",\"value\":0,\"caption\":\"Passed\"}\n"
-              "{\"control\":\"frmMain.cmdClear(0)\",\"caption\":\"Clear\",\"visible\":true,\"enabled\":true}\n"
-              "{\"control\":\"frmMain.lblTableCount\",\"caption\":\"TableCount:\",\"visible\":true}\n"
-              "{\"control\":\"frmMain.optSearch(11)\",\"value\":true,\"caption\":\"blank\",\"visible\":false}\n"
-              "{\"control\":\"frmMain.fraSearch(4)\",\"caption\":\"Client Contacts Search\",\"visible\":false}\n"
-              "{\"control\":\"frmMain.txtPhoneNum(4)\",\"text\":\"\",\"visible\":true}\n"
-              "{\"control\":\"frmMain.lstDetails\",\"items\":[\"Please select a maintenance option\","
-              "\"shown to the left.\"],\"listIndex\":-1,\"selected\":[],\"visible\":true}\n"
-              "{\"control\":\"frmMain.mnuFileSecurity\",\"caption\":\"Security\",\"checked\":true,\"visible\":true}\n"
-              "{\"control\":\"frmMain.grdData\",\"columns\":[],\"rows\":[],\"visible\":true,\"allowAddNew\":false,"
-              "\"allowDelete\":false,\"allowUpdate\":false}\n"
-              "{\"control\":\"frmSM.pgbPhysMem\",\"min\":0,\"max\":100,\"value\":0}\n");
+    EXPECT_EQ(
+        transcript,
+        "{\"control\":\"frmMain.ckbKELini\",\"value\":0,\"caption\":\"Passed\"}\n"
+        "{\"control\":\"frmMain.cmdClear(0)\",\"caption\":\"Clear\",\"visible\":true,\"enabled\":true}\n"
+        "{\"control\":\"frmMain.lblTableCount\",\"caption\":\"TableCount:\",\"visible\":true}\n"
+        "{\"control\":\"frmMain.optSearch(11)\",\"value\":true,\"caption\":\"blank\",\"visible\":false}\n"
+        "{\"control\":\"frmMain.fraSearch(4)\",\"caption\":\"Client Contacts Search\",\"visible\":false}\n"
+        "{\"control\":\"frmMain.txtPhoneNum(4)\",\"text\":\"\",\"visible\":true}\n"
+        "{\"control\":\"frmMain.lstDetails\",\"items\":[\"Please select a maintenance option\","
+        "\"shown to the left.\"],\"listIndex\":-1,\"selected\":[],\"visible\":true}\n"
+        "{\"control\":\"frmMain.mnuFileSecurity\",\"caption\":\"Security\",\"checked\":true,\"visible\":true}"
+        "\n"
+        "{\"control\":\"frmMain.grdData\",\"columns\":[],\"rows\":[],\"visible\":true,\"allowAddNew\":false,"
+        "\"allowDelete\":false,\"allowUpdate\":false}\n"
+        "{\"control\":\"frmSM.pgbPhysMem\",\"min\":0,\"max\":100,\"value\":0}\n");
 }
 
 TEST_F(DriverTest, MessageBoxesAreAnsweredFromTheQueueAndNoEndsTheProgram) {
     std::filesystem::remove(drive.host("APPRAISE\\kel.ini"));
     EXPECT_EQ(run("answer No\nstart\nprint frmMain\n"), 0);
-    EXPECT_EQ(transcript,
-              "{\"msgbox\":{\"title\":\"Configuration File Missing\",\"text\":\"KEL.INI configuration file is "
-              "missing from C:\\\\APPRAISE\\\\ (primary location) and C:\\\\WINDOWS\\\\ (secondary location). DO "
-              "you wish to coninue? (Program may not function correctly)\",\"buttons\":\"YesNoCancel\","
-              "\"icon\":\"None\"},\"answer\":\"No\"}\n"
-              "{\"exit\":true}\n");
+    EXPECT_EQ(
+        transcript,
+        "{\"msgbox\":{\"title\":\"Configuration File Missing\",\"text\":\"KEL.INI configuration file is "
+        "missing from C:\\\\APPRAISE\\\\ (primary location) and C:\\\\WINDOWS\\\\ (secondary location). DO "
+        "you wish to coninue? (Program may not function correctly)\",\"buttons\":\"YesNoCancel\","
+        "\"icon\":\"None\"},\"answer\":\"No\"}\n"
+        "{\"exit\":true}\n");
 }
 
 TEST_F(DriverTest, ABoxWithoutAnAnswerStopsTheScript) {
@@ -92,8 +95,8 @@ TEST_F(DriverTest, ExitButtonEndsTheRunAndTheRestIsSkipped) {
 
 TEST_F(DriverTest, GesturesTheUserCannotMakeAreRefused) {
     EXPECT_EQ(run("start\n"
-                  "click frmMain.cmdClear(3)\n"   // on another tab
-                  "click frmMain.optSearch(10)\n" // hidden while locked
+                  "click frmMain.cmdClear(3)\n"    // on another tab
+                  "click frmMain.optSearch(10)\n"  // hidden while locked
                   "tab 3\n"
                   "click frmMain.cmdClear(3)\n"
                   "select frmMain.lstDetails 5\n"),
@@ -137,7 +140,8 @@ TEST_F(DriverTest, EnvironmentCommandsReachThePlatform) {
                   "cmdline \"/W\"\n"
                   "answer OK\nanswer Yes\nstart\n"),
               0);
-    EXPECT_NE(transcript.find("{\"msgbox\":{\"title\":\"NON-STANDARD INI FILE PLACEMENT\""), std::string::npos);
+    EXPECT_NE(transcript.find("{\"msgbox\":{\"title\":\"NON-STANDARD INI FILE PLACEMENT\""),
+              std::string::npos);
     EXPECT_NE(transcript.find("\"icon\":\"Information\"},\"answer\":\"OK\"}"), std::string::npos);
 }
 

@@ -26,7 +26,7 @@ std::size_t characters(std::string_view utf8) {
 }
 
 class FormsTest : public ::testing::Test {
-protected:
+  protected:
     FormsTest() : host(QX_SHARED_DIR, true), context{host.platform(), screen} {}
     testing::TestPlatform host;
     Screen screen;
@@ -75,7 +75,8 @@ TEST_F(FormsTest, TestButtonsKeepTheirOddTooltips) {
     const std::vector<Row> rows = {
         {main.cmdKELini, "Test 1 (INI File Present)", "Does dap2000.ini exist"},
         {main.cmdKELDIRPresent, "Test 2 (Application Dir)", "Is data file present?"},
-        {main.cmdKELDATADirPresent, "Test 3 (Data Directory)", "Does databook contain the proper number of fields"},
+        {main.cmdKELDATADirPresent, "Test 3 (Data Directory)",
+         "Does databook contain the proper number of fields"},
         {main.cmdReadWrite, "Test 4 (Read/Write)", fields},
         {main.cmdKELUserDirPresent, "Test 5 (User Directory)", fields},
         {main.cmdOfficeMDB, "Test 6 (Database)", fields},
@@ -189,7 +190,8 @@ TEST_F(FormsTest, WarningTextIsTheFull709Characters) {
     FrmWarning warning(context);
     EXPECT_EQ(warning.caption(), "Backup Declaration");
     EXPECT_EQ(characters(warning.lblMessage.caption()), 709u);
-    EXPECT_NE(warning.lblMessage.caption().find("Repair.   This process is irreversable.    On"), std::string::npos);
+    EXPECT_NE(warning.lblMessage.caption().find("Repair.   This process is irreversable.    On"),
+              std::string::npos);
     EXPECT_EQ(warning.lblMessage.caption().back(), ' ');
 }
 

@@ -39,18 +39,31 @@ inline constexpr std::int64_t kSettleSeconds = 2;
 // True when the file's modification time lies at least kSettleSeconds in the past.
 bool settled(const FileStamp& stamp);
 
-// One column's text, row by row in scan order.
+// One column's text, row by row in scan order. A column with few distinct values (dates, states,
+// check numbers) is kept as the list of its distinct texts and, per row, the position of the row's
+// text in that list, so that a test runs once per distinct text instead of once per row; other
+// columns keep every row's text one after the other.
 struct TextColumn {
-    std::string folded;                // every row's text, upper-cased, one after the other
-    std::vector<std::uint32_t> ends;   // row i spans [ends[i-1], ends[i]) of folded
-    std::vector<std::uint8_t> nulls;   // 1 where the value is Null
+    std::vector<std::uint8_t> nulls;   // 1 where the value is Null; one entry per row
 
-    std::size_t rows() const noexcept { return ends.size(); }
+    std::string folded;                // plain form: every row's text, upper-cased, in a row
+    std::vector<std::uint32_t> ends;   // row i spans [ends[i-1], ends[i]) of folded
+
+    std::vector<std::string> distinct; // coded form: the distinct texts, upper-cased
+    std::vector<std::uint32_t> codes;  // per row, its text's position in distinct
+
+    bool coded() const noexcept { return !codes.empty(); }
+    std::size_t rows() const noexcept { return nulls.size(); }
     std::string_view text(std::size_t row) const noexcept {
+        if (coded()) return distinct[codes[row]];
         const std::uint32_t begin = row == 0 ? 0 : ends[row - 1];
         return std::string_view(folded).substr(begin, ends[row] - begin);
     }
-    std::size_t bytes() const noexcept { return folded.size() + ends.size() * 5 + 64; }
+    std::size_t bytes() const noexcept {
+        std::size_t n = 64 + nulls.size() + folded.size() + 4 * ends.size() + 4 * codes.size();
+        for (const auto& d : distinct) n += d.size() + 32;
+        return n;
+    }
 };
 
 class ColumnCache {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <optional>
 #include <string>
+#include <unordered_map>
 
 #include "jet/sql/column_cache.h"
 #include "jet/sql/errors.h"
@@ -459,6 +460,22 @@ std::vector<std::uint8_t> testAllCached(const Node& n, std::size_t rows, const C
             const auto& col = *data[ref->column];
             const std::uint8_t hit = n.negated ? F : T, miss = n.negated ? T : F;
             const std::string_view literal = n.pattern->containedLiteral();
+            if (col.coded()) {
+                // One test per distinct text, then one look-up per row.
+                std::vector<std::uint8_t> verdict(col.distinct.size());
+                for (std::size_t d = 0; d < col.distinct.size(); ++d) {
+                    const std::string& v = col.distinct[d];
+                    verdict[d] = (literal.empty() ? n.pattern->matchesFolded(v)
+                                                  : v.find(literal) != std::string::npos)
+                                     ? hit
+                                     : miss;
+                }
+                const std::uint8_t* nulls = col.nulls.data();
+                const std::uint32_t* codes = col.codes.data();
+                for (std::size_t r = 0; r < rows; ++r)
+                    if (wanted(r)) out[r] = nulls[r] ? U : verdict[codes[r]];
+                return out;
+            }
             const char* text = col.folded.data();
             // Values are tested one by one, which suits a literal found in most values, early,
             // and conditions that leave few rows to test. When a sample shows the literal to be
@@ -544,29 +561,61 @@ std::vector<std::uint8_t> testAllCached(const Node& n, std::size_t rows, const C
 // Returns false (and builds nothing) when the text would not fit the cache.
 bool buildColumns(const Table& table, const std::vector<std::size_t>& wanted, CachedColumns& out) {
     const auto& columns = table.columns();
-    std::vector<std::shared_ptr<detail::TextColumn>> built;
-    for (std::size_t i = 0; i < wanted.size(); ++i) built.push_back(std::make_shared<detail::TextColumn>());
+    struct Building {
+        std::shared_ptr<detail::TextColumn> column = std::make_shared<detail::TextColumn>();
+        std::unordered_map<std::string, std::uint32_t> seen;  // text -> code while coding pays
+        bool coding = true;
+    };
+    std::vector<Building> built(wanted.size());
+    // Beyond this many distinct texts a column is kept plain.
+    const std::size_t codeLimit = std::max<std::size_t>(64, table.rowCount() / 8);
     std::size_t total = 0;
     Cursor cursor = table.cursor();
+    std::string value;
     while (cursor.next()) {
         for (std::size_t i = 0; i < wanted.size(); ++i) {
             const std::size_t c = wanted[i];
-            detail::TextColumn& col = *built[i];
+            Building& b = built[i];
+            detail::TextColumn& col = *b.column;
             const std::size_t before = col.folded.size();
+            value.clear();
             if (cursor.isNull(c)) {
                 col.nulls.push_back(1);
             } else {
                 col.nulls.push_back(0);
                 const ColumnType t = columns[c].type;
-                if (t == ColumnType::Text || t == ColumnType::Memo) appendUpper(col.folded, cursor.text(c));
-                else appendUpper(col.folded, toText(cursor.value(c)));
+                if (t == ColumnType::Text || t == ColumnType::Memo) appendUpper(value, cursor.text(c));
+                else appendUpper(value, toText(cursor.value(c)));
             }
-            total += col.folded.size() - before + 5;
-            if (total > detail::ColumnCache::kBudgetBytes) return false;
+            col.folded += value;
             col.ends.push_back(static_cast<std::uint32_t>(col.folded.size()));
+            total += col.folded.size() - before + 9;
+            if (total > detail::ColumnCache::kBudgetBytes) return false;
+            if (b.coding) {
+                const auto [it, added] = b.seen.try_emplace(value, static_cast<std::uint32_t>(b.seen.size()));
+                if (added) total += value.size() + 48;
+                col.codes.push_back(it->second);
+                if (b.seen.size() > codeLimit) {
+                    b.coding = false;
+                    b.seen = {};
+                    col.codes = {};
+                }
+            }
         }
     }
-    for (std::size_t i = 0; i < wanted.size(); ++i) out[wanted[i]] = std::move(built[i]);
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        Building& b = built[i];
+        detail::TextColumn& col = *b.column;
+        if (b.coding && !col.codes.empty()) {
+            col.distinct.resize(b.seen.size());
+            for (auto& [text, code] : b.seen) col.distinct[code] = text;
+            col.folded = {};
+            col.ends = {};
+        } else {
+            col.codes = {};
+        }
+        out[wanted[i]] = std::move(b.column);
+    }
     return true;
 }
 

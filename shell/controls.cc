@@ -98,20 +98,25 @@ bool Control::reachable() const noexcept {
     return visible_ && enabled_;
 }
 
+bool Control::startGesture() {
+    form_->screen().beginGesture();
+    return reachable();
+}
+
 bool Control::userClick() {
-    if (!reachable()) return false;
+    if (!startGesture()) return false;
     fire(onClick);
     return true;
 }
 
 bool Control::userDblClick() {
-    if (!reachable()) return false;
+    if (!startGesture()) return false;
     fire(onDblClick);
     return true;
 }
 
 bool Control::userKeyPress(int code) {
-    if (!reachable()) return false;
+    if (!startGesture()) return false;
     auto keyAscii = static_cast<std::int16_t>(code);
     if (onKeyPress) onKeyPress(keyAscii);
     return true;
@@ -167,19 +172,34 @@ void CommandButton::setCaption(std::string caption) {
 }
 
 void CommandButton::press() {
-    // The button stays down for exactly as long as its own Click runs, also when that ends in an
-    // error or in the program's end.
+    // The button stays down for as long as its own Click runs, also when that ends in an error or
+    // in the program's end, and beyond while a modal form that the Click showed is up.
     struct Release {
         CommandButton& button;
         bool was;
-        ~Release() { button.pressed_ = was; }
-    } release{*this, pressed_};
+        Form* modalBefore;
+        ~Release() {
+            Screen& screen = button.form().screen();
+            Form* modalAfter = screen.activeModal();
+            if (!was && modalAfter != nullptr && modalAfter != modalBefore) {
+                screen.holdPressed(button, *modalAfter);
+            } else {
+                button.pressed_ = was;
+            }
+        }
+    } release{*this, pressed_, form().screen().activeModal()};
     pressed_ = true;
     fire(onClick);
 }
 
+void CommandButton::releaseHold() {
+    if (!pressed_) return;
+    pressed_ = false;
+    touch();
+}
+
 bool CommandButton::userClick() {
-    if (!reachable()) return false;
+    if (!startGesture()) return false;
     press();
     return true;
 }
@@ -211,7 +231,7 @@ void CheckBox::setValue(std::int16_t value) {
 }
 
 bool CheckBox::userClick() {
-    if (!reachable()) return false;
+    if (!startGesture()) return false;
     setValue(value_ == 0 ? 1 : 0);
     return true;
 }
@@ -257,7 +277,7 @@ void OptionButton::setValue(bool value) {
 }
 
 bool OptionButton::userClick() {
-    if (!reachable()) return false;
+    if (!startGesture()) return false;
     if (value_) {
         fire(onClick);
     } else {
@@ -348,7 +368,7 @@ std::uint32_t nextCodePoint(std::string_view s, std::size_t& pos) {
 }  // namespace
 
 bool TextBox::userKeyPress(int code) {
-    if (!reachable()) return false;
+    if (!startGesture()) return false;
     auto keyAscii = static_cast<std::int16_t>(code);
     if (onKeyPress) onKeyPress(keyAscii);
     if (keyAscii == 0) return true;
@@ -365,7 +385,7 @@ bool TextBox::userKeyPress(int code) {
 }
 
 bool TextBox::userType(std::string_view text) {
-    if (!reachable()) return false;
+    if (!startGesture()) return false;
     std::size_t pos = 0;
     while (pos < text.size()) userKeyPress(static_cast<int>(nextCodePoint(text, pos)));
     return true;
@@ -486,7 +506,7 @@ void ListBox::setHeight(int twips) {
 }
 
 bool ListBox::userSelect(int index) {
-    if (!reachable()) return false;
+    if (!startGesture()) return false;
     checkIndex(index);
     switch (multiSelect_) {
         case 0:
@@ -803,7 +823,7 @@ void Calendar::today() {
 }
 
 bool Calendar::userClickDate(Date date) {
-    if (!reachable()) return false;
+    if (!startGesture()) return false;
     setValue(date);
     fire(onClick);
     return true;
@@ -826,7 +846,7 @@ void TabStrip::setTab(int tab) {
 }
 
 bool TabStrip::userSelectTab(int tab) {
-    if (!reachable()) return false;
+    if (!startGesture()) return false;
     setTab(tab);
     return true;
 }

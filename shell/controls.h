@@ -129,6 +129,9 @@ class Control {
 
   protected:
     bool reachable() const noexcept;
+    // Every user gesture begins here: the screen settles what the previous event left (see
+    // CommandButton::pressed), then the gesture reaches the control only if it is reachable.
+    bool startGesture();
     void touch() { changed.notify(); }
     static void fire(const std::function<void()>& slot) {
         if (slot) slot();
@@ -189,9 +192,14 @@ class CommandButton final : public Control {
     const std::string& caption() const noexcept { return caption_; }
     void setCaption(std::string caption);
 
-    // True only while the button's own Click procedure runs (the button is held down). A handler
-    // that is reached from this click can tell which button of an array started it.
+    // True while the button's own Click procedure runs (the button is held down). A handler that
+    // is reached from this click can tell which button of an array started it. When the Click
+    // shows a modal form, the original's Click did not return until that form had closed and the
+    // event that closed it had ended: the button stays pressed that long (it is let go at the
+    // first gesture after its modal form has gone, see Screen::beginGesture).
     bool pressed() const noexcept { return pressed_; }
+    // Lets go of a button held by a modal form (called by the Screen).
+    void releaseHold();
 
     // VB's `cmd.Value = True`: runs the Click procedure with the button pressed, whatever its state.
     void press();

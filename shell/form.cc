@@ -48,6 +48,23 @@ std::vector<Timer*> Screen::runningTimers() const {
 void Screen::remove(Form* form) {
     std::erase(forms_, form);
     std::erase(modal_, form);
+    std::erase_if(held_,
+                  [form](const auto& hold) { return hold.second == form || &hold.first->form() == form; });
+}
+
+void Screen::holdPressed(CommandButton& button, Form& modal) {
+    held_.emplace_back(&button, &modal);
+}
+
+void Screen::beginGesture() {
+    if (held_.empty()) return;
+    std::vector<CommandButton*> released;
+    std::erase_if(held_, [&](const auto& hold) {
+        const bool gone = std::find(modal_.begin(), modal_.end(), hold.second) == modal_.end();
+        if (gone) released.push_back(hold.first);
+        return gone;
+    });
+    for (CommandButton* button : released) button->releaseHold();
 }
 
 void Screen::pushModal(Form* form) {

@@ -46,6 +46,12 @@ class Screen {
     // The timers that run now, in creation order.
     std::vector<Timer*> runningTimers() const;
 
+    // A button whose Click showed `modal` stays pressed until the first gesture after `modal` has
+    // gone (see CommandButton::pressed).
+    void holdPressed(CommandButton& button, Form& modal);
+    // Called at the start of every user gesture: lets go of the buttons whose modal form has gone.
+    void beginGesture();
+
     // Raised when the pointer changes or a form is loaded, unloaded, shown or hidden.
     Notifier changed;
 
@@ -59,6 +65,7 @@ class Screen {
     int mousePointer_ = kPointerDefault;
     std::vector<Form*> forms_;
     std::vector<Form*> modal_;
+    std::vector<std::pair<CommandButton*, Form*>> held_;
     std::int64_t elapsedMs_ = 0;
 };
 

@@ -154,6 +154,31 @@ TEST_F(ControlsTest, CommandButtonIsPressedOnlyDuringItsOwnClickEvenWhenItFails)
     EXPECT_FALSE(bench.button.pressed());
 }
 
+// A second form shown modally from the button's Click.
+class Dialog final : public Form {
+  public:
+    explicit Dialog(FormContext context) : Form(context, "frmDialog") { captureDesign(); }
+    CommandButton& proceed = make<CommandButton>("cmdProceed");
+};
+
+TEST_F(ControlsTest, AButtonStaysPressedWhileTheModalFormItShowedIsUp) {
+    Dialog dialog(FormContext{host.platform(), screen});
+    bench.show();
+    bench.button.onClick = [&] { dialog.show(true); };
+    bool pressedAtProceed = false;
+    dialog.proceed.onClick = [&] {
+        dialog.unload();
+        pressedAtProceed = bench.button.pressed();
+    };
+    bench.button.userClick();
+    EXPECT_TRUE(bench.button.pressed());
+    dialog.proceed.userClick();
+    EXPECT_TRUE(pressedAtProceed);
+    // The first gesture after the dialog has gone finds the button let go.
+    bench.check.userClick();
+    EXPECT_FALSE(bench.button.pressed());
+}
+
 TEST_F(ControlsTest, HiddenOrDisabledControlsIgnoreTheUser) {
     int clicks = 0;
     bench.button.onClick = [&] { ++clicks; };

@@ -64,6 +64,23 @@ TEST(GridWindow, LeavingTheSearchTabForTheCountsTabEmptiesTheSearchGrid) {
     EXPECT_EQ(gridModel(view)->columnCount(), 0);
 }
 
+TEST(GridWindow, ComingBackToTheSearchTabClearsTheCriteriaTypedBefore) {
+    Session user;
+    ASSERT_TRUE(user.start());
+    user.chooseTab(2);
+    bindSearchTable(user, "Property");
+    // Binding shows the property criteria; the user types a city.
+    ASSERT_TRUE(user.widget("fraSearch(0)")->isVisible());
+    user.typeInto("txtCity(0)", "york");
+    ASSERT_EQ(user.app().frmMain().txtCity(0).text(), "york");
+    user.chooseTab(1);
+    user.chooseTab(2);
+    EXPECT_EQ(user.text("txtCity(0)"), "");
+    EXPECT_EQ(user.app().frmMain().txtCity(0).text(), "");
+    EXPECT_EQ(user.app().frmMain().boundGridName, "grdData");
+    EXPECT_TRUE(user.app().frmMain().optSearch(11).value());
+}
+
 TEST(GridWindow, ThePagesClearEmptiesTheSearchGrid) {
     Session user;
     ASSERT_TRUE(user.start());

@@ -439,13 +439,26 @@ std::vector<std::uint8_t> testAllCached(const Node& n, std::size_t rows, const C
             std::vector<std::uint8_t> a = testAllCached(*n.kids[0], rows, data, need);
             std::vector<std::uint8_t> open(rows);
             const std::uint8_t settled = isAnd ? F : T;
-            for (std::size_t r = 0; r < rows; ++r) open[r] = (wanted(r) && a[r] != settled) ? 1 : 0;
+            // Plain loops over raw arrays, so that the compiler can run them many rows at a time.
+            {
+                const std::uint8_t* left = a.data();
+                std::uint8_t* o = open.data();
+                if (need) {
+                    const std::uint8_t* w = need->data();
+                    for (std::size_t r = 0; r < rows; ++r)
+                        o[r] = static_cast<std::uint8_t>(w[r] & static_cast<std::uint8_t>(left[r] != settled));
+                } else {
+                    for (std::size_t r = 0; r < rows; ++r) o[r] = static_cast<std::uint8_t>(left[r] != settled);
+                }
+            }
             const std::vector<std::uint8_t> b = testAllCached(*n.kids[1], rows, data, &open);
             // Three-valued AND and OR as tables indexed by 3 * left + right.
             static constexpr std::uint8_t kAnd[9] = {F, F, F, F, T, U, F, U, U};
             static constexpr std::uint8_t kOr[9] = {F, T, U, T, T, T, U, T, U};
             const std::uint8_t* table = isAnd ? kAnd : kOr;
-            for (std::size_t r = 0; r < rows; ++r) a[r] = table[3 * a[r] + b[r]];
+            std::uint8_t* left = a.data();
+            const std::uint8_t* right = b.data();
+            for (std::size_t r = 0; r < rows; ++r) left[r] = table[3 * left[r] + right[r]];
             return a;
         }
         case Node::Op::Not: {
@@ -472,8 +485,13 @@ std::vector<std::uint8_t> testAllCached(const Node& n, std::size_t rows, const C
                 }
                 const std::uint8_t* nulls = col.nulls.data();
                 const std::uint32_t* codes = col.codes.data();
-                for (std::size_t r = 0; r < rows; ++r)
-                    if (wanted(r)) out[r] = nulls[r] ? U : verdict[codes[r]];
+                const std::uint8_t* v = verdict.data();
+                std::uint8_t* o = out.data();
+                const std::uint8_t* w = need ? need->data() : nullptr;
+                for (std::size_t r = 0; r < rows; ++r) {
+                    const std::uint8_t result = nulls[r] ? U : v[codes[r]];
+                    o[r] = (w == nullptr || w[r]) ? result : F;
+                }
                 return out;
             }
             const char* text = col.folded.data();

@@ -3,6 +3,7 @@
 // runs the same gestures on its own copy of the suite, and every box and every control it prints
 // is compared with what the window shows.
 #include <QCheckBox>
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QListWidget>
 #include <QPlainTextEdit>
@@ -340,6 +341,24 @@ TEST(MemoryWindows, TheMonitorOpensBesideTheMainWindowAndRefreshesEveryThreeSeco
     // A second click shows the same monitor again.
     user.click("cmdMemory");
     EXPECT_TRUE(monitor->isVisible());
+    EXPECT_EQ(user.text("lblPhysUsed", "frmSM"), "Physical Memory Usage: 50.00%");
+}
+
+TEST(MemoryWindows, TheMonitorsQtTimerFiresOnItsOwnInTheEventLoop) {
+    Session user;
+    setMemory(user, 45, 536870912, 268436480, 1073741824, 805306879, 2147352576, 2100000000);
+    ASSERT_TRUE(user.start());
+    // The host's own clock this time: the timer is left to Qt's event loop, as in the real program.
+    QElapsedTimer clock;
+    clock.start();
+    user.windows().binder().setElapsedSource([&clock] { return clock.elapsed(); });
+    user.click("cmdMemory");
+    EXPECT_EQ(user.text("lblPhysUsed", "frmSM"), "Free Physical Memory:");
+    QTest::qWait(1000);
+    EXPECT_EQ(user.text("lblPhysUsed", "frmSM"), "Free Physical Memory:") << "no tick before three seconds";
+    EXPECT_TRUE(
+        QTest::qWaitFor([&] { return user.text("lblPhysUsed", "frmSM") != "Free Physical Memory:"; }, 5000));
+    EXPECT_GE(clock.elapsed(), 3000);
     EXPECT_EQ(user.text("lblPhysUsed", "frmSM"), "Physical Memory Usage: 50.00%");
 }
 

@@ -98,10 +98,11 @@ struct Cursor::Impl {
     bool done = false;
     bool onRow = false;
 
-    PageRef rowPage;  // page holding the current row's bytes (differs for overflow rows)
+    PageRef overflowPage;        // holds the page of an overflow row's real data
+    std::uint32_t rowPageNo = 0;  // page holding the current row's bytes
     const std::uint8_t* row = nullptr;
     std::size_t rowLen = 0;
-    std::size_t rowStart = 0;  // offset of the row within rowPage
+    std::size_t rowStart = 0;  // offset of the row within its page
     RowId id;
 
     // Cracked row.
@@ -125,12 +126,12 @@ struct Cursor::Impl {
         return std::string_view(text.data(), static_cast<std::size_t>(end - text.data()));
     }
     ByteView longValue(const std::uint8_t* d, std::size_t n) const {
-        return longValueView(*store, d, n, rowPage.number(), rowStart + static_cast<std::size_t>(d - row), longPage,
+        return longValueView(*store, d, n, rowPageNo, rowStart + static_cast<std::size_t>(d - row), longPage,
                              scratch);
     }
 
     [[noreturn]] void corrupt(std::size_t inRow, const std::string& what) const {
-        store->corrupt(rowPage.number(), rowStart + inRow, what);
+        store->corrupt(rowPageNo, rowStart + inRow, what);
     }
 
     void crack() {
@@ -208,23 +209,26 @@ struct Cursor::Impl {
         RowBounds b = dataRowBounds(*store, page, r);
         if (b.flags & kRowDeleted) return false;
         id = RowId{page.number(), r};
-        rowPage = page;
+        // Ordinary rows are read where they are; only an overflow row needs another page held.
+        const PageRef* at = &page;
         std::size_t hops = 0;
         while (b.flags & kRowOverflow) {
-            if (++hops > kMaxOverflowHops) store->corrupt(rowPage.number(), b.start, "overflow rows loop");
-            if (b.end - b.start < 4) store->corrupt(rowPage.number(), b.start, "overflow pointer too short");
-            std::uint32_t ptr = u32(rowPage.data() + b.start);
+            std::uint32_t from = at->number();
+            if (++hops > kMaxOverflowHops) store->corrupt(from, b.start, "overflow rows loop");
+            if (b.end - b.start < 4) store->corrupt(from, b.start, "overflow pointer too short");
+            std::uint32_t ptr = u32(at->data() + b.start);
             std::uint32_t pg = ptr >> 8;
             std::uint16_t rw = ptr & 0xFF;
-            std::uint32_t from = rowPage.number();
             if (pg == 0 || pg >= store->channel->pageCount()) store->corrupt(from, b.start, "overflow pointer beyond the file");
-            rowPage = store->page(pg);
-            if (rowPage.data()[0] != kPageData) store->corrupt(pg, 0, "overflow row not on a data page");
-            if (rw >= dataPageRowCount(*store, rowPage)) store->corrupt(pg, f->dataRowCount, "overflow row missing");
-            b = dataRowBounds(*store, rowPage, rw);
+            overflowPage = store->page(pg);
+            at = &overflowPage;
+            if (at->data()[0] != kPageData) store->corrupt(pg, 0, "overflow row not on a data page");
+            if (rw >= dataPageRowCount(*store, *at)) store->corrupt(pg, f->dataRowCount, "overflow row missing");
+            b = dataRowBounds(*store, *at, rw);
             if (b.start < f->dataRowOffsets || b.start > b.end) store->corrupt(pg, f->dataRowOffsets + 2u * rw, "overflow row out of bounds");
         }
-        row = rowPage.data() + b.start;
+        rowPageNo = at->number();
+        row = at->data() + b.start;
         rowLen = static_cast<std::size_t>(b.end - b.start);
         rowStart = b.start;
         crack();
@@ -271,7 +275,7 @@ struct Cursor::Impl {
             }
             if (!nextPage()) {
                 done = true;
-                rowPage = PageRef();
+                overflowPage = PageRef();
                 row = nullptr;
                 return false;
             }

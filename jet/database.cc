@@ -32,7 +32,7 @@ namespace {
 // Walks the leaves of an index tree from the leftmost one along the "next" pointers and returns
 // the row pointers in key order. Empty when the tree cannot be read as expected; the caller then
 // falls back to sorting names itself.
-std::vector<RowId> indexRowOrder(Store& store, std::uint32_t root) {
+std::vector<RowId> indexRowOrder(Store& store, std::uint32_t root, std::size_t maxEntries) {
     const JetFormat& f = *store.fmt;
     std::vector<RowId> rows;
     std::uint32_t pageCount = store.channel->pageCount();
@@ -98,7 +98,8 @@ std::vector<RowId> indexRowOrder(Store& store, std::uint32_t root) {
             const std::uint8_t* t = e.data() + e.size() - 4;
             std::uint32_t pg = (static_cast<std::uint32_t>(t[0]) << 16) | (static_cast<std::uint32_t>(t[1]) << 8) | t[2];
             rows.push_back(RowId{pg, t[3]});
-            return true;
+            // An index with more entries than the table has rows is not the catalog's.
+            return rows.size() <= maxEntries;
         });
         if (!ok) return {};
         current = u32(page.data() + f.indexNext);
@@ -205,7 +206,8 @@ void loadCatalog(Store& store) {
     for (const auto& ix : layout->indexes) {
         if (sameName(ix.name, "ParentIdName") && ix.realIndex >= 0 &&
             static_cast<std::size_t>(ix.realIndex) < layout->realIndexes.size()) {
-            order = indexRowOrder(store, layout->realIndexes[static_cast<std::size_t>(ix.realIndex)].rootPage);
+            order = indexRowOrder(store, layout->realIndexes[static_cast<std::size_t>(ix.realIndex)].rootPage,
+                                  store.catalog.size());
             break;
         }
     }

@@ -35,8 +35,8 @@ int runJet(Invocation& inv) {
     }
 }
 
-const CommandRegistration registration{Command{
-    "jet", "jet tables FILE | jet export FILE TABLE  (JSON Lines from a database file)", runJet}};
+const CommandRegistration registration{
+    Command{"jet", "jet tables FILE | jet export FILE TABLE  (JSON Lines from a database file)", runJet}};
 
 }  // namespace
 }  // namespace qx::cli

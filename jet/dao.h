@@ -18,7 +18,7 @@ struct TableDef {
 };
 
 class DaoDatabase {
-public:
+  public:
     explicit DaoDatabase(Database db) : db_(std::move(db)) {}
     // The TableDefs collection in enumeration order.
     std::vector<TableDef> TableDefs() const {
@@ -30,7 +30,7 @@ public:
     Database& engine() noexcept { return db_; }
     const Database& engine() const noexcept { return db_; }
 
-private:
+  private:
     Database db_;
 };
 

@@ -96,7 +96,8 @@ std::vector<RowId> indexRowOrder(Store& store, std::uint32_t root, std::size_t m
         bool ok = entries(page, [&](const std::vector<std::uint8_t>& e) {
             if (e.size() < 4) return false;
             const std::uint8_t* t = e.data() + e.size() - 4;
-            std::uint32_t pg = (static_cast<std::uint32_t>(t[0]) << 16) | (static_cast<std::uint32_t>(t[1]) << 8) | t[2];
+            std::uint32_t pg =
+                (static_cast<std::uint32_t>(t[0]) << 16) | (static_cast<std::uint32_t>(t[1]) << 8) | t[2];
             rows.push_back(RowId{pg, t[3]});
             // An index with more entries than the table has rows is not the catalog's.
             return rows.size() <= maxEntries;
@@ -128,11 +129,23 @@ void readHeader(Store& store, int fd, const std::string& name) {
     if (!jetName && !aceName) throw Error::unrecognizedFormat(name);
     int version = head[kHeaderVersionOffset];
     switch (version) {
-        case 0: store.version = FormatVersion::Jet3; break;
-        case 1: store.version = FormatVersion::Jet4; break;
-        case 2: store.version = FormatVersion::Ace12; break;
-        case 3: case 4: case 5: case 6: store.version = FormatVersion::Ace14; break;
-        default: throw Error::unrecognizedFormat(name);
+        case 0:
+            store.version = FormatVersion::Jet3;
+            break;
+        case 1:
+            store.version = FormatVersion::Jet4;
+            break;
+        case 2:
+            store.version = FormatVersion::Ace12;
+            break;
+        case 3:
+        case 4:
+        case 5:
+        case 6:
+            store.version = FormatVersion::Ace14;
+            break;
+        default:
+            throw Error::unrecognizedFormat(name);
     }
     store.fmt = version == 0 ? &JetFormat::jet3Format() : &JetFormat::jet4Format();
     const JetFormat& f = *store.fmt;
@@ -140,7 +153,8 @@ void readHeader(Store& store, int fd, const std::string& name) {
 
     rc4(kHeaderMaskKey, sizeof kHeaderMaskKey, head + kHeaderMaskStart, f.headerMaskLength);
     store.codePage = u16(head + kHeaderCodePage);
-    store.sortOrder = f.headerSortOrderSize == 2 ? u16(head + f.headerSortOrder) : u32(head + f.headerSortOrder);
+    store.sortOrder =
+        f.headerSortOrderSize == 2 ? u16(head + f.headerSortOrder) : u32(head + f.headerSortOrder);
     std::uint32_t key = u32(head + kHeaderDatabaseKey);
 
     // Password: non-zero after unmasking means protected. ACE keeps more here (its own
@@ -155,7 +169,8 @@ void readHeader(Store& store, int fd, const std::string& name) {
             if (std::isfinite(created) && created > -2147483648.0 && created < 2147483648.0)
                 days = static_cast<std::uint32_t>(static_cast<std::int32_t>(created));
             std::uint8_t mask[4] = {static_cast<std::uint8_t>(days), static_cast<std::uint8_t>(days >> 8),
-                                    static_cast<std::uint8_t>(days >> 16), static_cast<std::uint8_t>(days >> 24)};
+                                    static_cast<std::uint8_t>(days >> 16),
+                                    static_cast<std::uint8_t>(days >> 24)};
             for (std::size_t i = 0; i < f.passwordLength; ++i) pwd[i] ^= mask[i % 4];
         }
         bool protectedFile = false;
@@ -171,10 +186,12 @@ void readHeader(Store& store, int fd, const std::string& name) {
 void loadCatalog(Store& store) {
     auto layout = store.layout(kCatalogPage, "MSysObjects");
     Table table(std::shared_ptr<Store>(std::shared_ptr<Store>{}, &store), layout);
-    int cId = table.findColumn("Id"), cParent = table.findColumn("ParentId"), cName = table.findColumn("Name"),
-        cType = table.findColumn("Type"), cFlags = table.findColumn("Flags"), cDb = table.findColumn("Database"),
+    int cId = table.findColumn("Id"), cParent = table.findColumn("ParentId"),
+        cName = table.findColumn("Name"), cType = table.findColumn("Type"),
+        cFlags = table.findColumn("Flags"), cDb = table.findColumn("Database"),
         cForeign = table.findColumn("ForeignName");
-    if (cId < 0 || cParent < 0 || cName < 0 || cType < 0) store.corrupt(kCatalogPage, 0, "catalog lacks its key columns");
+    if (cId < 0 || cParent < 0 || cName < 0 || cType < 0)
+        store.corrupt(kCatalogPage, 0, "catalog lacks its key columns");
 
     auto asInt = [](const Value& v) -> std::int64_t {
         if (auto p = v.getIf<std::int32_t>()) return *p;
@@ -189,7 +206,8 @@ void loadCatalog(Store& store) {
         e.parentId = static_cast<std::int32_t>(asInt(cur.value(static_cast<std::size_t>(cParent))));
         e.name = std::string(cur.text(static_cast<std::size_t>(cName)));
         e.type = static_cast<std::int16_t>(asInt(cur.value(static_cast<std::size_t>(cType))));
-        if (cFlags >= 0) e.flags = static_cast<std::int32_t>(asInt(cur.value(static_cast<std::size_t>(cFlags))));
+        if (cFlags >= 0)
+            e.flags = static_cast<std::int32_t>(asInt(cur.value(static_cast<std::size_t>(cFlags))));
         if (cDb >= 0) e.database = std::string(cur.text(static_cast<std::size_t>(cDb)));
         if (cForeign >= 0) e.foreignName = std::string(cur.text(static_cast<std::size_t>(cForeign)));
         store.catalog.push_back(std::move(e));
@@ -200,7 +218,8 @@ void loadCatalog(Store& store) {
     std::vector<std::size_t> chosen;
     for (std::size_t i = 0; i < store.catalog.size(); ++i) {
         const auto& e = store.catalog[i];
-        if (e.parentId == kTablesContainerId && (e.type == 1 || e.type == 4 || e.type == 6)) chosen.push_back(i);
+        if (e.parentId == kTablesContainerId && (e.type == 1 || e.type == 4 || e.type == 6))
+            chosen.push_back(i);
     }
     std::vector<RowId> order;
     for (const auto& ix : layout->indexes) {
@@ -254,7 +273,10 @@ Database::~Database() = default;
 
 Database Database::open(const std::filesystem::path& path, const OpenOptions& options) {
     std::string name = path.string();
-    if (name.empty()) throw Error(errc::kInvalidPath, "'' is not a valid path.  Make sure that the path name is spelled correctly and that you are connected to the server on which the file resides.");
+    if (name.empty())
+        throw Error(errc::kInvalidPath,
+                    "'' is not a valid path.  Make sure that the path name is spelled correctly and that you "
+                    "are connected to the server on which the file resides.");
     int fd = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
         if (errno == ENOENT || errno == ENOTDIR) throw Error::fileNotFound(name);
@@ -264,7 +286,10 @@ Database Database::open(const std::filesystem::path& path, const OpenOptions& op
     if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
         ::close(fd);
         if (S_ISDIR(st.st_mode))
-            throw Error(errc::kInvalidPath, "'" + name + "' is not a valid path.  Make sure that the path name is spelled correctly and that you are connected to the server on which the file resides.");
+            throw Error(errc::kInvalidPath,
+                        "'" + name +
+                            "' is not a valid path.  Make sure that the path name is spelled correctly and "
+                            "that you are connected to the server on which the file resides.");
         throw Error::noPermission(name);
     }
     auto store = std::make_shared<Store>();
@@ -284,15 +309,33 @@ Database Database::open(const std::filesystem::path& path, const OpenOptions& op
     return Database(std::move(store));
 }
 
-const std::string& Database::path() const noexcept { return store_->path; }
-FormatVersion Database::version() const noexcept { return store_->version; }
-std::uint32_t Database::pageSize() const noexcept { return store_->channel->pageSize(); }
-std::uint32_t Database::pageCount() const noexcept { return store_->channel->pageCount(); }
-std::uint16_t Database::codePage() const noexcept { return store_->codePage; }
-std::uint32_t Database::sortOrder() const noexcept { return store_->sortOrder; }
-bool Database::encrypted() const noexcept { return store_->encrypted; }
-const std::vector<CatalogEntry>& Database::catalog() const noexcept { return store_->catalog; }
-const std::vector<TableDefInfo>& Database::tableDefs() const noexcept { return store_->tableDefs; }
+const std::string& Database::path() const noexcept {
+    return store_->path;
+}
+FormatVersion Database::version() const noexcept {
+    return store_->version;
+}
+std::uint32_t Database::pageSize() const noexcept {
+    return store_->channel->pageSize();
+}
+std::uint32_t Database::pageCount() const noexcept {
+    return store_->channel->pageCount();
+}
+std::uint16_t Database::codePage() const noexcept {
+    return store_->codePage;
+}
+std::uint32_t Database::sortOrder() const noexcept {
+    return store_->sortOrder;
+}
+bool Database::encrypted() const noexcept {
+    return store_->encrypted;
+}
+const std::vector<CatalogEntry>& Database::catalog() const noexcept {
+    return store_->catalog;
+}
+const std::vector<TableDefInfo>& Database::tableDefs() const noexcept {
+    return store_->tableDefs;
+}
 
 bool Database::hasTable(std::string_view name) const noexcept {
     for (const auto& t : store_->tableDefs) {

@@ -44,10 +44,10 @@ struct CatalogEntry {
     std::int32_t id = 0;        // object id; for local tables the page of the table definition
     std::int32_t parentId = 0;  // container id (0x0F000001 "Tables", ...)
     std::string name;
-    std::int16_t type = 0;      // 1 local table, 4 ODBC-linked, 6 linked table, 5 query, 3 container...
-    std::int32_t flags = 0;     // MSysObjects.Flags
-    std::string database;       // linked tables: the linked file (empty otherwise)
-    std::string foreignName;    // linked tables: the table's name in the linked file
+    std::int16_t type = 0;    // 1 local table, 4 ODBC-linked, 6 linked table, 5 query, 3 container...
+    std::int32_t flags = 0;   // MSysObjects.Flags
+    std::string database;     // linked tables: the linked file (empty otherwise)
+    std::string foreignName;  // linked tables: the table's name in the linked file
 };
 
 // A table definition as DAO's TableDefs collection shows it.
@@ -67,7 +67,7 @@ inline constexpr std::int32_t kAttrAttachedTable = 0x40000000;
 inline constexpr std::int32_t kAttrAttachedODBC = 0x20000000;
 
 class Database {
-public:
+  public:
     // Opens `path` (a host path). Errors: 3024 when the file does not exist, 3044 when the path is
     // not usable (a directory, an empty name), 3051 when it cannot be read, 3343 when it is not a
     // Jet file or of an unknown version, 3031 when it is password-protected, 3049 when it is
@@ -101,7 +101,7 @@ public:
     // Internal: shared with tables and future writers.
     const std::shared_ptr<detail::Store>& store() const noexcept { return store_; }
 
-private:
+  private:
     explicit Database(std::shared_ptr<detail::Store> store);
     std::shared_ptr<detail::Store> store_;
 };

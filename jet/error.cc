@@ -13,7 +13,9 @@ Error Error::unrecognizedFormat(const std::string& name) {
     return Error(errc::kUnrecognizedFormat, "Unrecognized database format '" + name + "'.");
 }
 
-Error Error::badPassword() { return Error(errc::kBadPassword, "Not a valid password."); }
+Error Error::badPassword() {
+    return Error(errc::kBadPassword, "Not a valid password.");
+}
 
 Error Error::noPermission(const std::string& name) {
     return Error(errc::kNoPermission,
@@ -34,7 +36,8 @@ Error Error::notADatabase(const std::string& name) {
                                         "or the file may be corrupt.");
 }
 
-Error Error::corrupt(const std::string& name, std::uint32_t page, std::uint32_t offset, const std::string& what) {
+Error Error::corrupt(const std::string& name, std::uint32_t page, std::uint32_t offset,
+                     const std::string& what) {
     std::string text = "Cannot open database '" + name +
                        "'.  It may not be a database that your application recognizes, or the file may be "
                        "corrupt. (page " +

@@ -35,7 +35,7 @@ struct PageLocation {
 };
 
 class Error : public std::runtime_error {
-public:
+  public:
     // `description` is the complete text (what() returns the same text).
     Error(std::int32_t number, std::string description, std::optional<PageLocation> where = {});
 
@@ -57,7 +57,7 @@ public:
     static Error corrupt(const std::string& name, std::uint32_t page, std::uint32_t offset,
                          const std::string& what);
 
-private:
+  private:
     std::int32_t number_;
     std::string description_;
     std::optional<PageLocation> where_;

@@ -74,7 +74,7 @@ struct JetFormat {
     std::size_t tdefColumnCount;
     std::size_t tdefIndexCount;
     std::size_t tdefRealIndexCount;
-    std::size_t tdefOwnedPages;     // usage map pointer (row 1 byte + page 3 bytes)
+    std::size_t tdefOwnedPages;  // usage map pointer (row 1 byte + page 3 bytes)
     std::size_t tdefFreePages;
     std::size_t tdefRealIndexInfo;  // start of the per-real-index counters
     std::size_t realIndexInfoSize;  // 8 (Jet 3) / 12 (Jet 4)

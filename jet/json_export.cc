@@ -14,13 +14,27 @@ void appendString(std::string& out, std::string_view text) {
     for (char ch : text) {
         unsigned char c = static_cast<unsigned char>(ch);
         switch (c) {
-            case '"': out += "\\\""; break;
-            case '\\': out += "\\\\"; break;
-            case '\n': out += "\\n"; break;
-            case '\r': out += "\\r"; break;
-            case '\t': out += "\\t"; break;
-            case '\b': out += "\\b"; break;
-            case '\f': out += "\\f"; break;
+            case '"':
+                out += "\\\"";
+                break;
+            case '\\':
+                out += "\\\\";
+                break;
+            case '\n':
+                out += "\\n";
+                break;
+            case '\r':
+                out += "\\r";
+                break;
+            case '\t':
+                out += "\\t";
+                break;
+            case '\b':
+                out += "\\b";
+                break;
+            case '\f':
+                out += "\\f";
+                break;
             default:
                 if (c < 0x20) {
                     out += "\\u00";
@@ -98,7 +112,9 @@ struct ValueWriter {
 
 }  // namespace
 
-void appendValue(std::string& out, const Value& value) { std::visit(ValueWriter{out}, value.storage()); }
+void appendValue(std::string& out, const Value& value) {
+    std::visit(ValueWriter{out}, value.storage());
+}
 
 std::string columnsLine(const Table& table) {
     std::string out = "{\"columns\":[";

@@ -28,7 +28,8 @@ void rc4(const std::uint8_t* key, std::size_t keyLength, std::uint8_t* data, std
     }
 }
 
-PageRef::PageRef(PageChannel* channel, CacheBlock* block, const std::uint8_t* data, std::uint32_t number) noexcept
+PageRef::PageRef(PageChannel* channel, CacheBlock* block, const std::uint8_t* data,
+                 std::uint32_t number) noexcept
     : channel_(channel), block_(block), data_(data), number_(number) {
     ++block_->pins;
 }
@@ -71,7 +72,9 @@ PageRef& PageRef::operator=(PageRef&& other) noexcept {
     return *this;
 }
 
-PageRef::~PageRef() { release(); }
+PageRef::~PageRef() {
+    release();
+}
 
 void PageRef::release() noexcept {
     if (block_) channel_->unpin(block_);
@@ -119,7 +122,9 @@ void PageChannel::setDatabaseKey(std::uint32_t key) {
     configure();
 }
 
-std::size_t PageChannel::blocksAllocated() const noexcept { return blocks_.size(); }
+std::size_t PageChannel::blocksAllocated() const noexcept {
+    return blocks_.size();
+}
 
 void PageChannel::unpin(CacheBlock* block) noexcept {
     --block->pins;
@@ -150,13 +155,16 @@ void PageChannel::load(CacheBlock& block, std::uint32_t blockNumber) {
     std::uint32_t count = std::min<std::uint32_t>(pagesPerBlock_, pageCount_ - first);
     std::size_t want = static_cast<std::size_t>(count) * pageSize_;
     off_t at = static_cast<off_t>(static_cast<std::uint64_t>(first) * pageSize_);
-    void* mapping = mapped_ ? ::mmap(nullptr, want, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd_, at) : MAP_FAILED;
+    void* mapping =
+        mapped_ ? ::mmap(nullptr, want, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd_, at) : MAP_FAILED;
     if (mapping != MAP_FAILED) {
         block.data = static_cast<std::uint8_t*>(mapping);
         block.mappedLength = want;
     } else {
         // Encrypted files, and files that cannot be mapped (some file systems), are read.
-        if (!block.owned) block.owned = std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(pagesPerBlock_) * pageSize_);
+        if (!block.owned)
+            block.owned =
+                std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(pagesPerBlock_) * pageSize_);
         block.data = block.owned.get();
         std::size_t got = 0;
         while (got < want) {
@@ -174,7 +182,8 @@ void PageChannel::load(CacheBlock& block, std::uint32_t blockNumber) {
                 if (pageNo == 0) continue;
                 std::uint32_t k = databaseKey_ ^ pageNo;
                 std::uint8_t key[4] = {static_cast<std::uint8_t>(k), static_cast<std::uint8_t>(k >> 8),
-                                       static_cast<std::uint8_t>(k >> 16), static_cast<std::uint8_t>(k >> 24)};
+                                       static_cast<std::uint8_t>(k >> 16),
+                                       static_cast<std::uint8_t>(k >> 24)};
                 rc4(key, 4, block.data + static_cast<std::size_t>(i) * pageSize_, pageSize_);
             }
         }
@@ -228,7 +237,8 @@ PageRef PageChannel::page(std::uint32_t number) {
                             : acquire(blockNumber);
     last_ = block;
     block->lastUse = ++clock_;
-    return PageRef(this, block, block->data + static_cast<std::size_t>(number - block->first) * pageSize_, number);
+    return PageRef(this, block, block->data + static_cast<std::size_t>(number - block->first) * pageSize_,
+                   number);
 }
 
 }  // namespace jet::detail

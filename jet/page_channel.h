@@ -30,19 +30,19 @@ namespace jet::detail {
 class PageChannel;
 
 struct CacheBlock {
-    std::uint32_t first = 0;     // first page of the block
-    std::uint32_t count = 0;     // pages loaded (the file's last block may be short)
+    std::uint32_t first = 0;  // first page of the block
+    std::uint32_t count = 0;  // pages loaded (the file's last block may be short)
     std::uint32_t pins = 0;
     std::uint64_t lastUse = 0;
     bool loaded = false;
-    std::uint8_t* data = nullptr;         // the block's first page
-    std::size_t mappedLength = 0;         // non-zero: `data` is a mapping of this length
+    std::uint8_t* data = nullptr;           // the block's first page
+    std::size_t mappedLength = 0;           // non-zero: `data` is a mapping of this length
     std::unique_ptr<std::uint8_t[]> owned;  // buffered blocks
 };
 
 // A read-only view of one page, valid while the PageRef lives.
 class PageRef {
-public:
+  public:
     PageRef() = default;
     PageRef(const PageRef& other) noexcept;
     PageRef& operator=(const PageRef& other) noexcept;
@@ -54,7 +54,7 @@ public:
     std::uint32_t number() const noexcept { return number_; }
     explicit operator bool() const noexcept { return data_ != nullptr; }
 
-private:
+  private:
     friend class PageChannel;
     PageRef(PageChannel* channel, CacheBlock* block, const std::uint8_t* data, std::uint32_t number) noexcept;
     void release() noexcept;
@@ -66,7 +66,7 @@ private:
 };
 
 class PageChannel {
-public:
+  public:
     static constexpr std::size_t kMappedBlockBytes = 256u << 10;
     static constexpr std::size_t kBufferedBlockBytes = 64u << 10;
     static constexpr std::size_t kMinBlocks = 4;
@@ -94,7 +94,7 @@ public:
     std::size_t blocksAllocated() const noexcept;
     std::size_t maxBlocks() const noexcept { return maxBlocks_; }
 
-private:
+  private:
     friend class PageRef;
     void unpin(CacheBlock* block) noexcept;
     CacheBlock* acquire(std::uint32_t blockNumber);

@@ -54,9 +54,11 @@ std::vector<std::uint32_t> usageMapPages(Store& store, std::uint32_t mapPointer)
     std::uint16_t mapRow = mapPointer & 0xFF;
     PageRef page = store.page(mapPage);
     if (page.data()[0] != kPageData) store.corrupt(mapPage, 0, "usage map is not on a data page");
-    if (mapRow >= dataPageRowCount(store, page)) store.corrupt(mapPage, f.dataRowCount, "usage map row missing");
+    if (mapRow >= dataPageRowCount(store, page))
+        store.corrupt(mapPage, f.dataRowCount, "usage map row missing");
     RowBounds b = dataRowBounds(store, page, mapRow);
-    if (b.start >= b.end || (b.flags & kRowDeleted)) store.corrupt(mapPage, b.start, "usage map row is empty");
+    if (b.start >= b.end || (b.flags & kRowDeleted))
+        store.corrupt(mapPage, b.start, "usage map row is empty");
     const std::uint8_t* row = page.data() + b.start;
     std::size_t len = b.end - b.start;
     std::uint32_t pageCount = store.channel->pageCount();
@@ -110,13 +112,14 @@ ByteView longValueView(Store& store, const std::uint8_t* field, std::size_t leng
         store.corrupt(page, offset, "implausible long value length");
 
     if (head & kLongValueInline) {
-        if (total > length - kLongValueFieldSize) store.corrupt(page, offset, "inline long value overruns its row");
+        if (total > length - kLongValueFieldSize)
+            store.corrupt(page, offset, "inline long value overruns its row");
         return ByteView{field + kLongValueFieldSize, total};
     }
     if (total == 0) return ByteView{field, 0};
 
-    auto rowOf = [&](std::uint32_t ptr, PageRef& keep, std::uint32_t fromPage, std::size_t fromOffset)
-        -> std::pair<const std::uint8_t*, std::size_t> {
+    auto rowOf = [&](std::uint32_t ptr, PageRef& keep, std::uint32_t fromPage,
+                     std::size_t fromOffset) -> std::pair<const std::uint8_t*, std::size_t> {
         std::uint32_t pg = ptr >> 8;
         std::uint16_t rw = ptr & 0xFF;
         if (pg == 0 || pg >= store.channel->pageCount())

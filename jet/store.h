@@ -19,8 +19,8 @@
 namespace jet::detail {
 
 // Sanity limits: nothing a real database needs, everything a damaged one might claim.
-inline constexpr std::size_t kMaxTableDefPages = 256;         // a table definition's page chain
-inline constexpr std::size_t kMaxColumns = 4096;              // columns per table (Jet allows 255)
+inline constexpr std::size_t kMaxTableDefPages = 256;  // a table definition's page chain
+inline constexpr std::size_t kMaxColumns = 4096;       // columns per table (Jet allows 255)
 inline constexpr std::size_t kMaxIndexes = 1024;
 inline constexpr std::size_t kMaxLongValueBytes = 256u << 20;  // one memo or OLE value
 inline constexpr std::size_t kMaxOverflowHops = 16;            // overflow pointer chain
@@ -51,14 +51,14 @@ struct TableLayout {
     std::uint16_t varColumnCount = 0;
     std::uint32_t ownedPagesMap = 0;  // row (low byte) + page (upper 3 bytes)
     std::uint32_t freePagesMap = 0;
-    std::vector<Column> columns;      // in display order
+    std::vector<Column> columns;  // in display order
     std::vector<RealIndex> realIndexes;
     std::vector<Index> indexes;
 };
 
 // The open file.
 class Store {
-public:
+  public:
     std::string path;
     const JetFormat* fmt = nullptr;
     FormatVersion version = FormatVersion::Jet4;
@@ -79,12 +79,13 @@ public:
     // Parsed definition of the table whose TDEF starts at `tdefPage`; cached.
     std::shared_ptr<const TableLayout> layout(std::uint32_t tdefPage, const std::string& name);
 
-private:
+  private:
     std::map<std::uint32_t, std::shared_ptr<const TableLayout>> layouts_;
 };
 
 // Parses the table definition chain starting at `tdefPage`.
-std::shared_ptr<const TableLayout> readTableLayout(Store& store, std::uint32_t tdefPage, const std::string& name);
+std::shared_ptr<const TableLayout> readTableLayout(Store& store, std::uint32_t tdefPage,
+                                                   const std::string& name);
 
 // Pages a usage map (row+page pointer) marks, in page order. Pages beyond the file are left out.
 std::vector<std::uint32_t> usageMapPages(Store& store, std::uint32_t mapPointer);
@@ -101,7 +102,9 @@ RowBounds dataRowBounds(const Store& store, const PageRef& page, std::uint16_t r
 
 // Text conversions to UTF-8. The write* forms need textCapacity(length) bytes at `dst` and return
 // the end of what they wrote; the append* forms append to `out`.
-inline std::size_t textCapacity(std::size_t length) noexcept { return length * 3 + 4; }
+inline std::size_t textCapacity(std::size_t length) noexcept {
+    return length * 3 + 4;
+}
 char* writeUcs2(char* dst, const std::uint8_t* data, std::size_t length);
 char* writeJet4Text(char* dst, const std::uint8_t* data, std::size_t length);
 char* writeCodePageText(char* dst, const std::uint8_t* data, std::size_t length, std::uint16_t codePage);
@@ -110,7 +113,8 @@ void appendUcs2(std::string& out, const std::uint8_t* data, std::size_t length);
 // Jet 4 text: UCS-2, or the compressed form starting FF FE.
 void appendJet4Text(std::string& out, const std::uint8_t* data, std::size_t length);
 // Jet 3 text in the database code page (1252 and anything else read as Windows-1252).
-void appendCodePageText(std::string& out, const std::uint8_t* data, std::size_t length, std::uint16_t codePage);
+void appendCodePageText(std::string& out, const std::uint8_t* data, std::size_t length,
+                        std::uint16_t codePage);
 void appendText(const Store& store, std::string& out, const std::uint8_t* data, std::size_t length);
 
 // Reads a memo/OLE value whose 12-byte field (and inline data) is `field`; `page` and `offset`

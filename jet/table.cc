@@ -26,16 +26,24 @@ namespace {
 
 std::size_t fixedSize(const Column& c) {
     switch (c.type) {
-        case ColumnType::Byte: return 1;
-        case ColumnType::Integer: return 2;
-        case ColumnType::Long: return 4;
-        case ColumnType::Single: return 4;
+        case ColumnType::Byte:
+            return 1;
+        case ColumnType::Integer:
+            return 2;
+        case ColumnType::Long:
+            return 4;
+        case ColumnType::Single:
+            return 4;
         case ColumnType::Currency:
         case ColumnType::Double:
-        case ColumnType::DateTime: return 8;
-        case ColumnType::GUID: return 16;
-        case ColumnType::Decimal: return 17;
-        default: return c.size;
+        case ColumnType::DateTime:
+            return 8;
+        case ColumnType::GUID:
+            return 16;
+        case ColumnType::Decimal:
+            return 17;
+        default:
+            return c.size;
     }
 }
 
@@ -57,12 +65,24 @@ Table::Table(Table&&) noexcept = default;
 Table& Table::operator=(Table&&) noexcept = default;
 Table::~Table() = default;
 
-const std::string& Table::name() const noexcept { return layout_->name; }
-std::uint32_t Table::definitionPage() const noexcept { return layout_->tdefPage; }
-const std::vector<Column>& Table::columns() const noexcept { return layout_->columns; }
-const std::vector<RealIndex>& Table::realIndexes() const noexcept { return layout_->realIndexes; }
-const std::vector<Index>& Table::indexes() const noexcept { return layout_->indexes; }
-std::uint32_t Table::rowCount() const noexcept { return layout_->rowCount; }
+const std::string& Table::name() const noexcept {
+    return layout_->name;
+}
+std::uint32_t Table::definitionPage() const noexcept {
+    return layout_->tdefPage;
+}
+const std::vector<Column>& Table::columns() const noexcept {
+    return layout_->columns;
+}
+const std::vector<RealIndex>& Table::realIndexes() const noexcept {
+    return layout_->realIndexes;
+}
+const std::vector<Index>& Table::indexes() const noexcept {
+    return layout_->indexes;
+}
+std::uint32_t Table::rowCount() const noexcept {
+    return layout_->rowCount;
+}
 
 int Table::findColumn(std::string_view name) const noexcept {
     const auto& cols = layout_->columns;
@@ -79,7 +99,9 @@ std::uint64_t Table::countRows() const {
     return n;
 }
 
-Cursor Table::cursor() const { return Cursor(store_, layout_); }
+Cursor Table::cursor() const {
+    return Cursor(store_, layout_);
+}
 
 // ---------------------------------------------------------------------------------------------
 // Cursor
@@ -91,14 +113,14 @@ struct Cursor::Impl {
 
     std::vector<std::uint32_t> pages;  // candidate data pages in order
     std::size_t pageIndex = 0;
-    PageRef page;                      // current data page
+    PageRef page;  // current data page
     std::uint16_t rowsOnPage = 0;
     std::uint32_t nextRow = 0;
     bool started = false;
     bool done = false;
     bool onRow = false;
 
-    PageRef overflowPage;        // holds the page of an overflow row's real data
+    PageRef overflowPage;         // holds the page of an overflow row's real data
     std::uint32_t rowPageNo = 0;  // page holding the current row's bytes
     const std::uint8_t* row = nullptr;
     std::size_t rowLen = 0;
@@ -110,8 +132,8 @@ struct Cursor::Impl {
     const std::uint8_t* nullMask = nullptr;
     std::size_t nullMaskLen = 0;
     std::uint16_t varCount = 0;
-    std::size_t varTableStart = 0;     // Jet 4: position of offset entry 0 (entries go backwards)
-    std::size_t dataLimit = 0;         // end of the row's data area
+    std::size_t varTableStart = 0;  // Jet 4: position of offset entry 0 (entries go backwards)
+    std::size_t dataLimit = 0;      // end of the row's data area
     std::vector<std::uint16_t> jet3Offsets;
 
     mutable std::string text;     // text(): grows, never shrinks; the view covers the front
@@ -159,7 +181,8 @@ struct Cursor::Impl {
             if (jumps + 1 + countSize > dataLimit) corrupt(dataLimit - 1, "row too short for its jump table");
             // The last jump entry is a placeholder when the offset table itself lies below it.
             if (jumps > 0 && (offsetsEnd - 1 - varCount) / 256 < jumps) --jumps;
-            if (static_cast<std::size_t>(varCount) + 1 + countSize > offsetsEnd) corrupt(dataLimit - 1, "variable column count too large");
+            if (static_cast<std::size_t>(varCount) + 1 + countSize > offsetsEnd)
+                corrupt(dataLimit - 1, "variable column count too large");
             jet3Offsets.resize(static_cast<std::size_t>(varCount) + 1);
             std::size_t used = 0;
             for (std::size_t i = 0; i <= varCount; ++i) {
@@ -219,13 +242,16 @@ struct Cursor::Impl {
             std::uint32_t ptr = u32(at->data() + b.start);
             std::uint32_t pg = ptr >> 8;
             std::uint16_t rw = ptr & 0xFF;
-            if (pg == 0 || pg >= store->channel->pageCount()) store->corrupt(from, b.start, "overflow pointer beyond the file");
+            if (pg == 0 || pg >= store->channel->pageCount())
+                store->corrupt(from, b.start, "overflow pointer beyond the file");
             overflowPage = store->page(pg);
             at = &overflowPage;
             if (at->data()[0] != kPageData) store->corrupt(pg, 0, "overflow row not on a data page");
-            if (rw >= dataPageRowCount(*store, *at)) store->corrupt(pg, f->dataRowCount, "overflow row missing");
+            if (rw >= dataPageRowCount(*store, *at))
+                store->corrupt(pg, f->dataRowCount, "overflow row missing");
             b = dataRowBounds(*store, *at, rw);
-            if (b.start < f->dataRowOffsets || b.start > b.end) store->corrupt(pg, f->dataRowOffsets + 2u * rw, "overflow row out of bounds");
+            if (b.start < f->dataRowOffsets || b.start > b.end)
+                store->corrupt(pg, f->dataRowOffsets + 2u * rw, "overflow row out of bounds");
         }
         rowPageNo = at->number();
         row = at->data() + b.start;
@@ -298,13 +324,27 @@ struct Cursor::Impl {
             if (n < want) corrupt(static_cast<std::size_t>(d - row), "value shorter than its type");
         };
         switch (c.type) {
-            case ColumnType::Byte: needSize(1); return Value(c.type, d[0]);
-            case ColumnType::Integer: needSize(2); return Value(c.type, loadLE<std::int16_t>(d));
-            case ColumnType::Long: needSize(4); return Value(c.type, loadLE<std::int32_t>(d));
-            case ColumnType::Currency: needSize(8); return Value(c.type, Currency{loadLE<std::int64_t>(d)});
-            case ColumnType::Single: needSize(4); return Value(c.type, loadLE<float>(d));
-            case ColumnType::Double: needSize(8); return Value(c.type, loadLE<double>(d));
-            case ColumnType::DateTime: needSize(8); return Value(c.type, DateTime{loadLE<double>(d)});
+            case ColumnType::Byte:
+                needSize(1);
+                return Value(c.type, d[0]);
+            case ColumnType::Integer:
+                needSize(2);
+                return Value(c.type, loadLE<std::int16_t>(d));
+            case ColumnType::Long:
+                needSize(4);
+                return Value(c.type, loadLE<std::int32_t>(d));
+            case ColumnType::Currency:
+                needSize(8);
+                return Value(c.type, Currency{loadLE<std::int64_t>(d)});
+            case ColumnType::Single:
+                needSize(4);
+                return Value(c.type, loadLE<float>(d));
+            case ColumnType::Double:
+                needSize(8);
+                return Value(c.type, loadLE<double>(d));
+            case ColumnType::DateTime:
+                needSize(8);
+                return Value(c.type, DateTime{loadLE<double>(d)});
             case ColumnType::GUID: {
                 needSize(16);
                 Guid g;
@@ -357,8 +397,12 @@ Cursor::Cursor(Cursor&&) noexcept = default;
 Cursor& Cursor::operator=(Cursor&&) noexcept = default;
 Cursor::~Cursor() = default;
 
-bool Cursor::next() { return impl_->advance(); }
-RowId Cursor::rowId() const noexcept { return impl_->id; }
+bool Cursor::next() {
+    return impl_->advance();
+}
+RowId Cursor::rowId() const noexcept {
+    return impl_->id;
+}
 
 bool Cursor::isNull(std::size_t column) const {
     const Column& c = impl_->column(column);
@@ -368,7 +412,9 @@ bool Cursor::isNull(std::size_t column) const {
     return !impl_->locate(c, d, n);
 }
 
-Value Cursor::value(std::size_t column) const { return impl_->decode(impl_->column(column)); }
+Value Cursor::value(std::size_t column) const {
+    return impl_->decode(impl_->column(column));
+}
 
 std::string_view Cursor::text(std::size_t column) const {
     const Column& c = impl_->column(column);

@@ -21,22 +21,22 @@ namespace jet {
 namespace detail {
 class Store;
 struct TableLayout;
-}
+}  // namespace detail
 
 struct Column {
     std::string name;
     ColumnType type = ColumnType::Unknown;
-    std::uint8_t rawType = 0;      // the type byte as stored
-    std::uint16_t number = 0;      // column number: the row's null-mask bit
-    std::uint16_t index = 0;       // display order (DAO's OrdinalPosition)
-    std::uint16_t size = 0;        // bytes (Text: bytes as stored, i.e. 2 per character in Jet 4)
-    std::uint8_t flags = 0;        // 0x01 fixed length, 0x02 nullable, 0x04 autonumber, ...
-    bool fixed = false;            // stored in the fixed-length part of a row
-    std::uint16_t fixedOffset = 0; // fixed columns: offset in the fixed part
-    std::uint16_t varIndex = 0;    // variable columns: slot in the row's offset table
-    std::uint8_t precision = 0;    // Decimal
-    std::uint8_t scale = 0;        // Decimal
-    std::uint16_t collation = 0;   // Text/Memo: sort order (Jet 4) / code page
+    std::uint8_t rawType = 0;       // the type byte as stored
+    std::uint16_t number = 0;       // column number: the row's null-mask bit
+    std::uint16_t index = 0;        // display order (DAO's OrdinalPosition)
+    std::uint16_t size = 0;         // bytes (Text: bytes as stored, i.e. 2 per character in Jet 4)
+    std::uint8_t flags = 0;         // 0x01 fixed length, 0x02 nullable, 0x04 autonumber, ...
+    bool fixed = false;             // stored in the fixed-length part of a row
+    std::uint16_t fixedOffset = 0;  // fixed columns: offset in the fixed part
+    std::uint16_t varIndex = 0;     // variable columns: slot in the row's offset table
+    std::uint8_t precision = 0;     // Decimal
+    std::uint8_t scale = 0;         // Decimal
+    std::uint16_t collation = 0;    // Text/Memo: sort order (Jet 4) / code page
 };
 
 struct IndexColumn {
@@ -47,9 +47,9 @@ struct IndexColumn {
 // A physical index ("real index"): the B-tree that logical indexes share.
 struct RealIndex {
     std::vector<IndexColumn> columns;
-    std::uint32_t usageMap = 0;   // row+page pointer of its usage map
+    std::uint32_t usageMap = 0;  // row+page pointer of its usage map
     std::uint32_t rootPage = 0;
-    std::uint8_t flags = 0;       // 0x01 unique, 0x02 ignore nulls, 0x08 required
+    std::uint8_t flags = 0;  // 0x01 unique, 0x02 ignore nulls, 0x08 required
     std::uint32_t uniqueEntryCount = 0;
 };
 
@@ -74,7 +74,7 @@ struct RowId {
 class Cursor;
 
 class Table {
-public:
+  public:
     Table(std::shared_ptr<detail::Store> store, std::shared_ptr<const detail::TableLayout> layout);
     Table(Table&&) noexcept;
     Table& operator=(Table&&) noexcept;
@@ -102,7 +102,7 @@ public:
 
     const detail::TableLayout& layout() const noexcept { return *layout_; }
 
-private:
+  private:
     std::shared_ptr<detail::Store> store_;
     std::shared_ptr<const detail::TableLayout> layout_;
 };
@@ -111,7 +111,7 @@ private:
 // offset when a row or long value is damaged; 3021 when there is no current row (before the
 // first next() or after the last); 3265 for a column position out of range.
 class Cursor {
-public:
+  public:
     Cursor(std::shared_ptr<detail::Store> store, std::shared_ptr<const detail::TableLayout> layout);
     Cursor(Cursor&&) noexcept;
     Cursor& operator=(Cursor&&) noexcept;
@@ -130,7 +130,7 @@ public:
     // and inline data), valid until next(). Empty for Null or absent columns.
     std::string_view raw(std::size_t column) const;
 
-private:
+  private:
     struct Impl;
     std::unique_ptr<Impl> impl_;
 };

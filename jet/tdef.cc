@@ -45,7 +45,8 @@ DefinitionBytes readDefinition(Store& store, std::uint32_t first) {
     def.pageSize = store.fmt->pageSize;
     std::uint32_t current = first;
     while (current != 0) {
-        if (def.pages.size() >= kMaxTableDefPages) store.corrupt(current, 4, "table definition chain too long");
+        if (def.pages.size() >= kMaxTableDefPages)
+            store.corrupt(current, 4, "table definition chain too long");
         if (std::find(def.pages.begin(), def.pages.end(), current) != def.pages.end())
             store.corrupt(current, 4, "table definition chain loops");
         PageRef page = store.page(current);
@@ -63,7 +64,7 @@ DefinitionBytes readDefinition(Store& store, std::uint32_t first) {
 }
 
 class DefReader {
-public:
+  public:
     DefReader(Store& store, const DefinitionBytes& def) : store_(store), def_(def) {}
 
     void need(std::size_t pos, std::size_t n, const char* what) const {
@@ -105,15 +106,27 @@ public:
         return out;
     }
 
-private:
+  private:
     Store& store_;
     const DefinitionBytes& def_;
 };
 
 ColumnType typeFromCode(std::uint8_t code) {
     switch (code) {
-        case 0x01: case 0x02: case 0x03: case 0x04: case 0x05: case 0x06: case 0x07: case 0x08:
-        case 0x09: case 0x0A: case 0x0B: case 0x0C: case 0x0F: case 0x10:
+        case 0x01:
+        case 0x02:
+        case 0x03:
+        case 0x04:
+        case 0x05:
+        case 0x06:
+        case 0x07:
+        case 0x08:
+        case 0x09:
+        case 0x0A:
+        case 0x0B:
+        case 0x0C:
+        case 0x0F:
+        case 0x10:
             return static_cast<ColumnType>(code);
         default:
             return ColumnType::Unknown;
@@ -122,7 +135,8 @@ ColumnType typeFromCode(std::uint8_t code) {
 
 }  // namespace
 
-std::shared_ptr<const TableLayout> readTableLayout(Store& store, std::uint32_t tdefPage, const std::string& name) {
+std::shared_ptr<const TableLayout> readTableLayout(Store& store, std::uint32_t tdefPage,
+                                                   const std::string& name) {
     const JetFormat& f = *store.fmt;
     DefinitionBytes def = readDefinition(store, tdefPage);
     DefReader r(store, def);
@@ -177,7 +191,8 @@ std::shared_ptr<const TableLayout> readTableLayout(Store& store, std::uint32_t t
     std::stable_sort(columns.begin(), columns.end(),
                      [](const Column& a, const Column& b) { return a.number < b.number; });
     for (std::size_t i = 1; i < columns.size(); ++i) {
-        if (columns[i].number == columns[i - 1].number) r.fail(f.tdefColumnCount, "two columns share a number");
+        if (columns[i].number == columns[i - 1].number)
+            r.fail(f.tdefColumnCount, "two columns share a number");
     }
     layout->columns = std::move(columns);
 

@@ -19,15 +19,15 @@ namespace {
 
 // Windows-1252 0x80..0x9F; the rest of the page is Latin-1. Unassigned positions map to the C1
 // control of the same number, as Windows' own conversion does.
-constexpr std::uint16_t kCp1252High[32] = {
-    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
-    0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+constexpr std::uint16_t kCp1252High[32] = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+                                           0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
+                                           0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+                                           0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
 // UTF-16 units to UTF-8, pairing surrogates; a lone surrogate becomes U+FFFD. At most 3 bytes
 // per unit are written (a pair of units gives 4).
 class Utf8Writer {
-public:
+  public:
     explicit Utf8Writer(char* dst) : w_(dst) {}
     char* finish() {
         if (high_) put3(0xFFFD);
@@ -75,7 +75,7 @@ public:
         }
     }
 
-private:
+  private:
     void put3(std::uint32_t u) {
         *w_++ = static_cast<char>(0xE0 | (u >> 12));
         *w_++ = static_cast<char>(0x80 | ((u >> 6) & 0x3F));
@@ -105,7 +105,8 @@ char* writeUcs2(char* dst, const std::uint8_t* data, std::size_t length) {
         const __m128i high = _mm_set1_epi16(static_cast<short>(0xFF80));
         while (i + 16 <= length) {
             __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + i));
-            if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(v, high), _mm_setzero_si128())) != 0xFFFF) break;
+            if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(v, high), _mm_setzero_si128())) != 0xFFFF)
+                break;
             _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(v, v));
             out += 8;
             i += 16;
@@ -159,7 +160,8 @@ char* writeCodePageText(char* dst, const std::uint8_t* data, std::size_t length,
 }
 
 char* writeText(const Store& store, char* dst, const std::uint8_t* data, std::size_t length) {
-    return store.fmt->jet3 ? writeCodePageText(dst, data, length, store.codePage) : writeJet4Text(dst, data, length);
+    return store.fmt->jet3 ? writeCodePageText(dst, data, length, store.codePage)
+                           : writeJet4Text(dst, data, length);
 }
 
 void appendUcs2(std::string& out, const std::uint8_t* data, std::size_t length) {
@@ -170,7 +172,8 @@ void appendJet4Text(std::string& out, const std::uint8_t* data, std::size_t leng
     appendWith(out, length, [&](char* d) { return writeJet4Text(d, data, length); });
 }
 
-void appendCodePageText(std::string& out, const std::uint8_t* data, std::size_t length, std::uint16_t codePage) {
+void appendCodePageText(std::string& out, const std::uint8_t* data, std::size_t length,
+                        std::uint16_t codePage) {
     appendWith(out, length, [&](char* d) { return writeCodePageText(d, data, length, codePage); });
 }
 

@@ -7,21 +7,36 @@ namespace jet {
 
 std::string_view typeName(ColumnType type) noexcept {
     switch (type) {
-        case ColumnType::Boolean: return "Boolean";
-        case ColumnType::Byte: return "Byte";
-        case ColumnType::Integer: return "Integer";
-        case ColumnType::Long: return "Long";
-        case ColumnType::Currency: return "Currency";
-        case ColumnType::Single: return "Single";
-        case ColumnType::Double: return "Double";
-        case ColumnType::DateTime: return "DateTime";
-        case ColumnType::Binary: return "Binary";
-        case ColumnType::Text: return "Text";
-        case ColumnType::OLE: return "OLE";
-        case ColumnType::Memo: return "Memo";
-        case ColumnType::GUID: return "GUID";
-        case ColumnType::Decimal: return "Decimal";
-        case ColumnType::Unknown: break;
+        case ColumnType::Boolean:
+            return "Boolean";
+        case ColumnType::Byte:
+            return "Byte";
+        case ColumnType::Integer:
+            return "Integer";
+        case ColumnType::Long:
+            return "Long";
+        case ColumnType::Currency:
+            return "Currency";
+        case ColumnType::Single:
+            return "Single";
+        case ColumnType::Double:
+            return "Double";
+        case ColumnType::DateTime:
+            return "DateTime";
+        case ColumnType::Binary:
+            return "Binary";
+        case ColumnType::Text:
+            return "Text";
+        case ColumnType::OLE:
+            return "OLE";
+        case ColumnType::Memo:
+            return "Memo";
+        case ColumnType::GUID:
+            return "GUID";
+        case ColumnType::Decimal:
+            return "Decimal";
+        case ColumnType::Unknown:
+            break;
     }
     return "Unknown";
 }
@@ -84,8 +99,9 @@ std::string formatDateTime(DateTime value) {
 std::string formatGuid(const Guid& g) {
     const auto& b = g.bytes;
     char buf[40];
-    std::snprintf(buf, sizeof buf, "{%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X}", b[3], b[2],
-                  b[1], b[0], b[5], b[4], b[7], b[6], b[8], b[9], b[10], b[11], b[12], b[13], b[14], b[15]);
+    std::snprintf(buf, sizeof buf, "{%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X}",
+                  b[3], b[2], b[1], b[0], b[5], b[4], b[7], b[6], b[8], b[9], b[10], b[11], b[12], b[13],
+                  b[14], b[15]);
     return buf;
 }
 
@@ -137,7 +153,8 @@ std::string formatDecimal(const Decimal& value) {
 
 std::string formatCurrency(Currency value) {
     bool negative = value.scaled < 0;
-    std::uint64_t mag = negative ? 0 - static_cast<std::uint64_t>(value.scaled) : static_cast<std::uint64_t>(value.scaled);
+    std::uint64_t mag =
+        negative ? 0 - static_cast<std::uint64_t>(value.scaled) : static_cast<std::uint64_t>(value.scaled);
     return placePoint(std::to_string(mag), 4, negative);
 }
 

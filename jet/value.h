@@ -83,9 +83,9 @@ std::string formatCurrency(Currency value);
 using Bytes = std::vector<std::uint8_t>;
 
 class Value {
-public:
-    using Storage = std::variant<std::monostate, bool, std::uint8_t, std::int16_t, std::int32_t,
-                                 Currency, float, double, DateTime, std::string, Bytes, Guid, Decimal>;
+  public:
+    using Storage = std::variant<std::monostate, bool, std::uint8_t, std::int16_t, std::int32_t, Currency,
+                                 float, double, DateTime, std::string, Bytes, Guid, Decimal>;
 
     Value() = default;  // Null
     Value(ColumnType type, Storage data) : type_(type), data_(std::move(data)) {}
@@ -97,13 +97,17 @@ public:
     const Storage& storage() const noexcept { return data_; }
 
     template <class T>
-    const T& get() const { return std::get<T>(data_); }
+    const T& get() const {
+        return std::get<T>(data_);
+    }
     template <class T>
-    const T* getIf() const noexcept { return std::get_if<T>(&data_); }
+    const T* getIf() const noexcept {
+        return std::get_if<T>(&data_);
+    }
 
     friend bool operator==(const Value&, const Value&) = default;
 
-private:
+  private:
     ColumnType type_ = ColumnType::Unknown;
     Storage data_;
 };

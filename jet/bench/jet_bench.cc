@@ -20,7 +20,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-double seconds(Clock::time_point a, Clock::time_point b) { return std::chrono::duration<double>(b - a).count(); }
+double seconds(Clock::time_point a, Clock::time_point b) {
+    return std::chrono::duration<double>(b - a).count();
+}
 
 // Decodes every column of every row; text through the cursor's reusable buffer.
 std::uint64_t fullScan(const jet::Table& table, std::uint64_t& checksum) {
@@ -101,7 +103,8 @@ int main(int argc, char** argv) {
         }
         for (const auto& l : lines) {
             std::printf("%-26s %8llu rows  %9.2f ms  %12.0f rows/s\n", l.what.c_str(),
-                        static_cast<unsigned long long>(l.rows), l.secs * 1e3, static_cast<double>(l.rows) / l.secs);
+                        static_cast<unsigned long long>(l.rows), l.secs * 1e3,
+                        static_cast<double>(l.rows) / l.secs);
         }
         if (withMdbtools) {
             for (std::size_t i = 0; i < 2; ++i) {
@@ -113,8 +116,9 @@ int main(int argc, char** argv) {
                 }
                 double theirs = static_cast<double>(lines[i].rows) / s;
                 double ours = static_cast<double>(lines[i].rows) / lines[i].secs;
-                std::printf("mdb-export %-15s %8llu rows  %9.2f ms  %12.0f rows/s  engine is %.1fx faster\n", name,
-                            static_cast<unsigned long long>(lines[i].rows), s * 1e3, theirs, ours / theirs);
+                std::printf("mdb-export %-15s %8llu rows  %9.2f ms  %12.0f rows/s  engine is %.1fx faster\n",
+                            name, static_cast<unsigned long long>(lines[i].rows), s * 1e3, theirs,
+                            ours / theirs);
             }
         }
         struct rusage ru {};

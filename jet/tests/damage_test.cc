@@ -2,8 +2,8 @@
 // make the engine either read on or stop with a jet::Error (3049 naming page and offset, or one
 // of the open errors), never crash, hang or run out of memory. The sanitizer build runs the
 // same test and turns any out-of-bounds read or undefined behaviour into a failure.
-#include <gtest/gtest.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -53,8 +53,8 @@ Outcome damage(const std::string& fixture, std::size_t perType) {
     }
 
     Outcome out;
-    std::vector<std::size_t> offsets = {0, 1, 2, 3, 4, 5, 8, 9, 10, 12, 13, 14, 15, 16, 20, 24, 27, 40, 41, 43, 45,
-                                        47, 51, 55, 56, 59, 63, 64, 70, 90, 0x66, 0x80};
+    std::vector<std::size_t> offsets = {0,  1,  2,  3,  4,  5,  8,  9,  10, 12, 13, 14, 15, 16, 20,   24,
+                                        27, 40, 41, 43, 45, 47, 51, 55, 56, 59, 63, 64, 70, 90, 0x66, 0x80};
     for (std::size_t k = 1; k < 8; ++k) offsets.push_back(k * pageSize / 8);
     for (std::size_t k = 1; k <= 12; ++k) offsets.push_back(pageSize - k * 5);
 
@@ -116,11 +116,11 @@ TEST_P(Damage, EveryFailureIsAJetError) {
     EXPECT_LT(ru.ru_maxrss, 1024L * 1024L) << "KiB";  // under 1 GiB even under the sanitizers
 }
 
-INSTANTIATE_TEST_SUITE_P(Corpus, Damage,
-                         ::testing::Values("access-corpus/V1997/testV1997.mdb", "access-corpus/V1997/delColTestV1997.mdb",
-                                           "access-corpus/V2000/delColTestV2000.mdb",
-                                           "access-corpus/V2000/overflowTestV2000.mdb",
-                                           "access-corpus/V2000/test2V2000.mdb", "suite/drive_c/KELDATA/Office.mdb"),
-                         paramName);
+INSTANTIATE_TEST_SUITE_P(
+    Corpus, Damage,
+    ::testing::Values("access-corpus/V1997/testV1997.mdb", "access-corpus/V1997/delColTestV1997.mdb",
+                      "access-corpus/V2000/delColTestV2000.mdb", "access-corpus/V2000/overflowTestV2000.mdb",
+                      "access-corpus/V2000/test2V2000.mdb", "suite/drive_c/KELDATA/Office.mdb"),
+    paramName);
 
 }  // namespace

@@ -48,7 +48,8 @@ void encrypt(const std::filesystem::path& file, std::uint32_t key) {
     const std::size_t maskLength = bytes[0x14] == 0 ? 126 : 128;
     const std::uint8_t headerKey[4] = {0xC7, 0xDA, 0x39, 0x6B};
     jet::detail::rc4(headerKey, 4, bytes.data() + 0x18, maskLength);
-    for (int i = 0; i < 4; ++i) bytes[0x3E + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(key >> (8 * i));
+    for (int i = 0; i < 4; ++i)
+        bytes[0x3E + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(key >> (8 * i));
     jet::detail::rc4(headerKey, 4, bytes.data() + 0x18, maskLength);
     for (std::size_t p = 1; p < bytes.size() / pageSize; ++p) {
         std::uint32_t k = key ^ static_cast<std::uint32_t>(p);
@@ -100,7 +101,8 @@ TEST(JetErrors, MissingTableIs3078WithJetText) {
     } catch (const jet::Error& e) {
         EXPECT_EQ(e.number(), 3078);
         EXPECT_EQ(e.description(),
-                  "The Microsoft Jet database engine cannot find the input table or query 'NoSuchTable'.  Make sure "
+                  "The Microsoft Jet database engine cannot find the input table or query 'NoSuchTable'.  "
+                  "Make sure "
                   "it exists and that its name is spelled correctly.");
     }
 }
@@ -119,11 +121,12 @@ TEST(JetErrors, CatalogDamageIs3049NamingPageAndOffset) {
         ASSERT_TRUE(e.location().has_value());
         EXPECT_EQ(e.location()->page, 2u);
         EXPECT_EQ(e.location()->offset, 0u);
-        EXPECT_EQ(e.description().rfind("Cannot open database '" + file.string() +
-                                            "'.  It may not be a database that your application recognizes, or the "
-                                            "file may be corrupt. (page 2, offset 0",
-                                        0),
-                  0u)
+        EXPECT_EQ(
+            e.description().rfind("Cannot open database '" + file.string() +
+                                      "'.  It may not be a database that your application recognizes, or the "
+                                      "file may be corrupt. (page 2, offset 0",
+                                  0),
+            0u)
             << e.description();
     }
 }
@@ -187,8 +190,10 @@ TEST(JetCatalog, TableDefsInDaoOrderWithAttributes) {
     std::vector<std::string> names;
     for (const auto& t : db.tableDefs()) names.push_back(t.name);
     const std::vector<std::string> expected = {
-        "Appraiser", "AppraiserFee", "Assigned", "Client", "ClientContact", "ClientFee", "Company", "FormTypes", "Invoice",
-        "MSysAccessObjects", "MSysACEs", "MSysObjects", "MSysQueries", "MSysRelationships", "Property", "Rates-2006",
+        "Appraiser",     "AppraiserFee",      "Assigned", "Client",
+        "ClientContact", "ClientFee",         "Company",  "FormTypes",
+        "Invoice",       "MSysAccessObjects", "MSysACEs", "MSysObjects",
+        "MSysQueries",   "MSysRelationships", "Property", "Rates-2006",
         "Users"};
     EXPECT_EQ(names, expected);
     for (const auto& t : db.tableDefs()) {
@@ -229,7 +234,8 @@ TEST(JetTable, CountsAndCaseInsensitiveNames) {
 
 TEST(JetTable, DeletedRowsAreSkippedAndCountsAgree) {
     TempDir tmp;
-    for (const char* fixture : {"access-corpus/V2000/delTestV2000.mdb", "access-corpus/V1997/delTestV1997.mdb"}) {
+    for (const char* fixture :
+         {"access-corpus/V2000/delTestV2000.mdb", "access-corpus/V1997/delTestV1997.mdb"}) {
         jet::Database db = jet::Database::open(tmp.copy(fixture));
         for (const auto& def : db.tableDefs()) {
             if (def.type != 1) continue;
@@ -276,8 +282,10 @@ TEST(JetCursor, CurrencyDateAndBooleanForms) {
     TempDir tmp;
     jet::Database db = jet::Database::open(tmp.copy("access-corpus/V2000/testV2000.mdb"));
     std::string text = exportText(db, "Table1");
-    EXPECT_NE(text.find("[\"abcdefg\",\"hijklmnop\",2,222,333333333,444.555,\"1974-09-21 00:00:00\",\"3.5000\",true]"),
-              std::string::npos)
+    EXPECT_NE(
+        text.find(
+            "[\"abcdefg\",\"hijklmnop\",2,222,333333333,444.555,\"1974-09-21 00:00:00\",\"3.5000\",true]"),
+        std::string::npos)
         << text;
 }
 
@@ -376,7 +384,8 @@ namespace {
 // the order must come from the index itself.
 TEST(JetCatalog, OrderComesFromTheNameIndex) {
     jettest::TempDir tmp;
-    for (const char* fixture : {"access-corpus/V1997/testIndexCodesV1997.mdb", "access-corpus/V2000/testIndexPropertiesV2000.mdb"}) {
+    for (const char* fixture : {"access-corpus/V1997/testIndexCodesV1997.mdb",
+                                "access-corpus/V2000/testIndexPropertiesV2000.mdb"}) {
         jet::Database db = jet::Database::open(tmp.copy(fixture));
         std::vector<std::string> names;
         for (const auto& t : db.tableDefs()) names.push_back(t.name);

@@ -32,7 +32,7 @@ struct Json {
 };
 
 class JsonParser {
-public:
+  public:
     explicit JsonParser(std::string_view text) : s_(text) {}
 
     Json parse() {
@@ -42,7 +42,7 @@ public:
         return v;
     }
 
-private:
+  private:
     [[noreturn]] void fail(const char* what) const {
         throw std::runtime_error(std::string("JSON: ") + what + " at " + std::to_string(i_));
     }
@@ -92,11 +92,21 @@ private:
             if (i_ >= s_.size()) fail("bad escape");
             char e = s_[i_++];
             switch (e) {
-                case 'n': out.push_back('\n'); break;
-                case 'r': out.push_back('\r'); break;
-                case 't': out.push_back('\t'); break;
-                case 'b': out.push_back('\b'); break;
-                case 'f': out.push_back('\f'); break;
+                case 'n':
+                    out.push_back('\n');
+                    break;
+                case 'r':
+                    out.push_back('\r');
+                    break;
+                case 't':
+                    out.push_back('\t');
+                    break;
+                case 'b':
+                    out.push_back('\b');
+                    break;
+                case 'f':
+                    out.push_back('\f');
+                    break;
                 case 'u': {
                     std::uint32_t cp = hex4();
                     if (cp >= 0xD800 && cp <= 0xDBFF && s_.substr(i_, 2) == "\\u") {
@@ -107,7 +117,8 @@ private:
                     putUtf8(out, cp);
                     break;
                 }
-                default: out.push_back(e);
+                default:
+                    out.push_back(e);
             }
         }
         if (i_ >= s_.size()) fail("unterminated string");
@@ -183,7 +194,8 @@ private:
             return v;
         }
         std::size_t start = i_;
-        while (i_ < s_.size() && std::string_view("+-0123456789.eE").find(s_[i_]) != std::string_view::npos) ++i_;
+        while (i_ < s_.size() && std::string_view("+-0123456789.eE").find(s_[i_]) != std::string_view::npos)
+            ++i_;
         if (start == i_) fail("unexpected character");
         v.kind = Json::Number;
         v.numText = std::string(s_.substr(start, i_ - start));
@@ -195,6 +207,8 @@ private:
     std::size_t i_ = 0;
 };
 
-inline Json parseJson(std::string_view text) { return JsonParser(text).parse(); }
+inline Json parseJson(std::string_view text) {
+    return JsonParser(text).parse();
+}
 
 }  // namespace jettest

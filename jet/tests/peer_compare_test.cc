@@ -60,7 +60,8 @@ double parseStamp(const std::string& s) {
     int y = 0, mo = 0, d = 0, h = 0, mi = 0;
     double sec = 0;
     if (std::sscanf(s.c_str(), "%d-%d-%d %d:%d:%lf", &y, &mo, &d, &h, &mi, &sec) != 6) return NAN;
-    return static_cast<double>(daysFromCivil(y, static_cast<unsigned>(mo), static_cast<unsigned>(d))) * 86400.0 +
+    return static_cast<double>(daysFromCivil(y, static_cast<unsigned>(mo), static_cast<unsigned>(d))) *
+               86400.0 +
            h * 3600.0 + mi * 60.0 + sec;
 }
 
@@ -80,7 +81,8 @@ std::string normalizeNumber(std::string s) {
 std::string normalizeGuid(std::string s) {
     std::string out;
     for (char c : s)
-        if (c != '{' && c != '}') out.push_back(static_cast<char>(std::toupper(static_cast<unsigned char>(c))));
+        if (c != '{' && c != '}')
+            out.push_back(static_cast<char>(std::toupper(static_cast<unsigned char>(c))));
     return out;
 }
 
@@ -131,25 +133,35 @@ bool sameValue(const std::string& type, const Json& ours, const Json& peer) {
         }
         return false;
     }
-    if (type == "Currency" || type == "Decimal") return normalizeNumber(ours.str) == normalizeNumber(peer.str);
+    if (type == "Currency" || type == "Decimal")
+        return normalizeNumber(ours.str) == normalizeNumber(peer.str);
     if (type == "GUID") return normalizeGuid(ours.str) == normalizeGuid(peer.str);
     if (type == "Single") return static_cast<float>(ours.num) == static_cast<float>(peer.num);
     if (ours.kind != peer.kind) return false;
     switch (ours.kind) {
-        case Json::Bool: return ours.b == peer.b;
-        case Json::Number: return ours.num == peer.num;
-        case Json::String: return ours.str == peer.str;
-        default: return false;
+        case Json::Bool:
+            return ours.b == peer.b;
+        case Json::Number:
+            return ours.num == peer.num;
+        case Json::String:
+            return ours.str == peer.str;
+        default:
+            return false;
     }
 }
 
 std::string show(const Json& v) {
     switch (v.kind) {
-        case Json::Null: return "null";
-        case Json::Bool: return v.b ? "true" : "false";
-        case Json::Number: return v.numText;
-        case Json::String: return "\"" + v.str.substr(0, 80) + "\"";
-        default: return "?";
+        case Json::Null:
+            return "null";
+        case Json::Bool:
+            return v.b ? "true" : "false";
+        case Json::Number:
+            return v.numText;
+        case Json::String:
+            return "\"" + v.str.substr(0, 80) + "\"";
+        default:
+            return "?";
     }
 }
 
@@ -298,7 +310,8 @@ std::string hexOfBase64(const std::string& b64) {
 
 bool sameAsCsv(const std::string& type, const Json& ours, const CsvField& f) {
     if (ours.kind == Json::Null) return f.null || (f.text.empty() && (type == "Binary" || type == "OLE"));
-    if (f.null) return (type == "Text" || type == "Memo" || type == "Binary" || type == "OLE") && ours.str.empty();
+    if (f.null)
+        return (type == "Text" || type == "Memo" || type == "Binary" || type == "OLE") && ours.str.empty();
     if (type == "Boolean") return (ours.b ? "1" : "0") == f.text;
     if (type == "Text" || type == "Memo") {
         if (ours.str == f.text) return true;
@@ -370,7 +383,8 @@ TEST_P(PeerCompare, EveryTableAgreesWithMdbReader) {
         if (!theirs.error.empty()) {
             // mdb-reader rejects tables with column types it does not know (MSysAccessObjects'
             // Data column, for one); the engine reads them.
-            EXPECT_NE(theirs.error.find("Unsupported column type"), std::string::npos) << def.name << ": " << theirs.error;
+            EXPECT_NE(theirs.error.find("Unsupported column type"), std::string::npos)
+                << def.name << ": " << theirs.error;
             continue;
         }
         ++compared;
@@ -466,7 +480,8 @@ TEST_P(PeerCompare, UserTablesAgreeWithMdbExport) {
             }
             std::string why;
             if (!found) rowMatches(r, rows[r], &why);
-            EXPECT_TRUE(found) << def.name << " row " << r << " has no match in mdb-export's rows (" << why << ")";
+            EXPECT_TRUE(found) << def.name << " row " << r << " has no match in mdb-export's rows (" << why
+                               << ")";
         }
     }
     SUCCEED() << compared << " tables compared";
@@ -475,8 +490,8 @@ TEST_P(PeerCompare, UserTablesAgreeWithMdbExport) {
 std::vector<std::string> corpusFiles() {
     std::vector<std::string> out;
     auto root = jettest::fixturesDir();
-    for (const char* dir : {"access-corpus/V1997", "access-corpus/V2000", "access-corpus", "suite/drive_c/KEL",
-                            "suite/drive_c/KELDATA", "suite/drive_c/KELUSER"}) {
+    for (const char* dir : {"access-corpus/V1997", "access-corpus/V2000", "access-corpus",
+                            "suite/drive_c/KEL", "suite/drive_c/KELDATA", "suite/drive_c/KELUSER"}) {
         std::vector<std::string> here;
         for (const auto& e : std::filesystem::directory_iterator(root / dir)) {
             if (e.is_regular_file() && e.path().extension() == ".mdb")
@@ -490,8 +505,7 @@ std::vector<std::string> corpusFiles() {
 
 std::string testName(const ::testing::TestParamInfo<std::string>& info) {
     std::string s;
-    for (char c : info.param)
-        s.push_back(std::isalnum(static_cast<unsigned char>(c)) ? c : '_');
+    for (char c : info.param) s.push_back(std::isalnum(static_cast<unsigned char>(c)) ? c : '_');
     return s;
 }
 

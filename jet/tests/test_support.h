@@ -12,12 +12,16 @@
 
 namespace jettest {
 
-inline std::filesystem::path sharedDir() { return std::filesystem::path(QX_SHARED_DIR); }
-inline std::filesystem::path fixturesDir() { return sharedDir() / "fixtures"; }
+inline std::filesystem::path sharedDir() {
+    return std::filesystem::path(QX_SHARED_DIR);
+}
+inline std::filesystem::path fixturesDir() {
+    return sharedDir() / "fixtures";
+}
 
 // A temporary folder removed with everything in it when the object goes.
 class TempDir {
-public:
+  public:
     TempDir() {
         std::string pattern = (std::filesystem::temp_directory_path() / "qxjet-XXXXXX").string();
         std::vector<char> buf(pattern.begin(), pattern.end());
@@ -38,19 +42,22 @@ public:
         std::filesystem::path from = fixture.is_absolute() ? fixture : fixturesDir() / fixture;
         std::filesystem::path to = path_ / from.filename();
         std::filesystem::copy_file(from, to, std::filesystem::copy_options::overwrite_existing);
-        std::filesystem::permissions(to, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+        std::filesystem::permissions(
+            to, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
         return to;
     }
 
-private:
+  private:
     std::filesystem::path path_;
 };
 
 inline std::string shellQuote(const std::string& s) {
     std::string out = "'";
     for (char c : s) {
-        if (c == '\'') out += "'\\''";
-        else out.push_back(c);
+        if (c == '\'')
+            out += "'\\''";
+        else
+            out.push_back(c);
     }
     return out + "'";
 }

@@ -710,7 +710,7 @@ RowSet RowSet::open(const Database& db, std::string_view sql) {
             return RowSet(std::move(impl));
         }
         impl->filtered = true;
-        if (stamp && likeOnly(*condition, likeColumns)) {
+        if (stamp && likeOnly(*condition, likeColumns) && !likeColumns.empty()) {
             CachedColumns data(columns.size());
             std::vector<std::size_t> missing;
             for (const std::size_t c : likeColumns) {

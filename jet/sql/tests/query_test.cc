@@ -157,6 +157,30 @@ TEST_F(QueryTest, ComparisonsOfNumbersAndText) {
     EXPECT_EQ(ab, 1u);
 }
 
+TEST_F(QueryTest, BooleansFunctionsAndSigns) {
+    const std::size_t paid = countDirect("Invoice", [](const Table& t, const Cursor& c) {
+        const auto col = static_cast<std::size_t>(t.findColumn("Paid"));
+        return c.value(col).get<bool>();
+    });
+    const std::size_t all = run("SELECT * FROM Invoice").recordCount();
+    ASSERT_GT(paid, 0u);
+    ASSERT_LT(paid, all);
+    EXPECT_EQ(run("SELECT * FROM Invoice WHERE Paid = True").recordCount(), paid);
+    EXPECT_EQ(run("SELECT * FROM Invoice WHERE Paid").recordCount(), paid);
+    EXPECT_EQ(run("SELECT * FROM Invoice WHERE NOT Paid").recordCount(), all - paid);
+    EXPECT_EQ(run("SELECT * FROM Invoice WHERE Paid LIKE '-1'").recordCount(), paid);
+    EXPECT_EQ(run("SELECT * FROM Invoice WHERE Paid = -1 AND InvoiceID > 0").recordCount(), paid);
+    EXPECT_EQ(run("SELECT * FROM Property WHERE LCASE(City) LIKE '%york%' AND PropertyID > 0").recordCount(),
+              run("SELECT * FROM Property WHERE UCASE(City) LIKE '%YORK%'").recordCount());
+    EXPECT_EQ(run("SELECT * FROM Property WHERE -PropertyID <= -391").recordCount(), 10u);
+    EXPECT_EQ(run("SELECT * FROM Property WHERE UCASE(City) = 'YORK' AND PropertyID > 0").recordCount(),
+              run("SELECT * FROM Property WHERE City LIKE 'york'").recordCount());
+    EXPECT_EQ(run("SELECT * FROM Property WHERE City < 'B' OR City >= 'B'").recordCount(),
+              run("SELECT * FROM Property WHERE City IS NOT NULL").recordCount());
+    EXPECT_EQ(run("SELECT * FROM Property WHERE NULL").recordCount(), 0u);
+    EXPECT_EQ(run("SELECT * FROM Property WHERE City LIKE NULL OR PropertyID = 1").recordCount(), 1u);
+}
+
 TEST_F(QueryTest, SelectedColumnsOnly) {
     RowSet rs = run("SELECT City, [Zip] FROM Property AS p WHERE p.PropertyID = 1");
     ASSERT_EQ(rs.fields().size(), 2u);

@@ -499,7 +499,7 @@ std::vector<std::uint8_t> testAllCached(const Node& n, std::size_t rows, const C
             // and conditions that leave few rows to test. When a sample shows the literal to be
             // found in fewer than half the values while most rows are to be tested, the rest of
             // the column is searched as one block, the search skipping what lies between hits.
-            constexpr std::size_t kSample = 2048;
+            const std::size_t kSample = std::min<std::size_t>(2048, std::max<std::size_t>(16, rows / 4));
             std::size_t seen = 0, sampled = 0, hits = 0;
             std::size_t r = 0;
             for (; r < rows; ++r) {

@@ -19,14 +19,17 @@ std::optional<FileStamp> stampOf(const std::string& path) {
     s.size = static_cast<std::uint64_t>(st.st_size);
     s.modifiedSeconds = static_cast<std::int64_t>(st.st_mtim.tv_sec);
     s.modifiedNanoseconds = static_cast<std::int64_t>(st.st_mtim.tv_nsec);
+    s.changedSeconds = static_cast<std::int64_t>(st.st_ctim.tv_sec);
+    s.changedNanoseconds = static_cast<std::int64_t>(st.st_ctim.tv_nsec);
     return s;
 }
 
 bool settled(const FileStamp& stamp) {
     struct timespec now {};
     if (::clock_gettime(CLOCK_REALTIME, &now) != 0) return false;
-    const std::int64_t age = static_cast<std::int64_t>(now.tv_sec) - stamp.modifiedSeconds;
-    return age >= kSettleSeconds;
+    // Writes move the change time together with the modification time, so the latter is enough
+    // to tell a file that is being written.
+    return static_cast<std::int64_t>(now.tv_sec) - stamp.modifiedSeconds >= kSettleSeconds;
 }
 
 namespace {

@@ -6,8 +6,10 @@
 // reads no page at all; it also keeps the live row count of a table.
 //
 // Entries are tied to the file's identity as the operating system reports it (device, inode,
-// size, modification time to the nanosecond): any write to the file, by this process or another,
-// changes the stamp and the entries of the old stamp are never used again. An entry is stored
+// size, modification and change times to the nanosecond): any write to the file, by this process
+// or another, changes the stamp and the entries of the old stamp are never used again. The change
+// time matters because a copy that restores an old modification time (cp -p of a backup) still
+// gets a new change time. An entry is stored
 // only when the stamp was the same before and after the scan that built it, and only once the
 // file has been left alone for kSettleSeconds: file systems keep modification times in coarse
 // ticks, so a write that follows another within one tick could leave the time unchanged, and a
@@ -29,6 +31,7 @@ namespace jet::sql::detail {
 struct FileStamp {
     std::uint64_t device = 0, inode = 0, size = 0;
     std::int64_t modifiedSeconds = 0, modifiedNanoseconds = 0;
+    std::int64_t changedSeconds = 0, changedNanoseconds = 0;
     friend bool operator==(const FileStamp&, const FileStamp&) = default;
 };
 

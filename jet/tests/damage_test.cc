@@ -124,3 +124,33 @@ INSTANTIATE_TEST_SUITE_P(
     paramName);
 
 }  // namespace
+
+namespace {
+
+// Files cut short (a copy interrupted, a disk full): every length must read or fail with a
+// jet::Error.
+TEST(Truncated, EveryLengthReadsOrFailsWithAJetError) {
+    for (const char* fixture : {"access-corpus/V2000/testV2000.mdb", "access-corpus/V1997/testV1997.mdb"}) {
+        jettest::TempDir tmp;
+        auto file = tmp.copy(fixture);
+        const auto original = std::filesystem::file_size(file);
+        std::size_t failures = 0, tried = 0;
+        for (std::uintmax_t length = 0; length < original; length += length < 16384 ? 1021 : 40961) {
+            std::filesystem::remove(file);
+            file = tmp.copy(fixture);
+            std::filesystem::resize_file(file, length);
+            ++tried;
+            try {
+                (void)jettest::exerciseDatabase(file);
+            } catch (const jet::Error& e) {
+                ++failures;
+                EXPECT_TRUE(e.number() == jet::errc::kCannotOpen || e.number() == jet::errc::kUnrecognizedFormat)
+                    << length << ": " << e.description();
+            }
+        }
+        EXPECT_GT(tried, 10u);
+        EXPECT_GT(failures, 0u) << fixture;
+    }
+}
+
+}  // namespace

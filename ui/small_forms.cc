@@ -23,8 +23,9 @@ FormView::FormView(const char* formName, QWidget* parent) : QDialog(parent) {
 }
 
 void FormView::reject() {
-    // Escape and the frame's close button go the same way: through the form's close handling.
-    close();
+    // Escape does not close these forms: none of them has a cancel button bound to the key, so the
+    // key is the text box's or nobody's. Only the frame's close button (closeEvent) and the forms'
+    // own buttons close them.
 }
 
 void FormView::closeEvent(QCloseEvent* event) {

@@ -15,10 +15,11 @@ class FormView : public QDialog {
   public:
     explicit FormView(const char* formName, QWidget* parent = nullptr);
 
-    // Called when the user closes the form with its window frame (or Escape); returning false
-    // keeps it open. Without a handler the form just hides.
+    // Called when the user closes the form with its window frame; returning false keeps it open.
+    // Without a handler the form just hides.
     std::function<bool()> onCloseRequest;
 
+    // Escape: ignored (see small_forms.cc).
     void reject() override;
 
   protected:

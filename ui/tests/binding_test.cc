@@ -35,6 +35,10 @@ TEST(Binding, AModalFormBlocksTheMainWindowUntilItCloses) {
     EXPECT_TRUE(warning->isVisible());
     EXPECT_EQ(warning->windowModality(), Qt::ApplicationModal);
     EXPECT_EQ(str(warning->windowTitle()), "Backup Declaration");
+    // Escape does not close it: the form has no button bound to the key.
+    QTest::keyClick(warning, Qt::Key_Escape);
+    EXPECT_TRUE(warning->isVisible());
+    EXPECT_TRUE(user.app().frmWarning().loaded());
     // A click on the main window does not reach the program while the warning is up.
     user.click("cmdWinDIR");
     EXPECT_EQ(user.text("lblWindows"), "");

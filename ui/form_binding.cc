@@ -187,7 +187,12 @@ FormBinding::~FormBinding() {
 
 void FormBinding::gesture(const std::function<void()>& action) {
     if (syncing_) return;  // a widget signal raised by the sync itself is no gesture
-    if (!binder_.screen().acceptsInput(form_)) return;
+    if (!binder_.screen().acceptsInput(form_)) {
+        // A modal form is in front: the gesture never reaches the program, and whatever the widget
+        // did on its own (a tick, a radio dot) is put back.
+        binder_.syncAll();
+        return;
+    }
     binder_.dispatch(action);
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <map>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -651,6 +652,39 @@ struct RowSet::Impl {
     std::optional<Cursor> reader;
     std::uint64_t readerOrdinal = 0;  // ordinal of the row the reader stands on; valid if started
     bool readerStarted = false;
+    // Rows read lately, by result index. A grid that scrolls backwards asks for rows behind the
+    // reader; rather than restart the scan for each of them, a restart reads the kWindow rows up
+    // to the one asked for and keeps them.
+    static constexpr std::size_t kWindow = 128;
+    std::map<std::size_t, std::vector<Value>> recent;
+
+    std::uint64_t ordinal(std::size_t index) const { return filtered ? matches[index] : index; }
+    // Moves the reader onto scan ordinal `target`, restarting the scan when it lies behind.
+    void moveTo(std::uint64_t target) {
+        if (!reader || !readerStarted || readerOrdinal > target) {
+            reader.emplace(table.cursor());
+            readerStarted = false;
+        }
+        while (!readerStarted || readerOrdinal < target) {
+            if (!reader->next()) {
+                // The table lost rows since the keyset was taken.
+                reader.reset();
+                throw makeError(Failure::NoCurrentRecord);
+            }
+            if (readerStarted) {
+                ++readerOrdinal;
+            } else {
+                readerStarted = true;
+                readerOrdinal = 0;
+            }
+        }
+    }
+    std::vector<Value> current() const {
+        std::vector<Value> values;
+        values.reserve(fieldColumns.size());
+        for (const std::size_t c : fieldColumns) values.push_back(reader->value(c));
+        return values;
+    }
 
     explicit Impl(Table t) : table(std::move(t)) {}
 };
@@ -761,28 +795,23 @@ const std::string& RowSet::tableName() const noexcept { return impl_->name; }
 std::vector<Value> RowSet::row(std::size_t index) {
     Impl& d = *impl_;
     if (index >= d.count) throw makeError(Failure::NoCurrentRecord);
-    const std::uint64_t target = d.filtered ? d.matches[index] : index;
+    if (const auto kept = d.recent.find(index); kept != d.recent.end()) return kept->second;
     try {
-        if (!d.reader || !d.readerStarted || d.readerOrdinal > target) {
-            d.reader.emplace(d.table.cursor());
-            d.readerStarted = false;
+        const std::uint64_t target = d.ordinal(index);
+        std::size_t from = index;
+        if (d.readerStarted && d.reader && d.readerOrdinal > target)
+            from = index >= Impl::kWindow - 1 ? index - (Impl::kWindow - 1) : 0;
+        // Keep only rows near the one asked for.
+        for (auto it = d.recent.begin(); it != d.recent.end();) {
+            const std::size_t k = it->first;
+            const bool near = k + 2 * Impl::kWindow >= index && k <= index + 2 * Impl::kWindow;
+            it = near ? std::next(it) : d.recent.erase(it);
         }
-        while (!d.readerStarted || d.readerOrdinal < target) {
-            if (!d.reader->next()) {
-                // The table lost rows since the keyset was taken.
-                d.reader.reset();
-                throw makeError(Failure::NoCurrentRecord);
-            }
-            if (d.readerStarted) ++d.readerOrdinal;
-            else {
-                d.readerStarted = true;
-                d.readerOrdinal = 0;
-            }
+        for (std::size_t k = from; k <= index; ++k) {
+            d.moveTo(d.ordinal(k));
+            d.recent[k] = d.current();
         }
-        std::vector<Value> values;
-        values.reserve(d.fieldColumns.size());
-        for (const std::size_t c : d.fieldColumns) values.push_back(d.reader->value(c));
-        return values;
+        return d.recent[index];
     } catch (const Error& e) {
         if (e.number() < 0 || e.number() == 3021) throw;
         throw throughProvider(e);

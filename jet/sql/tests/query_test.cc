@@ -107,6 +107,23 @@ TEST_F(QueryTest, RowsCanBeReadInAnyOrder) {
     }
 }
 
+TEST_F(QueryTest, RowsReadBackwardsOrAtRandomEqualRowsReadForwards) {
+    for (const std::string sql : {"SELECT * FROM Property", "SELECT * FROM Invoice WHERE InvoiceDate LIKE '%/200%'"}) {
+        RowSet forwards = run(sql);
+        std::vector<std::vector<Value>> rows;
+        for (std::size_t i = 0; i < forwards.recordCount(); ++i) rows.push_back(forwards.row(i));
+        ASSERT_GT(rows.size(), 150u) << sql;
+        RowSet backwards = run(sql);
+        for (std::size_t i = rows.size(); i-- > 0;) ASSERT_EQ(backwards.row(i), rows[i]) << sql << " row " << i;
+        std::uint32_t seed = 5;
+        for (int n = 0; n < 200; ++n) {
+            seed = seed * 1103515245u + 12345u;
+            const std::size_t i = (seed >> 8) % rows.size();
+            ASSERT_EQ(backwards.row(i), rows[i]) << sql << " row " << i;
+        }
+    }
+}
+
 TEST_F(QueryTest, NullNeverMatchesLikeNorNotLike) {
     const std::size_t all = run("SELECT * FROM Invoice").recordCount();
     const std::size_t like = run("SELECT * FROM Invoice WHERE check1 LIKE '%'").recordCount();

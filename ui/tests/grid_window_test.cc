@@ -81,6 +81,20 @@ TEST(GridWindow, ComingBackToTheSearchTabClearsTheCriteriaTypedBefore) {
     EXPECT_TRUE(user.app().frmMain().optSearch(11).value());
 }
 
+TEST(GridWindow, TheGridsCarryTheEditingPermissionsTheProgramSets) {
+    Session user;
+    ASSERT_TRUE(user.start());
+    auto* view = user.find<QTableView>("grdListing");
+    ASSERT_NE(view, nullptr);
+    EXPECT_FALSE(view->property("allowUpdate").toBool());
+    ASSERT_TRUE(user.windows().binder().dispatch([&] { user.app().frmMain().grdListing.setEditing(true); }));
+    EXPECT_TRUE(view->property("allowAddNew").toBool());
+    EXPECT_TRUE(view->property("allowDelete").toBool());
+    EXPECT_TRUE(view->property("allowUpdate").toBool());
+    // The window never writes to a database itself.
+    EXPECT_EQ(view->editTriggers(), QAbstractItemView::NoEditTriggers);
+}
+
 TEST(GridWindow, ThePagesClearEmptiesTheSearchGrid) {
     Session user;
     ASSERT_TRUE(user.start());

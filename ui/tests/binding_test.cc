@@ -1,10 +1,16 @@
 // The binding's own duties: modal and modeless windows, the hourglass, and message boxes that
 // carry exactly the program's title, text, buttons and icon.
+#include <QAction>
 #include <QApplication>
+#include <QCheckBox>
 #include <QCursor>
+#include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
+#include <QMenu>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QTest>
 #include <QTimer>
 
@@ -174,6 +180,112 @@ TEST(Binding, MessageBoxTextIsNeverReadAsMarkup) {
     });
     boxes.show("<b>t</b>", "<i>x</i>", platform::Buttons::OK, platform::Icon::Information);
     EXPECT_EQ(format, Qt::PlainText);
+}
+
+}  // namespace
+}  // namespace qx::ui::testing
+
+namespace qx::ui::testing {
+namespace {
+
+// Every control of every form has its widget, named after it, and the widget shows what the
+// control holds.
+void expectEveryWidgetShowsItsControl(Session& user) {
+    std::vector<std::string> missing;
+    for (forms::Form* form : user.app().screen().forms()) {
+        QWidget* view = user.windows().view(form->name().c_str());
+        ASSERT_NE(view, nullptr) << form->name();
+        EXPECT_EQ(s(view->windowTitle()), form->caption()) << form->name();
+        EXPECT_EQ(view->isVisible(), form->loaded() && form->visible()) << form->name();
+        for (forms::Control* c : form->controls()) {
+            const std::string name =
+                c->index() >= 0 ? c->name() + "(" + std::to_string(c->index()) + ")" : c->name();
+            QObject* object = view->findChild<QObject*>(q(name));
+            if (!object) {
+                missing.push_back(c->path());
+                continue;
+            }
+            auto* w = qobject_cast<QWidget*>(object);
+            if (auto* menu = qobject_cast<QMenu*>(object)) {
+                // A menu bar entry: its popup is hidden until opened; the entry itself shows.
+                EXPECT_EQ(menu->menuAction()->isVisible(), c->visible()) << c->path();
+                EXPECT_EQ(s(menu->title()), static_cast<forms::MenuItem*>(c)->caption()) << c->path();
+            } else if (w) {
+                EXPECT_EQ(w->isHidden(), !c->visible()) << c->path();
+                EXPECT_EQ(s(w->toolTip()), c->toolTipText()) << c->path();
+            }
+            switch (c->kind()) {
+                case forms::ControlKind::Label:
+                    EXPECT_EQ(s(qobject_cast<QLabel*>(object)->text()),
+                              static_cast<forms::Label*>(c)->caption())
+                        << c->path();
+                    break;
+                case forms::ControlKind::CommandButton:
+                    EXPECT_EQ(s(qobject_cast<QAbstractButton*>(object)->text()),
+                              static_cast<forms::CommandButton*>(c)->caption())
+                        << c->path();
+                    EXPECT_EQ(w->isEnabled(), c->enabled()) << c->path();
+                    break;
+                case forms::ControlKind::CheckBox: {
+                    auto* box = qobject_cast<QCheckBox*>(object);
+                    auto* model = static_cast<forms::CheckBox*>(c);
+                    EXPECT_EQ(s(box->text()), model->caption()) << c->path();
+                    EXPECT_EQ(box->checkState() == Qt::Checked, model->value() == 1) << c->path();
+                    break;
+                }
+                case forms::ControlKind::OptionButton: {
+                    auto* radio = qobject_cast<QRadioButton*>(object);
+                    auto* model = static_cast<forms::OptionButton*>(c);
+                    EXPECT_EQ(s(radio->text()), model->caption()) << c->path();
+                    EXPECT_EQ(radio->isChecked(), model->value()) << c->path();
+                    break;
+                }
+                case forms::ControlKind::Frame:
+                    EXPECT_EQ(s(qobject_cast<QGroupBox*>(object)->title()),
+                              static_cast<forms::Frame*>(c)->caption())
+                        << c->path();
+                    break;
+                case forms::ControlKind::ListBox:
+                case forms::ControlKind::FileListBox: {
+                    auto* list = qobject_cast<QListWidget*>(object);
+                    auto* model = static_cast<forms::ListBox*>(c);
+                    ASSERT_EQ(static_cast<std::size_t>(list->count()), model->listCount()) << c->path();
+                    for (int i = 0; i < list->count(); ++i) {
+                        EXPECT_EQ(s(list->item(i)->text()), model->list(i)) << c->path();
+                    }
+                    break;
+                }
+                case forms::ControlKind::MenuItem:
+                    if (auto* action = qobject_cast<QAction*>(object)) {
+                        auto* model = static_cast<forms::MenuItem*>(c);
+                        if (!model->isSeparator()) {
+                            EXPECT_EQ(s(action->text()), model->caption()) << c->path();
+                        }
+                        EXPECT_EQ(action->isChecked(), model->checked()) << c->path();
+                    }
+                    break;
+                default:
+                    break;
+            }
+        }
+    }
+    // The data control has no face of its own: the grids show it.
+    EXPECT_EQ(missing, (std::vector<std::string>{"frmMain.adodata"}));
+}
+
+TEST(Binding, EveryControlOfEveryFormHasItsWidgetShowingItsState) {
+    Session user;
+    ASSERT_TRUE(user.start());
+    expectEveryWidgetShowsItsControl(user);
+    user.click("cmdTestALL");
+    user.click("cmdMemory");
+    user.click("Command1", "frmSM");
+    expectEveryWidgetShowsItsControl(user);
+    user.chooseTab(2);
+    expectEveryWidgetShowsItsControl(user);
+    user.chooseTab(3);
+    user.click("cmdClear(3)");
+    expectEveryWidgetShowsItsControl(user);
 }
 
 }  // namespace

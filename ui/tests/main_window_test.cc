@@ -124,6 +124,25 @@ TEST(MainWindow, WithoutTheAppraiseFolderTheQuestionNamesOnePlace) {
     EXPECT_EQ(user.boxes()[0].text, kMissingOnePlace);
 }
 
+TEST(MainWindow, OnVistaWithoutTheAppraiseFolderTheNoticeComesUpOnceAndStartUpGoesOn) {
+    Session user;
+    std::filesystem::remove_all(user.platform().drive().host("APPRAISE"));
+    user.platform().drive().write(
+        "WINDOWS\\kel.ini",
+        "[directories]\r\nappdir=C:\\KEL\r\ndatadir=C:\\KELDATA\r\nuserdir=C:\\KELUSER\r\n");
+    user.platform().system().setVersion(6, 0, 2, "Service Pack 1");
+    user.answer(QMessageBox::Ok);
+    ASSERT_TRUE(user.start());
+    ASSERT_EQ(user.boxes().size(), 1u);
+    EXPECT_EQ(user.boxes()[0].title, "NON-STANDARD INI FILE PLACEMENT");
+    EXPECT_EQ(user.boxes()[0].text,
+              "Reinstall this program to correct INI placement and avoid potential configuration errors.");
+    EXPECT_EQ(user.boxes()[0].buttons, QMessageBox::Ok);
+    EXPECT_EQ(user.boxes()[0].icon, QMessageBox::Information);
+    EXPECT_TRUE(user.main().isVisible());
+    EXPECT_EQ(str(user.main().windowTitle()), expectedCaption("Corvid Office Plus"));
+}
+
 TEST(MainWindow, EveryPageHasItsCaptionAndItsClearAndExitButtons) {
     Session user;
     ASSERT_TRUE(user.start());

@@ -362,6 +362,10 @@ void FormBinding::sync() {
 void FormBinding::syncWindow() {
     const QString title = q(form_.caption());
     if (view_->windowTitle() != title) view_->setWindowTitle(title);
+    // The form's own pointer shows over that form only; the screen's pointer (Binder) over all.
+    const bool busy = form_.mousePointer() == forms::kPointerHourglass;
+    if (busy && !view_->testAttribute(Qt::WA_SetCursor)) view_->setCursor(Qt::WaitCursor);
+    if (!busy && view_->testAttribute(Qt::WA_SetCursor)) view_->unsetCursor();
     const bool shown = form_.loaded() && form_.visible();
     if (shown && !view_->isVisible()) {
         if (view_->isWindow()) view_->setWindowModality(form_.modal() ? Qt::ApplicationModal : Qt::NonModal);
@@ -756,10 +760,7 @@ void Binder::syncAll() {
 }
 
 void Binder::updateHourglass() {
-    bool busy = screen_.mousePointer() == forms::kPointerHourglass;
-    for (const auto& b : bindings_) {
-        if (b->form().loaded() && b->form().mousePointer() == forms::kPointerHourglass) busy = true;
-    }
+    const bool busy = screen_.mousePointer() == forms::kPointerHourglass;
     if (busy && !persistentHourglass_) {
         QApplication::setOverrideCursor(Qt::WaitCursor);
         persistentHourglass_ = true;

@@ -78,6 +78,13 @@ TEST(Binding, TheHourglassShowsWhileAHandlerWorksAndWhileTheProgramAsksForIt) {
     EXPECT_TRUE(hourglassShowing());
     user.windows().binder().dispatch([&] { user.app().screen().setMousePointer(forms::kPointerDefault); });
     EXPECT_FALSE(hourglassShowing());
+
+    // The form's own pointer shows over that form only.
+    user.windows().binder().dispatch([&] { user.app().frmMain().setMousePointer(forms::kPointerHourglass); });
+    EXPECT_FALSE(hourglassShowing());
+    EXPECT_EQ(user.main().cursor().shape(), Qt::WaitCursor);
+    user.windows().binder().dispatch([&] { user.app().frmMain().setMousePointer(forms::kPointerDefault); });
+    EXPECT_EQ(user.main().cursor().shape(), Qt::ArrowCursor);
 }
 
 TEST(Binding, AMessageBoxShowsTheNormalPointerEvenInsideAHandler) {

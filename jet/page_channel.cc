@@ -1,6 +1,5 @@
 #include "jet/page_channel.h"
 
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -97,9 +96,13 @@ void PageChannel::configure() {
     for (auto& b : blocks_) drop(*b);
     blocks_.clear();
     last_ = nullptr;
-    std::size_t blockBytes = mapped_ ? kMappedBlockBytes : kBufferedBlockBytes;
+    // Decrypting costs per page, so encrypted files use smaller blocks: a lookup that needs one
+    // page does not pay for many.
+    std::size_t blockBytes = databaseKey_ == 0 ? kBlockBytes : kDecryptedBlockBytes;
+    // A small cache gets small blocks rather than a few big ones that would overrun it.
+    blockBytes = std::max<std::size_t>(pageSize_, std::min(blockBytes, cacheBytes_ / kMinBlocks));
     pagesPerBlock_ = static_cast<std::uint32_t>(blockBytes / pageSize_);
-    maxBlocks_ = std::max(kMinBlocks, cacheBytes_ / blockBytes);
+    maxBlocks_ = std::max(kMinBlocks, cacheBytes_ / (static_cast<std::size_t>(pagesPerBlock_) * pageSize_));
     blockSlot_.assign(pageCount_ / pagesPerBlock_ + 1, -1);
 }
 
@@ -109,16 +112,13 @@ PageChannel::~PageChannel() {
 }
 
 void PageChannel::drop(CacheBlock& block) noexcept {
-    if (block.mappedLength) ::munmap(block.data, block.mappedLength);
-    block.mappedLength = 0;
-    block.data = nullptr;
+    // The buffer stays with the block for the next load.
     block.loaded = false;
+    block.count = 0;
 }
 
 void PageChannel::setDatabaseKey(std::uint32_t key) {
-    // Pages of an encrypted file are decrypted into owned memory; a mapping cannot hold them.
     databaseKey_ = key;
-    mapped_ = key == 0;
     configure();
 }
 
@@ -150,42 +150,46 @@ void PageChannel::unpin(CacheBlock* block) noexcept {
     }
 }
 
+void PageChannel::readFully(std::uint8_t* into, std::size_t length, std::uint32_t firstPage) {
+    const std::uint64_t base = static_cast<std::uint64_t>(firstPage) * pageSize_;
+    std::size_t got = 0;
+    while (got < length) {
+        ssize_t n = ::pread(fd_, into + got, length - got, static_cast<off_t>(base + got));
+        if (n > 0) {
+            got += static_cast<std::size_t>(n);
+            continue;
+        }
+        if (n < 0 && errno == EINTR) continue;
+        // Name the first page that did not arrive whole, and how far into it the data went.
+        std::uint32_t page = firstPage + static_cast<std::uint32_t>(got / pageSize_);
+        std::uint32_t offset = static_cast<std::uint32_t>(got % pageSize_);
+        if (n == 0) {
+            throw Error::corrupt(name_, page, offset, "the file is shorter than when it was opened");
+        }
+        int err = errno;
+        throw Error::corrupt(name_, page, offset,
+                             std::string("the page cannot be read: ") + std::strerror(err));
+    }
+}
+
 void PageChannel::load(CacheBlock& block, std::uint32_t blockNumber) {
     std::uint32_t first = blockNumber * pagesPerBlock_;
     std::uint32_t count = std::min<std::uint32_t>(pagesPerBlock_, pageCount_ - first);
-    std::size_t want = static_cast<std::size_t>(count) * pageSize_;
-    off_t at = static_cast<off_t>(static_cast<std::uint64_t>(first) * pageSize_);
-    void* mapping =
-        mapped_ ? ::mmap(nullptr, want, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd_, at) : MAP_FAILED;
-    if (mapping != MAP_FAILED) {
-        block.data = static_cast<std::uint8_t*>(mapping);
-        block.mappedLength = want;
-    } else {
-        // Encrypted files, and files that cannot be mapped (some file systems), are read.
-        if (!block.owned)
-            block.owned =
-                std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(pagesPerBlock_) * pageSize_);
-        block.data = block.owned.get();
-        std::size_t got = 0;
-        while (got < want) {
-            ssize_t n = ::pread(fd_, block.data + got, want - got, at + static_cast<off_t>(got));
-            if (n < 0 && errno == EINTR) continue;
-            if (n <= 0) {
-                throw Error::corrupt(name_, first + static_cast<std::uint32_t>(got / pageSize_),
-                                     static_cast<std::uint32_t>(got % pageSize_), "the page cannot be read");
-            }
-            got += static_cast<std::size_t>(n);
-        }
-        if (databaseKey_ != 0) {
-            for (std::uint32_t i = 0; i < count; ++i) {
-                std::uint32_t pageNo = first + i;
-                if (pageNo == 0) continue;
-                std::uint32_t k = databaseKey_ ^ pageNo;
-                std::uint8_t key[4] = {static_cast<std::uint8_t>(k), static_cast<std::uint8_t>(k >> 8),
-                                       static_cast<std::uint8_t>(k >> 16),
-                                       static_cast<std::uint8_t>(k >> 24)};
-                rc4(key, 4, block.data + static_cast<std::size_t>(i) * pageSize_, pageSize_);
-            }
+    if (!block.data)
+        block.data = std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(pagesPerBlock_) * pageSize_);
+    // The block is not marked loaded until every page is in: a failed read leaves nothing behind
+    // that a later lookup could take for the file's contents.
+    block.loaded = false;
+    block.count = 0;
+    readFully(block.data.get(), static_cast<std::size_t>(count) * pageSize_, first);
+    if (databaseKey_ != 0) {
+        for (std::uint32_t i = 0; i < count; ++i) {
+            std::uint32_t pageNo = first + i;
+            if (pageNo == 0) continue;
+            std::uint32_t k = databaseKey_ ^ pageNo;
+            std::uint8_t key[4] = {static_cast<std::uint8_t>(k), static_cast<std::uint8_t>(k >> 8),
+                                   static_cast<std::uint8_t>(k >> 16), static_cast<std::uint8_t>(k >> 24)};
+            rc4(key, 4, block.data.get() + static_cast<std::size_t>(i) * pageSize_, pageSize_);
         }
     }
     block.first = first;
@@ -222,7 +226,14 @@ CacheBlock* PageChannel::acquire(std::uint32_t blockNumber) {
         if (last_ == victim) last_ = nullptr;
         drop(*victim);
     }
-    load(*victim, blockNumber);
+    try {
+        load(*victim, blockNumber);
+    } catch (...) {
+        // The emptied block is the first to be reused; one made beyond the bound is not kept.
+        victim->lastUse = 0;
+        if (blocks_.size() > maxBlocks_ && victimIndex == blocks_.size() - 1) blocks_.pop_back();
+        throw;
+    }
     blockSlot_[blockNumber] = static_cast<std::int32_t>(victimIndex);
     return victim;
 }
@@ -237,8 +248,8 @@ PageRef PageChannel::page(std::uint32_t number) {
                             : acquire(blockNumber);
     last_ = block;
     block->lastUse = ++clock_;
-    return PageRef(this, block, block->data + static_cast<std::size_t>(number - block->first) * pageSize_,
-                   number);
+    return PageRef(this, block,
+                   block->data.get() + static_cast<std::size_t>(number - block->first) * pageSize_, number);
 }
 
 }  // namespace jet::detail

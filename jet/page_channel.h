@@ -4,19 +4,24 @@
 // page count, decrypts pages of files with a database key, and serves pages from a bounded cache.
 // Writers to come go through the same object so that the cache never disagrees with the file.
 //
-// Cache: the file is handled in blocks of consecutive pages. A file without a database key is
-// mapped read-only, 256 KiB window per block (kMappedBlockBytes), so pages are read where the
-// operating system's file cache holds them, without a copy; an encrypted file is read into
-// owned 64 KiB blocks (kBufferedBlockBytes) and decrypted there. At most
-// max(kMinBlocks, cacheBytes / blockBytes) blocks are kept (OpenOptions::cacheBytes, default
-// 1 MiB: four mapped windows, or 16 buffered blocks); the least recently used block that nobody
-// holds is replaced. A block held by a live PageRef is never replaced; should every block be
-// held, one more is made and dropped as soon as it is let go, so the bound can only be exceeded
-// by the number of pages held at once. Memory use therefore does not grow with the file.
+// Cache: the file is handled in blocks of consecutive pages, each read with pread() into memory the
+// channel owns (and decrypted there for a file with a database key). Nothing is mapped: a mapping
+// of a file that another process cuts shorter faults when the lost part is touched, and that would
+// kill the program; a read of the lost part merely comes back short, which is reported as damage.
 //
-// The mapping covers only the length the file had when it was opened. Another process cutting
-// the file shorter while it is open would make reads of the lost part fault; the engine opens
-// files the suite keeps in place, and the write support to come will lock them.
+// Block size: kBlockBytes (256 KiB) for plain files, kDecryptedBlockBytes (64 KiB) for encrypted
+// ones, lowered to cacheBytes / kMinBlocks (never below one page) for a small cache. At most
+// max(kMinBlocks, cacheBytes / blockBytes) blocks are kept (OpenOptions::cacheBytes, default
+// 1 MiB: four 256 KiB blocks, or sixteen decrypted ones), so the cache holds
+// max(cacheBytes, kMinBlocks pages) bytes at most; the least recently used block that nobody holds
+// is replaced. A block held by a live PageRef is never replaced; should every block be held, one
+// more is made and dropped as soon as it is let go, so the bound can only be exceeded by the number
+// of pages held at once. Memory use therefore does not grow with the file.
+//
+// A file that changes while open: the page count is fixed when the channel is made. A file that
+// has grown is read up to that count, so the pages it had are read as before. A file that has
+// shrunk makes the read of a block reaching past its new end fail with 3049, naming the first page
+// that could not be read whole; the block is not kept, and pages already cached stay readable.
 #pragma once
 
 #include <cstddef>
@@ -35,9 +40,8 @@ struct CacheBlock {
     std::uint32_t pins = 0;
     std::uint64_t lastUse = 0;
     bool loaded = false;
-    std::uint8_t* data = nullptr;           // the block's first page
-    std::size_t mappedLength = 0;           // non-zero: `data` is a mapping of this length
-    std::unique_ptr<std::uint8_t[]> owned;  // buffered blocks
+    std::unique_ptr<std::uint8_t[]> data;  // the block's pages; kept for reuse when the block is
+                                           // replaced, so a scan does not allocate per block
 };
 
 // A read-only view of one page, valid while the PageRef lives.
@@ -67,8 +71,8 @@ class PageRef {
 
 class PageChannel {
   public:
-    static constexpr std::size_t kMappedBlockBytes = 256u << 10;
-    static constexpr std::size_t kBufferedBlockBytes = 64u << 10;
+    static constexpr std::size_t kBlockBytes = 256u << 10;
+    static constexpr std::size_t kDecryptedBlockBytes = 64u << 10;
     static constexpr std::size_t kMinBlocks = 4;
 
     // Takes ownership of the open descriptor `fd`. `name` is the file name used in error texts.
@@ -86,19 +90,22 @@ class PageChannel {
     // Drops anything cached.
     void setDatabaseKey(std::uint32_t key);
 
-    // Page `number`. Errors: 3049 naming the page when it lies beyond the end of the file or the
-    // file cannot be read.
+    // Page `number`. Errors: 3049 naming the page when it lies beyond the page count, or when its
+    // block cannot be read (the file is now shorter than when it was opened, or the read failed);
+    // the channel stays usable after such an error.
     PageRef page(std::uint32_t number);
 
     // Blocks currently allocated (for tests and measurements).
     std::size_t blocksAllocated() const noexcept;
     std::size_t maxBlocks() const noexcept { return maxBlocks_; }
+    std::uint32_t pagesPerBlock() const noexcept { return pagesPerBlock_; }
 
   private:
     friend class PageRef;
     void unpin(CacheBlock* block) noexcept;
     CacheBlock* acquire(std::uint32_t blockNumber);
     void load(CacheBlock& block, std::uint32_t blockNumber);
+    void readFully(std::uint8_t* into, std::size_t length, std::uint32_t firstPage);
     void drop(CacheBlock& block) noexcept;
     void configure();
 
@@ -109,7 +116,6 @@ class PageChannel {
     std::size_t cacheBytes_;
     std::size_t maxBlocks_ = 0;
     std::uint32_t pagesPerBlock_ = 16;
-    bool mapped_ = true;
     std::uint32_t databaseKey_ = 0;
     std::uint64_t clock_ = 0;
     std::vector<std::unique_ptr<CacheBlock>> blocks_;

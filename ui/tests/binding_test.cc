@@ -133,6 +133,33 @@ TEST(Binding, TypingReachesTheProgramOneKeyAtATimeAndEditsAsANewText) {
     EXPECT_EQ(str(line->text()), "912ab");
 }
 
+TEST(Binding, KeysAndDoubleClicksInAListReachItsEvents) {
+    Session user;
+    ASSERT_TRUE(user.start());
+    user.chooseTab(3);
+    forms::ListBox& details = user.app().frmMain().lstDetails;
+    std::vector<int> keys;
+    int clicks = 0, doubleClicks = 0;
+    details.onKeyPress = [&](std::int16_t& key) { keys.push_back(key); };
+    details.onClick = [&] { ++clicks; };
+    details.onDblClick = [&] { ++doubleClicks; };
+    auto* list = user.find<QListWidget>("lstDetails");
+    ASSERT_NE(list, nullptr);
+    const QPoint second = list->visualItemRect(list->item(1)).center();
+    doubleClick(list->viewport(), second);
+    EXPECT_EQ(details.listIndex(), 1);
+    EXPECT_GE(clicks, 1);
+    EXPECT_EQ(doubleClicks, 1);
+    list->setFocus();
+    QTest::keyClick(list, Qt::Key_S);
+    QTest::keyClick(list, Qt::Key_Return);
+    EXPECT_EQ(keys, (std::vector<int>{'s', 13}));
+    // Keys without a character (arrows) raise no KeyPress but still move the current line.
+    QTest::keyClick(list, Qt::Key_Up);
+    EXPECT_EQ(keys.size(), 2u);
+    EXPECT_EQ(details.listIndex(), 0);
+}
+
 struct BoxCase {
     platform::Buttons buttons;
     QMessageBox::StandardButtons expected;

@@ -276,10 +276,7 @@ TEST(SoftwareUtilitiesWindow, OpeningAFolderInTheFolderListShowsItsFilesBelow) {
     }
     ASSERT_NE(system32, nullptr);
     EXPECT_EQ(user.items("FILSource"), (std::vector<std::string>{"system.ini", "win.ini"}));
-    // A double-click as the window system delivers it: a click, then the second press.
-    const QPoint at = folders->visualItemRect(system32).center();
-    QTest::mouseClick(folders->viewport(), Qt::LeftButton, Qt::NoModifier, at);
-    QTest::mouseDClick(folders->viewport(), Qt::LeftButton, Qt::NoModifier, at);
+    doubleClick(folders->viewport(), folders->visualItemRect(system32).center());
     EXPECT_EQ(user.app().frmMain().DIRKEL.dirPath(), "C:\\WINDOWS\\SYSTEM32");
     EXPECT_EQ(user.items("FILSource"), (std::vector<std::string>{"config.nt"}));
     // The open chain now ends in the folder just opened.

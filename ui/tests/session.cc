@@ -40,6 +40,12 @@ class QtEnvironment final : public ::testing::Environment {
 
 }  // namespace
 
+void doubleClick(QWidget* widget, QPoint at) {
+    QTest::mouseClick(widget, Qt::LeftButton, Qt::NoModifier, at);
+    QTest::mouseDClick(widget, Qt::LeftButton, Qt::NoModifier, at);
+    QTest::mouseRelease(widget, Qt::LeftButton, Qt::NoModifier, at);
+}
+
 Session::Session(bool withSuite) : tp_(QX_SHARED_DIR, withSuite) {
     platform::Platform& base = tp_.platform();
     os_ = std::make_unique<platform::Platform>(
@@ -103,10 +109,7 @@ void Session::chooseTab(int tab) {
 
 void Session::doubleClickTabStrip() {
     QTabBar* bar = main().tabs()->tabBar();
-    // As the window system delivers it: a click on the tab, then the second press.
-    const QPoint at = bar->tabRect(bar->currentIndex()).center();
-    QTest::mouseClick(bar, Qt::LeftButton, Qt::NoModifier, at);
-    QTest::mouseDClick(bar, Qt::LeftButton, Qt::NoModifier, at);
+    doubleClick(bar, bar->tabRect(bar->currentIndex()).center());
 }
 
 void Session::menu(const char* actionName) {

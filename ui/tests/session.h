@@ -23,6 +23,10 @@
 
 namespace qx::ui::testing {
 
+// A double-click as the window system delivers it: press and release, then the second press (the
+// double-click) and its release.
+void doubleClick(QWidget* widget, QPoint at);
+
 // One message box as the user saw it.
 struct ShownBox {
     std::string title;

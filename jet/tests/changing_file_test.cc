@@ -184,11 +184,13 @@ TEST(TruncatedWhileOpen, ChannelReportsTheCutAndKeepsNoPartBlock) {
     // Restore the file: the pages that failed now read as they are in the file.
     {
         std::ofstream out(file, std::ios::binary | std::ios::trunc);
-        out.write(reinterpret_cast<const char*>(original.data()), static_cast<std::streamsize>(original.size()));
+        out.write(reinterpret_cast<const char*>(original.data()),
+                  static_cast<std::streamsize>(original.size()));
     }
     for (std::uint32_t n : {6u, 5u, 4u, pages - 1}) {
         jet::detail::PageRef ref = channel.page(n);
-        EXPECT_EQ(std::memcmp(ref.data(), original.data() + std::size_t{n} * kPage, kPage), 0) << "page " << n;
+        EXPECT_EQ(std::memcmp(ref.data(), original.data() + std::size_t{n} * kPage, kPage), 0)
+            << "page " << n;
     }
     EXPECT_LE(channel.blocksAllocated(), channel.maxBlocks());
 }

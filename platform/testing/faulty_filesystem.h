@@ -17,6 +17,10 @@ namespace qx::testing {
 class FileSystemWrapper : public platform::FileSystem {
   public:
     explicit FileSystemWrapper(platform::FileSystem& target) : target_(target) {}
+    // Not copyable: with a copy constructor, wrapping a FaultyFileSystem (itself a wrapper) would
+    // pick the copy and forward past its faults to the file system underneath.
+    FileSystemWrapper(const FileSystemWrapper&) = delete;
+    FileSystemWrapper& operator=(const FileSystemWrapper&) = delete;
     platform::FileSystem& target() const { return target_; }
 
     std::vector<platform::DirEntry> dir(std::string_view pattern, unsigned attributes) const override {

@@ -2,6 +2,7 @@
 // in the window must show what the headless driver reports for the same installation: the driver
 // runs the same gestures on its own copy of the suite, and every box and every control it prints
 // is compared with what the window shows.
+#include <QApplication>
 #include <QCheckBox>
 #include <QElapsedTimer>
 #include <QLabel>
@@ -28,6 +29,12 @@ namespace {
 
 std::string str(const QString& text) {
     return text.toUtf8().toStdString();
+}
+
+// A new text reaches the window's size one layout level per pass of the event loop; a few passes
+// let every level (label, frame, page, tabs, window) take it in, as the running program's loop does.
+void settleLayouts() {
+    for (int pass = 0; pass < 8; ++pass) QApplication::processEvents();
 }
 
 // One line of the driver's transcript, flattened: "msgbox.title", "control", "items", ...
@@ -428,6 +435,35 @@ TEST(MemoryWindows, QuittingTheMonitorAfterTheMainWindowWasClosedEndsTheProgram)
     EXPECT_TRUE(user.windows().binder().ended());
     EXPECT_FALSE(user.windows().view("frmSM")->isVisible());
     EXPECT_FALSE(user.windows().view("frmDetails")->isVisible());
+}
+
+// Every label of the page shows its whole text at the window's own size: none is cut off at the
+// edge of its frame, the long system directory of test 9 included, and the window need not grow
+// to make room for it.
+TEST(SoftwareUtilitiesWindow, ResultTextsShowInFullAtTheDefaultWindowSize) {
+    Session user;
+    ASSERT_TRUE(user.start());
+    settleLayouts();
+    const int defaultWidth = user.main().width();
+    user.click("cmdTestALL");
+    ASSERT_EQ(user.text("lblWindowsSYS"), "Windows System Directory = C:\\WINDOWS\\SYSTEM32\\");
+    ASSERT_EQ(user.text("lblWindows"), "Configuration Directory = C:\\WINDOWS\\");
+    settleLayouts();
+    EXPECT_EQ(user.main().width(), defaultWidth);
+    QWidget* page = user.main().tabs()->widget(0);
+    ASSERT_NE(page, nullptr);
+    const QList<QLabel*> labels = page->findChildren<QLabel*>();
+    ASSERT_FALSE(labels.isEmpty());
+    for (QLabel* label : labels) {
+        if (!label->isVisible() || label->text().isEmpty()) continue;
+        const std::string name = str(label->objectName());
+        EXPECT_GE(label->width(), label->sizeHint().width()) << name << ": " << str(label->text());
+        // Nor may the frame around it cut it: its right edge lies inside the frame.
+        const QWidget* frame = label->parentWidget();
+        const int labelRight = label->mapTo(page, QPoint(label->sizeHint().width(), 0)).x();
+        const int frameRight = frame->mapTo(page, QPoint(frame->contentsRect().right(), 0)).x();
+        EXPECT_LE(labelRight, frameRight + 1) << name;
+    }
 }
 
 }  // namespace

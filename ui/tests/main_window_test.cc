@@ -337,5 +337,59 @@ TEST(MainWindow, ClosingTheOnlyWindowWithItsFrameEndsTheProgram) {
     EXPECT_FALSE(user.main().isVisible());
 }
 
+// The names of the search options a user can see and tick (the hidden "blank" one excluded).
+std::vector<std::string> tickedVisibleSearchOptions(const Session& user) {
+    std::vector<std::string> ticked;
+    for (int i = 0; i <= 11; ++i) {
+        const std::string name = "optSearch(" + std::to_string(i) + ")";
+        auto* option = user.find<QRadioButton>(name);
+        if (option == nullptr) {
+            ADD_FAILURE() << "no widget " << name;
+            continue;
+        }
+        if (!option->isHidden() && option->isChecked()) ticked.push_back(name);
+    }
+    return ticked;
+}
+
+TEST(MainWindow, SearchOptionsShowExactlyTheTickOfTheProgramIncludingNone) {
+    Session user;
+    ASSERT_TRUE(user.start());
+    // The program selects the hidden "blank" option so that no search category is ticked.
+    ASSERT_TRUE(user.app().frmMain().optSearch(11).value());
+    EXPECT_EQ(tickedVisibleSearchOptions(user), std::vector<std::string>{});
+    user.chooseTab(2);
+    ASSERT_TRUE(user.app().frmMain().optSearch(11).value());
+    EXPECT_EQ(tickedVisibleSearchOptions(user), std::vector<std::string>{});
+    for (int i = 0; i <= 11; ++i) {
+        const std::string name = "optSearch(" + std::to_string(i) + ")";
+        EXPECT_EQ(user.find<QRadioButton>(name)->isChecked(), user.app().frmMain().optSearch(i).value())
+            << name;
+    }
+
+    user.click("optSearch(3)");
+    EXPECT_TRUE(user.app().frmMain().optSearch(3).value());
+    EXPECT_EQ(tickedVisibleSearchOptions(user), std::vector<std::string>{"optSearch(3)"});
+    // A second click on the ticked option leaves it ticked, as the program has it.
+    user.click("optSearch(3)");
+    EXPECT_EQ(tickedVisibleSearchOptions(user), std::vector<std::string>{"optSearch(3)"});
+    user.click("optSearch(5)");
+    EXPECT_EQ(tickedVisibleSearchOptions(user), std::vector<std::string>{"optSearch(5)"});
+    // The program may clear the selected option outright, leaving none selected at all, not even the
+    // hidden one; the window then shows no tick either (a radio group of its own would keep one).
+    ASSERT_TRUE(user.windows().binder().dispatch([&] { user.app().frmMain().optSearch(5).setValue(false); }));
+    for (int i = 0; i <= 11; ++i) {
+        const std::string name = "optSearch(" + std::to_string(i) + ")";
+        EXPECT_FALSE(user.app().frmMain().optSearch(i).value()) << name;
+        EXPECT_FALSE(user.find<QRadioButton>(name)->isChecked()) << name;
+    }
+
+    user.menu("mnuFileClear");
+    EXPECT_TRUE(user.app().frmMain().optSearch(11).value());
+    EXPECT_EQ(tickedVisibleSearchOptions(user), std::vector<std::string>{});
+    user.chooseTab(2);
+    EXPECT_EQ(tickedVisibleSearchOptions(user), std::vector<std::string>{});
+}
+
 }  // namespace
 }  // namespace qx::ui::testing

@@ -18,6 +18,7 @@
 #include "platform/posix_platform.h"
 #include "platform/posix_system.h"
 #include "platform/queued_message_boxes.h"
+#include "platform/testing/faulty_filesystem.h"
 #include "shell/app.h"
 #include "shell/json.h"
 
@@ -115,6 +116,54 @@ class ScriptSystemInfo final : public platform::SystemInfo {
   private:
     platform::PosixSystemInfo real_;
     const std::optional<platform::MemoryStatus>& memory_;
+};
+
+// The file system the program sees: the host's, through a fault injector that does nothing until a
+// script asks. On top, a folder that is to vanish at the next write: the check before the write
+// (does the folder exist?) must still find it, and only the write itself must find it gone.
+class ScriptFileSystem final : public testing::FileSystemWrapper {
+  public:
+    explicit ScriptFileSystem(testing::FaultyFileSystem& faulty)
+        : FileSystemWrapper(static_cast<platform::FileSystem&>(faulty)), faulty_(faulty) {}
+
+    void vanishOnNextWrite(std::string folder) { pendingVanish_.push_back(std::move(folder)); }
+    void clearFaults() {
+        pendingVanish_.clear();
+        faulty_.clearFaults();
+    }
+
+    void copyFile(std::string_view source, std::string_view destination) override {
+        beforeWrite();
+        FileSystemWrapper::copyFile(source, destination);
+    }
+    void deleteFile(std::string_view path) override {
+        beforeWrite();
+        FileSystemWrapper::deleteFile(path);
+    }
+    void openForOutput(int number, std::string_view path) override {
+        beforeWrite();
+        FileSystemWrapper::openForOutput(number, path);
+    }
+    void printLine(int number, std::string_view text) override {
+        beforeWrite();
+        FileSystemWrapper::printLine(number, text);
+    }
+
+  private:
+    void beforeWrite() {
+        const std::vector<std::string> folders = std::move(pendingVanish_);
+        pendingVanish_.clear();
+        for (const std::string& folder : folders) {
+            try {
+                faulty_.vanish(folder);
+            } catch (const RuntimeError&) {
+                // Already gone from the disk itself: the write will find it missing all the same.
+            }
+        }
+    }
+
+    testing::FaultyFileSystem& faulty_;
+    std::vector<std::string> pendingVanish_;
 };
 
 // ---- Script lines -----------------------------------------------------------------------------
@@ -405,6 +454,9 @@ class Driver {
     void gesture(forms::Control& control, const std::function<bool()>& action);
     void event(const std::function<void()>& action);
     void advance(std::int64_t ms);
+    void fault(const std::vector<Token>& t);
+    // A folder named by a fault, as the program would name it; a script error when it is missing.
+    std::string existingFolder(const Token& token) const;
 
     std::ostream& out_;
     std::string root_;
@@ -414,7 +466,11 @@ class Driver {
     ScriptClock clock_;
     platform::QueuedMessageBoxes messages_;
     platform::ThrowingProcess process_;
-    std::unique_ptr<platform::PosixFileSystem> fs_;
+    std::unique_ptr<platform::PosixFileSystem> hostFs_;
+    std::unique_ptr<testing::FaultyFileSystem> faultyFs_;
+    std::unique_ptr<ScriptFileSystem> fs_;
+    // Faults given before start: they need the file system, which start builds.
+    std::vector<std::vector<Token>> earlyFaults_;
     std::unique_ptr<ScriptSystemInfo> system_;
     std::unique_ptr<platform::IniProfileStrings> profile_;
     std::unique_ptr<platform::Platform> platform_;
@@ -426,7 +482,11 @@ void Driver::start() {
     std::error_code ec;
     if (!std::filesystem::is_directory(root, ec))
         throw std::runtime_error("the folder standing for C: does not exist: " + root);
-    fs_ = std::make_unique<platform::PosixFileSystem>(std::map<char, std::string>{{'C', root}});
+    hostFs_ = std::make_unique<platform::PosixFileSystem>(std::map<char, std::string>{{'C', root}});
+    faultyFs_ = std::make_unique<testing::FaultyFileSystem>(*hostFs_);
+    fs_ = std::make_unique<ScriptFileSystem>(*faultyFs_);
+    for (const auto& early : earlyFaults_) fault(early);
+    earlyFaults_.clear();
     platform::PosixSystemOptions options;
     if (version_) options.version = *version_;
     options.commandLine = commandLine_;
@@ -440,6 +500,48 @@ void Driver::start() {
              ",\"description\":" + json::quote(error.description()) + "}}");
     };
     app_->start();
+}
+
+std::string Driver::existingFolder(const Token& token) const {
+    if (!token.quoted) throw ScriptError("the folder is a quoted string");
+    try {
+        return faultyFs_->canonicalFolder(token.text);
+    } catch (const RuntimeError&) {
+        throw ScriptError("no such folder '" + token.text + "'");
+    }
+}
+
+void Driver::fault(const std::vector<Token>& t) {
+    static constexpr const char* kUsage =
+        "fault readonly|vanish|vanish-on-write \"FOLDER\" | fault write N ERR | fault clear";
+    if (t.size() < 2 || t[1].quoted) throw ScriptError(std::string("usage: ") + kUsage);
+    const std::string& kind = t[1].text;
+    const bool known = kind == "readonly" || kind == "vanish" || kind == "vanish-on-write" ||
+                       kind == "write" || kind == "clear";
+    if (!known) throw ScriptError("unknown fault '" + kind + "'");
+    const std::size_t wanted = kind == "clear" ? 2 : kind == "write" ? 4 : 3;
+    if (t.size() != wanted) throw ScriptError(std::string("usage: ") + kUsage);
+    if (kind == "write") {
+        // Checked now, so that a bad line before start is reported on its own line.
+        parseInteger(t[2], 1, 1 << 30, "a write count");
+        parseInteger(t[3], 1, 65535, "an error number");
+    }
+    if (!fs_) {
+        earlyFaults_.push_back(t);
+        return;
+    }
+    if (kind == "readonly") {
+        faultyFs_->refuseWritesIn(existingFolder(t[2]));
+    } else if (kind == "vanish") {
+        faultyFs_->vanish(existingFolder(t[2]));
+    } else if (kind == "vanish-on-write") {
+        fs_->vanishOnNextWrite(existingFolder(t[2]));
+    } else if (kind == "write") {
+        faultyFs_->failWrite(static_cast<int>(parseInteger(t[2], 1, 1 << 30, "a write count")),
+                             static_cast<std::int32_t>(parseInteger(t[3], 1, 65535, "an error number")));
+    } else {
+        fs_->clearFaults();
+    }
 }
 
 forms::Form& Driver::resolveForm(const Token& token) const {
@@ -569,6 +671,8 @@ bool Driver::runLine(const std::vector<Token>& t) {
     } else if (command == "answer") {
         expectArgs(t, 1, "answer OK|Cancel|Abort|Retry|Ignore|Yes|No");
         messages_.queue(parseAnswer(t[1]));
+    } else if (command == "fault") {
+        fault(t);
     } else if (command == "start") {
         expectArgs(t, 0, "start");
         if (app_) throw ScriptError("start given twice");

@@ -6,6 +6,8 @@
 //   before start:  root DIR | os MAJOR MINOR PLATFORMID "SERVICEPACK" | cmdline "ARGS"
 //   at any time:   memory LOAD TOTALPHYS AVAILPHYS TOTALPAGE AVAILPAGE TOTALVIRTUAL AVAILVIRTUAL
 //                  now YYYY-MM-DDTHH:MM:SS | answer OK|Cancel|Abort|Retry|Ignore|Yes|No
+//   faults:        fault readonly "FOLDER" | fault vanish "FOLDER" | fault vanish-on-write "FOLDER"
+//                  fault write N ERR | fault clear   (before start they take effect at start)
 //   start          creates frmMain and runs its load
 //   actions:       click CONTROL ["YYYY-MM-DD" for a calendar] | dblclick CONTROL | key CONTROL CODE
 //                  type CONTROL "text" | settext CONTROL "text" | select CONTROL INDEX
@@ -25,7 +27,8 @@
 // up with no answer queued (the box is printed with "answer":null) or the environment could not be
 // set up; 2 with a message on standard error for a line the driver cannot understand.
 //
-// The platform: the POSIX path space with C: mapped to the root folder, the host's system answers
+// The platform: the POSIX path space with C: mapped to the root folder (through a fault injector
+// that changes nothing until a `fault` line asks), the host's system answers
 // with the version record and memory figures the script sets, a clock that stands at `now` and
 // moves only with `advance` (the host's clock when no `now` is given), and message boxes answered
 // from the `answer` queue.

@@ -5,7 +5,7 @@
 
 #include "cli/command.h"
 #include "jet/database.h"
-#include "jet/json_export.h"
+#include "output/json_export.h"
 #include "jet/table.h"
 
 namespace qx::cli {

@@ -16,7 +16,7 @@
 
 #include "jet/database.h"
 #include "jet/error.h"
-#include "jet/json_export.h"
+#include "output/json_export.h"
 #include "jet/page_channel.h"
 #include "jet/store.h"
 #include "jet/table.h"

@@ -2,7 +2,7 @@
 #include <iostream>
 
 #include "jet/database.h"
-#include "jet/json_export.h"
+#include "output/json_export.h"
 #include "jet/table.h"
 
 int main(int argc, char** argv) {

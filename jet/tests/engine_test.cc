@@ -8,7 +8,7 @@
 
 #include "jet/dao.h"
 #include "jet/database.h"
-#include "jet/json_export.h"
+#include "output/json_export.h"
 #include "jet/page_channel.h"
 #include "jet/store.h"
 #include "jet/table.h"

@@ -7,7 +7,7 @@
 #include <filesystem>
 
 #include "jet/database.h"
-#include "jet/json_export.h"
+#include "output/json_export.h"
 #include "jet/table.h"
 
 namespace jettest {

@@ -10,7 +10,7 @@
 #include <sstream>
 
 #include "jet/database.h"
-#include "jet/json_export.h"
+#include "output/json_export.h"
 #include "jet/table.h"
 #include "mini_json.h"
 #include "test_support.h"

@@ -18,7 +18,7 @@
 #include "platform/posix_platform.h"
 #include "platform/posix_system.h"
 #include "platform/queued_message_boxes.h"
-#include "platform/testing/faulty_filesystem.h"
+#include "platform/faulty_filesystem.h"
 #include "shell/app.h"
 #include "shell/json.h"
 
@@ -121,9 +121,9 @@ class ScriptSystemInfo final : public platform::SystemInfo {
 // The file system the program sees: the host's, through a fault injector that does nothing until a
 // script asks. On top, a folder that is to vanish at the next write: the check before the write
 // (does the folder exist?) must still find it, and only the write itself must find it gone.
-class ScriptFileSystem final : public testing::FileSystemWrapper {
+class ScriptFileSystem final : public platform::FileSystemWrapper {
   public:
-    explicit ScriptFileSystem(testing::FaultyFileSystem& faulty)
+    explicit ScriptFileSystem(platform::FaultyFileSystem& faulty)
         : FileSystemWrapper(static_cast<platform::FileSystem&>(faulty)), faulty_(faulty) {}
 
     void vanishOnNextWrite(std::string folder) { pendingVanish_.push_back(std::move(folder)); }
@@ -162,7 +162,7 @@ class ScriptFileSystem final : public testing::FileSystemWrapper {
         }
     }
 
-    testing::FaultyFileSystem& faulty_;
+    platform::FaultyFileSystem& faulty_;
     std::vector<std::string> pendingVanish_;
 };
 
@@ -467,7 +467,7 @@ class Driver {
     platform::QueuedMessageBoxes messages_;
     platform::ThrowingProcess process_;
     std::unique_ptr<platform::PosixFileSystem> hostFs_;
-    std::unique_ptr<testing::FaultyFileSystem> faultyFs_;
+    std::unique_ptr<platform::FaultyFileSystem> faultyFs_;
     std::unique_ptr<ScriptFileSystem> fs_;
     // Faults given before start: they need the file system, which start builds.
     std::vector<std::vector<Token>> earlyFaults_;
@@ -483,7 +483,7 @@ void Driver::start() {
     if (!std::filesystem::is_directory(root, ec))
         throw std::runtime_error("the folder standing for C: does not exist: " + root);
     hostFs_ = std::make_unique<platform::PosixFileSystem>(std::map<char, std::string>{{'C', root}});
-    faultyFs_ = std::make_unique<testing::FaultyFileSystem>(*hostFs_);
+    faultyFs_ = std::make_unique<platform::FaultyFileSystem>(*hostFs_);
     fs_ = std::make_unique<ScriptFileSystem>(*faultyFs_);
     for (const auto& early : earlyFaults_) fault(early);
     earlyFaults_.clear();

@@ -1,4 +1,4 @@
-#include "shell/driver.h"
+#include "driver/driver.h"
 
 #include <charconv>
 #include <cstdint>
@@ -13,16 +13,19 @@
 #include <string_view>
 #include <vector>
 
+#include "assembly/subsystems.h"
+#include "driver/json.h"
+#include "platform/faulty_filesystem.h"
 #include "platform/ini_profile.h"
 #include "platform/posix_filesystem.h"
 #include "platform/posix_platform.h"
 #include "platform/posix_system.h"
 #include "platform/queued_message_boxes.h"
-#include "platform/faulty_filesystem.h"
 #include "shell/app.h"
-#include "shell/json.h"
 
-namespace qx::shell {
+namespace qx::driver {
+
+using shell::Application;
 
 namespace {
 
@@ -478,7 +481,9 @@ class Driver {
 };
 
 void Driver::start() {
-    const std::string root = platform::resolveRoot(root_);
+    // The host resolved the root (--root, $QXTEST_ROOT, the default); a script's `root` line
+    // replaces it as written.
+    const std::string& root = root_;
     std::error_code ec;
     if (!std::filesystem::is_directory(root, ec))
         throw std::runtime_error("the folder standing for C: does not exist: " + root);
@@ -494,7 +499,7 @@ void Driver::start() {
     system_ = std::make_unique<ScriptSystemInfo>(std::move(options), memory_);
     platform_ = std::make_unique<platform::Platform>(
         platform::Platform{*fs_, *profile_, *system_, clock_, messages_, process_});
-    app_ = std::make_unique<Application>(*platform_);
+    app_ = std::make_unique<Application>(*platform_, shell::buildVersion(), assembly::wireSubsystems);
     app_->onUnhandledError = [this](const RuntimeError& error) {
         emit("{\"error\":{\"number\":" + std::to_string(error.number()) +
              ",\"description\":" + json::quote(error.description()) + "}}");
@@ -796,4 +801,4 @@ int runScript(std::istream& script, std::ostream& out, std::ostream& err, const 
     return 0;
 }
 
-}  // namespace qx::shell
+}  // namespace qx::driver

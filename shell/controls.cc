@@ -22,7 +22,12 @@ Control::Control(Form& form, std::string name, int index)
 
 std::string Control::path() const {
     std::string out = form_->name() + "." + name_;
-    if (index_ >= 0) out += "(" + std::to_string(index_) + ")";
+    if (index_ >= 0) {
+        // Appended piece by piece: `"(" + std::to_string(...)` trips GCC 12's false -Wrestrict at -O3.
+        out += '(';
+        out += std::to_string(index_);
+        out += ')';
+    }
     return out;
 }
 

@@ -44,6 +44,7 @@ JetFormat makeJet3() {
 
     f.realIndexSize = 39;
     f.realIndexColumns = 0;
+    f.realIndexFlags = 38;  // after the columns, usage map and root page
     f.logicalIndexSize = 20;
     f.logicalIndexNumber = 0;
 
@@ -51,6 +52,8 @@ JetFormat makeJet3() {
     f.indexNext = 12;
     f.indexTail = 16;
     f.indexPrefixLength = 20;
+    f.indexPrefixLengthSize = 1;
+    f.indexNodeFlag = 21;
     f.indexMask = 22;
     f.indexMaskLength = 226;
     f.indexEntries = 0xF8;
@@ -99,6 +102,7 @@ JetFormat makeJet4() {
 
     f.realIndexSize = 52;
     f.realIndexColumns = 4;
+    f.realIndexFlags = 46;  // after the columns, usage map, root page and 4 unknown bytes
     f.logicalIndexSize = 28;
     f.logicalIndexNumber = 4;
 
@@ -106,6 +110,8 @@ JetFormat makeJet4() {
     f.indexNext = 16;
     f.indexTail = 20;
     f.indexPrefixLength = 24;
+    f.indexPrefixLengthSize = 2;
+    f.indexNodeFlag = 26;
     f.indexMask = 27;
     f.indexMaskLength = 453;
     f.indexEntries = 0x1E0;

@@ -96,6 +96,7 @@ struct JetFormat {
     // Index definitions in the TDEF.
     std::size_t realIndexSize;       // 39 (Jet 3) / 52 (Jet 4)
     std::size_t realIndexColumns;    // offset of the 10 (column, order) pairs
+    std::size_t realIndexFlags;      // offset of the flags byte (0x01 unique, 0x02 ignore Nulls)
     std::size_t logicalIndexSize;    // 20 (Jet 3) / 28 (Jet 4)
     std::size_t logicalIndexNumber;  // offset of the index number inside the block
 
@@ -104,6 +105,8 @@ struct JetFormat {
     std::size_t indexNext;
     std::size_t indexTail;
     std::size_t indexPrefixLength;
+    std::size_t indexPrefixLengthSize;  // 1 (Jet 3) / 2 (Jet 4)
+    std::size_t indexNodeFlag;          // a byte that is 1 on intermediate pages, 0 on leaves
     std::size_t indexMask;
     std::size_t indexMaskLength;
     std::size_t indexEntries;

@@ -204,12 +204,13 @@ std::shared_ptr<const TableLayout> readTableLayout(Store& store, std::uint32_t t
         for (int k = 0; k < 10; ++k) {
             std::uint16_t colNum = u16(pairs + 3 * k);
             if (colNum == 0xFFFF) continue;
-            ri.columns.push_back({colNum, pairs[3 * k + 2] != 0x02});
+            // The order byte's low bit set means ascending.
+            ri.columns.push_back({colNum, (pairs[3 * k + 2] & 0x01) != 0});
         }
         std::size_t after = f.realIndexColumns + 30;
         ri.usageMap = u32(b + after);
         ri.rootPage = u32(b + after + 4);
-        ri.flags = b[after + 8];
+        ri.flags = b[f.realIndexFlags];
         ri.uniqueEntryCount = uniqueCounts[i];
         pos += f.realIndexSize;
     }

@@ -90,8 +90,7 @@ IndexPage decodeIndexPage(const JetFormat& f, std::uint32_t number, const std::u
     page.prev = u32(p + f.indexPrev);
     page.next = u32(p + f.indexNext);
     page.tail = u32(p + f.indexTail);
-    std::size_t prefix =
-        f.indexPrefixLengthSize == 1 ? p[f.indexPrefixLength] : u16(p + f.indexPrefixLength);
+    std::size_t prefix = f.indexPrefixLengthSize == 1 ? p[f.indexPrefixLength] : u16(p + f.indexPrefixLength);
     const std::size_t trailer = page.leaf ? 4 : 8;
     const std::size_t area = indexPageCapacity(f);
     const std::uint8_t* base = p + f.indexEntries;
@@ -109,7 +108,8 @@ IndexPage decodeIndexPage(const JetFormat& f, std::uint32_t number, const std::u
             std::size_t len = end - last;
             full.clear();
             if (page.entries.empty()) {
-                if (len < prefix) damaged(fileName, number, f.indexEntries, "index entry shorter than its prefix");
+                if (len < prefix)
+                    damaged(fileName, number, f.indexEntries, "index entry shorter than its prefix");
                 full.assign(base + last, base + end);
             } else {
                 full.assign(base, base + prefix);
@@ -454,7 +454,9 @@ struct IndexEditor::Impl {
         return number;
     }
 
-    bool fits(const IndexPage& held) const { return encodedEntryBytes(storedForm(held)) <= indexPageCapacity(f); }
+    bool fits(const IndexPage& held) const {
+        return encodedEntryBytes(storedForm(held)) <= indexPageCapacity(f);
+    }
 
     // Moves the first half of page `number`'s entries to a new page placed before it and adds
     // that page to `parent` before `number`'s entry.
@@ -505,8 +507,9 @@ struct IndexEditor::Impl {
         }
         Node& leaf = nodes.at(path.back());
         auto& es = leaf.page.entries;
-        auto pos = std::lower_bound(es.begin(), es.end(), entry,
-                                    [](const IndexEntry& a, const IndexEntry& b) { return compareEntries(a, b) < 0; });
+        auto pos = std::lower_bound(
+            es.begin(), es.end(), entry,
+            [](const IndexEntry& a, const IndexEntry& b) { return compareEntries(a, b) < 0; });
         if (pos != es.end() && compareEntries(*pos, entry) == 0)
             fail(path.back(), 0, "the index already holds this row");
         IndexEntry e = entry;

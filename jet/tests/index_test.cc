@@ -46,7 +46,9 @@ class MemPageIO final : public jet::detail::PageIO {
           f_(bytes_.at(0x14) == 0 ? JetFormat::jet3Format() : JetFormat::jet4Format()) {}
 
     const JetFormat& format() const override { return f_; }
-    std::uint32_t pageCount() const override { return static_cast<std::uint32_t>(bytes_.size() / f_.pageSize); }
+    std::uint32_t pageCount() const override {
+        return static_cast<std::uint32_t>(bytes_.size() / f_.pageSize);
+    }
     void read(std::uint32_t page, std::uint8_t* out) override {
         if (page >= pageCount()) throw jet::Error::corrupt("memory", page, 0, "page beyond the file");
         std::memcpy(out, bytes_.data() + std::size_t(page) * f_.pageSize, f_.pageSize);
@@ -92,9 +94,8 @@ std::vector<std::filesystem::path> corpusFiles() {
 std::optional<std::set<std::string>> verifyProblems(const std::filesystem::path& file) {
     auto tool = jettest::sharedDir() / "tools/jet-verify/jet-verify";
     int status = 0;
-    std::string out = jettest::runCommand(jettest::shellQuote(tool.string()) + " " +
-                                              jettest::shellQuote(file.string()) + " 2>&1",
-                                          status);
+    std::string out = jettest::runCommand(
+        jettest::shellQuote(tool.string()) + " " + jettest::shellQuote(file.string()) + " 2>&1", status);
     if (status == 3 || status == 2 || status < 0) return std::nullopt;
     std::set<std::string> problems;
     std::size_t pos = 0;
@@ -171,7 +172,8 @@ TEST(IndexWalk, AnEntryOutOfPlaceIsFound) {
     jettest::TempDir tmp;
     auto file = tmp.copy("access-corpus/V2000/compIndexTestV2000.mdb");
     auto tables = userTables(file);
-    auto it = std::find_if(tables.begin(), tables.end(), [](const TableRows& t) { return t.rows.size() > 500; });
+    auto it =
+        std::find_if(tables.begin(), tables.end(), [](const TableRows& t) { return t.rows.size() > 500; });
     ASSERT_NE(it, tables.end());
     MemPageIO io(readAll(file));
     // Swap the row pointers of two entries on one leaf: keys no longer match their rows.
@@ -245,16 +247,18 @@ TEST(IndexRemove, HalfTheRowsOfEveryTable) {
 }
 
 TEST(IndexRemove, AllRowsOfEveryTable) {
-    for (const char* f : {"access-corpus/V2000/compIndexTestV2000.mdb", "access-corpus/V1997/compIndexTestV1997.mdb",
-                          "access-corpus/V1997/testIndexCodesV1997.mdb", "suite/drive_c/KELDATA/Office.mdb",
-                          "access-corpus/V2000/testV2000.mdb"})
+    for (const char* f :
+         {"access-corpus/V2000/compIndexTestV2000.mdb", "access-corpus/V1997/compIndexTestV1997.mdb",
+          "access-corpus/V1997/testIndexCodesV1997.mdb", "suite/drive_c/KELDATA/Office.mdb",
+          "access-corpus/V2000/testV2000.mdb"})
         removeRowsEverywhere(jettest::fixturesDir() / f, true);
 }
 
 // The two-level trees of the corpus: removing every row of the first leaf unlinks and releases
 // it; the rest stays in order.
 TEST(IndexRemove, AnEmptiedLeafIsUnlinkedAndReleased) {
-    for (const char* f : {"access-corpus/V2000/compIndexTestV2000.mdb", "access-corpus/V1997/compIndexTestV1997.mdb"}) {
+    for (const char* f :
+         {"access-corpus/V2000/compIndexTestV2000.mdb", "access-corpus/V1997/compIndexTestV1997.mdb"}) {
         SCOPED_TRACE(f);
         jettest::TempDir tmp;
         auto file = tmp.copy(f);
@@ -311,8 +315,9 @@ TEST(IndexRemove, AnEmptiedLeafIsUnlinkedAndReleased) {
 // under the root, parents kept equal to their children's last entries. The result must hold
 // the same entries and agree with the table, and jet-verify must walk it.
 TEST(IndexInsert, EntriesPutBackInRandomOrder) {
-    for (const char* f : {"access-corpus/V2000/compIndexTestV2000.mdb", "access-corpus/V1997/compIndexTestV1997.mdb",
-                          "suite/drive_c/KELDATA/Office.mdb", "suite/drive_c/KELUSER/Report.mdb"}) {
+    for (const char* f :
+         {"access-corpus/V2000/compIndexTestV2000.mdb", "access-corpus/V1997/compIndexTestV1997.mdb",
+          "suite/drive_c/KELDATA/Office.mdb", "suite/drive_c/KELUSER/Report.mdb"}) {
         SCOPED_TRACE(f);
         jettest::TempDir tmp;
         auto file = tmp.copy(f);
@@ -337,7 +342,8 @@ TEST(IndexInsert, EntriesPutBackInRandomOrder) {
                 std::size_t step = std::max<std::size_t>(1, shuffled.size() / 3);
                 for (std::size_t from = 0; from < shuffled.size(); from += step) {
                     IndexEditor ed(io, ix, "memory");
-                    for (std::size_t k = from; k < std::min(shuffled.size(), from + step); ++k) ed.insert(shuffled[k]);
+                    for (std::size_t k = from; k < std::min(shuffled.size(), from + step); ++k)
+                        ed.insert(shuffled[k]);
                     ed.commit();
                 }
                 auto back = entriesOf(io, ix.root);
@@ -370,7 +376,8 @@ TEST(IndexInsert, DeepTreeGrowsAndShrinks) {
         SCOPED_TRACE(f);
         auto file = jettest::fixturesDir() / f;
         auto tables = userTables(file);
-        auto t = std::find_if(tables.begin(), tables.end(), [](const TableRows& x) { return !x.indexes.empty(); });
+        auto t =
+            std::find_if(tables.begin(), tables.end(), [](const TableRows& x) { return !x.indexes.empty(); });
         ASSERT_NE(t, tables.end());
         MemPageIO io(readAll(file));
         IndexRef ix = t->indexes[0];
@@ -388,7 +395,8 @@ TEST(IndexInsert, DeepTreeGrowsAndShrinks) {
             IndexEntry e;
             std::uint32_t v = static_cast<std::uint32_t>(rng());
             // Long keys, so that few fit a page and the tree grows a third level.
-            e.key = {0x7F, std::uint8_t(v >> 24), std::uint8_t(v >> 16), std::uint8_t(v >> 8), std::uint8_t(v)};
+            e.key = {0x7F, std::uint8_t(v >> 24), std::uint8_t(v >> 16), std::uint8_t(v >> 8),
+                     std::uint8_t(v)};
             e.key.resize(40, 0x41);
             e.page = 1 + static_cast<std::uint32_t>(i / 200);
             e.row = static_cast<std::uint8_t>(i % 200);
@@ -399,8 +407,9 @@ TEST(IndexInsert, DeepTreeGrowsAndShrinks) {
             for (std::size_t k = from; k < from + 5000; ++k) ed.insert(made[k]);
             ed.commit();
         }
-        std::sort(made.begin(), made.end(),
-                  [](const IndexEntry& a, const IndexEntry& b) { return jet::detail::compareEntries(a, b) < 0; });
+        std::sort(made.begin(), made.end(), [](const IndexEntry& a, const IndexEntry& b) {
+            return jet::detail::compareEntries(a, b) < 0;
+        });
         auto back = entriesOf(io, ix.root);
         ASSERT_EQ(back.size(), n);
         for (std::size_t k = 0; k < n; ++k) ASSERT_EQ(jet::detail::compareEntries(back[k], made[k]), 0);
@@ -436,8 +445,9 @@ TEST(IndexInsert, DeepTreeGrowsAndShrinks) {
 // never a crash or a hang (the sanitizer build makes any bad access fail the test).
 TEST(IndexDamage, FlippedBytesInIndexPages) {
     std::size_t errors = 0, tries = 0;
-    for (const char* f : {"access-corpus/V2000/compIndexTestV2000.mdb", "access-corpus/V1997/compIndexTestV1997.mdb",
-                          "access-corpus/V1997/testIndexCodesV1997.mdb"}) {
+    for (const char* f :
+         {"access-corpus/V2000/compIndexTestV2000.mdb", "access-corpus/V1997/compIndexTestV1997.mdb",
+          "access-corpus/V1997/testIndexCodesV1997.mdb"}) {
         auto file = jettest::fixturesDir() / f;
         auto tables = userTables(file);
         const auto original = readAll(file);
@@ -450,13 +460,16 @@ TEST(IndexDamage, FlippedBytesInIndexPages) {
                 std::vector<std::uint8_t> buf(fm.pageSize);
                 for (std::uint32_t p = 1; p < probe.pageCount(); ++p) {
                     probe.read(p, buf.data());
-                    if ((buf[0] == 3 || buf[0] == 4) && jet::detail::u32(buf.data() + 4) == t.tdef) pages.push_back(p);
+                    if ((buf[0] == 3 || buf[0] == 4) && jet::detail::u32(buf.data() + 4) == t.tdef)
+                        pages.push_back(p);
                 }
                 for (std::uint32_t p : pages) {
                     for (int k = 0; k < 40; ++k) {
                         MemPageIO io(original);
-                        std::size_t at = k < 20 ? std::size_t(rng() % (fm.indexEntries + 16)) : std::size_t(rng() % fm.pageSize);
-                        io.bytes()[std::size_t(p) * fm.pageSize + at] ^= static_cast<std::uint8_t>(1u << (rng() % 8));
+                        std::size_t at = k < 20 ? std::size_t(rng() % (fm.indexEntries + 16))
+                                                : std::size_t(rng() % fm.pageSize);
+                        io.bytes()[std::size_t(p) * fm.pageSize + at] ^=
+                            static_cast<std::uint8_t>(1u << (rng() % 8));
                         ++tries;
                         try {
                             auto es = entriesOf(io, ix.root);

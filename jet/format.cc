@@ -37,6 +37,7 @@ JetFormat makeJet3() {
     f.colIndex = 5;
     f.colPrecision = 11;
     f.colScale = 12;
+    f.colSortOrderVersion = 0;  // Jet 3 has one General order
     f.colFlags = 13;
     f.colFixedOffset = 14;
     f.colLength = 16;
@@ -95,6 +96,7 @@ JetFormat makeJet4() {
     f.colIndex = 9;
     f.colPrecision = 11;
     f.colScale = 12;
+    f.colSortOrderVersion = 14;
     f.colFlags = 15;
     f.colFixedOffset = 21;
     f.colLength = 23;

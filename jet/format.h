@@ -88,6 +88,7 @@ struct JetFormat {
     std::size_t colIndex;
     std::size_t colPrecision;  // Decimal precision / Text sort order (Jet 4)
     std::size_t colScale;
+    std::size_t colSortOrderVersion;  // Jet 4 Text/Memo: 0 General Legacy, 1 General
     std::size_t colFlags;
     std::size_t colFixedOffset;
     std::size_t colLength;

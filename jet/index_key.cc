@@ -117,6 +117,9 @@ void appendColumnKey(std::vector<std::uint8_t>& out, const KeyContext& ctx, cons
             if (!ctx.jet3 && column.collation != 0x0409 && column.collation != 0)
                 throw KeyUnsupported("text column '" + column.name + "' uses sort order " +
                                      std::to_string(column.collation) + ", not General");
+            if (!ctx.jet3 && column.collationVersion != 0)
+                throw KeyUnsupported("text column '" + column.name +
+                                     "' uses the General sort order of Access 2010, not General Legacy");
             appendTextKey(out, ctx, value.get<std::string>(), ascending);
             return;
         default:

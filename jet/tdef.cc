@@ -178,6 +178,7 @@ std::shared_ptr<const TableLayout> readTableLayout(Store& store, std::uint32_t t
         col.precision = c[f.colPrecision];
         col.scale = c[f.colScale];
         col.collation = u16(c + f.colPrecision);
+        if (!f.jet3) col.collationVersion = c[f.colSortOrderVersion];
         col.flags = c[f.colFlags];
         col.fixed = (col.flags & 0x01) != 0;
         col.fixedOffset = u16(c + f.colFixedOffset);

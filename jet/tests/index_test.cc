@@ -14,6 +14,7 @@
 #include "jet/database.h"
 #include "jet/index.h"
 #include "jet/index_check.h"
+#include "jet/index_key.h"
 #include "jet/store.h"
 #include "jet/table.h"
 #include "test_support.h"
@@ -161,11 +162,28 @@ TEST(IndexWalk, EveryIndexOfTheCorpusAgreesWithItsTable) {
         jet::IndexCheckReport r = jet::checkIndexes(db);
         for (const auto& p : r.problems) ADD_FAILURE() << p;
         EXPECT_GT(r.indexes, 0u);
+        // Every key of these files, text included, is recomputed from its row.
+        EXPECT_EQ(r.keysNotComputed, 0u);
+        EXPECT_EQ(r.keysCompared, r.entries);
         indexes += r.indexes;
         keys += r.keysCompared;
     }
     EXPECT_GT(indexes, 200u);
-    EXPECT_GT(keys, 3000u);
+    EXPECT_GT(keys, 9000u);
+}
+
+// Access 2007 files keep the General Legacy order; Access 2010's "General" is a different one,
+// whose text keys are not computed (and not compared) rather than computed wrongly.
+TEST(IndexWalk, AccessFilesOfLaterVersions) {
+    for (const char* dir : {"access-corpus/V2007", "access-corpus/V2010"}) {
+        for (const auto& e : std::filesystem::directory_iterator(jettest::fixturesDir() / dir)) {
+            SCOPED_TRACE(e.path().string());
+            jet::Database db = jet::Database::open(e.path());
+            jet::IndexCheckReport r = jet::checkIndexes(db);
+            for (const auto& p : r.problems) ADD_FAILURE() << p;
+            EXPECT_GT(r.keysCompared, r.entries / 2);
+        }
+    }
 }
 
 TEST(IndexWalk, AnEntryOutOfPlaceIsFound) {
@@ -493,6 +511,60 @@ TEST(IndexDamage, FlippedBytesInIndexPages) {
     }
     EXPECT_GT(tries, 500u);
     EXPECT_GT(errors, 100u);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(IndexKeys, CharactersWithoutAKnownCodeAreRefusedByName) {
+    jet::detail::KeyContext jet4;
+    jet::detail::KeyContext jet3;
+    jet3.jet3 = true;
+    std::vector<std::uint8_t> out;
+    for (const auto* ctx : {&jet4, &jet3}) {
+        try {
+            jet::detail::appendTextKey(out, *ctx, "Tokyo \xE6\x9D\xB1\xE4\xBA\xAC", true);
+            ADD_FAILURE() << "no error";
+        } catch (const jet::detail::KeyUnsupported& e) {
+            EXPECT_NE(std::string(e.what()).find("U+6771"), std::string::npos) << e.what();
+        }
+    }
+    // Every character of Windows-1252 but NUL has a Jet 4 key, and all but NUL and U+001A a
+    // Jet 3 one.
+    for (unsigned b = 1; b < 256; ++b) {
+        std::string s;
+        if (b < 0x80) {
+            s.push_back(static_cast<char>(b));
+        } else {
+            s.push_back(static_cast<char>(0xC0 | (b >> 6)));
+            s.push_back(static_cast<char>(0x80 | (b & 0x3F)));
+        }
+        out.clear();
+        EXPECT_NO_THROW(jet::detail::appendTextKey(out, jet4, s, true)) << b;
+        if (b != 0x1A) {
+            EXPECT_NO_THROW(jet::detail::appendTextKey(out, jet3, s, false)) << b;
+        }
+    }
+    for (const char* s : {"\xE2\x82\xAC", "\xC5\x92", "\xE2\x84\xA2", "\xC6\x92"}) {  // euro, OE, TM, f-hook
+        EXPECT_NO_THROW(jet::detail::appendTextKey(out, jet4, s, true)) << s;
+        EXPECT_NO_THROW(jet::detail::appendTextKey(out, jet3, s, true)) << s;
+    }
+}
+
+TEST(IndexKeys, OrderOfTextKeys) {
+    // Case does not matter; accents sort after the plain letter; descending reverses.
+    jet::detail::KeyContext ctx;
+    auto key = [&](const std::string& s, bool asc) {
+        std::vector<std::uint8_t> out;
+        jet::detail::appendTextKey(out, ctx, s, asc);
+        return out;
+    };
+    EXPECT_EQ(key("abc", true), key("ABC", true));
+    EXPECT_LT(key("abc", true), key("abd", true));
+    EXPECT_LT(key("e", true), key("\xC3\xA9", true));  // e-acute
+    EXPECT_LT(key("\xC3\xA9", true), key("f", true));
+    EXPECT_GT(key("abc", false), key("abd", false));
 }
 
 }  // namespace

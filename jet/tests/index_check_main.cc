@@ -4,7 +4,7 @@
 
 #include "jet/database.h"
 #include "jet/index_check.h"
-#include "jet/json_export.h"
+#include "output/json_export.h"
 
 int main(int argc, char** argv) {
     if (argc != 2) {

@@ -17,6 +17,7 @@
 #include "jet/index_key.h"
 #include "jet/store.h"
 #include "jet/table.h"
+#include "mem_page_io.h"
 #include "test_support.h"
 
 namespace {
@@ -36,47 +37,7 @@ void writeAll(const std::filesystem::path& p, const std::vector<std::uint8_t>& b
     out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
-// Pages of a file held in memory. allocate() appends a page; release() only records the page.
-// Usage maps (the global one and the index's own) are not kept by this test double: the pager
-// does that, and the files written here are only read by tools that do not rely on them for
-// index pages.
-class MemPageIO final : public jet::detail::PageIO {
-  public:
-    explicit MemPageIO(std::vector<std::uint8_t> bytes)
-        : bytes_(std::move(bytes)),
-          f_(bytes_.at(0x14) == 0 ? JetFormat::jet3Format() : JetFormat::jet4Format()) {}
-
-    const JetFormat& format() const override { return f_; }
-    std::uint32_t pageCount() const override {
-        return static_cast<std::uint32_t>(bytes_.size() / f_.pageSize);
-    }
-    void read(std::uint32_t page, std::uint8_t* out) override {
-        if (page >= pageCount()) throw jet::Error::corrupt("memory", page, 0, "page beyond the file");
-        std::memcpy(out, bytes_.data() + std::size_t(page) * f_.pageSize, f_.pageSize);
-        ++reads;
-    }
-    void write(std::uint32_t page, const std::uint8_t* data) override {
-        ASSERT_LT(page, pageCount());
-        std::memcpy(bytes_.data() + std::size_t(page) * f_.pageSize, data, f_.pageSize);
-        ++writes;
-    }
-    std::uint32_t allocate(std::uint32_t) override {
-        std::uint32_t n = pageCount();
-        bytes_.resize(bytes_.size() + f_.pageSize, 0);
-        ++allocated;
-        return n;
-    }
-    void release(std::uint32_t page, std::uint32_t) override { released.insert(page); }
-
-    std::vector<std::uint8_t>& bytes() { return bytes_; }
-
-    std::size_t reads = 0, writes = 0, allocated = 0;
-    std::set<std::uint32_t> released;
-
-  private:
-    std::vector<std::uint8_t> bytes_;
-    const JetFormat& f_;
-};
+using jettest::MemPageIO;
 
 std::vector<std::filesystem::path> corpusFiles() {
     std::vector<std::filesystem::path> out;

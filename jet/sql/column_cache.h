@@ -9,7 +9,8 @@
 // size, modification and change times to the nanosecond): any write to the file, by this process
 // or another, changes the stamp and the entries of the old stamp are never used again. The change
 // time matters because a copy that restores an old modification time (cp -p of a backup) still
-// gets a new change time. An entry is stored
+// gets a new change time; a commit of this process also bumps the file's generation counter, which
+// is part of the stamp. An entry is stored
 // only when the stamp was the same before and after the scan that built it, and only once the
 // file has been left alone for kSettleSeconds: file systems keep modification times in coarse
 // ticks, so a write that follows another within one tick could leave the time unchanged, and a
@@ -32,6 +33,7 @@ struct FileStamp {
     std::uint64_t device = 0, inode = 0, size = 0;
     std::int64_t modifiedSeconds = 0, modifiedNanoseconds = 0;
     std::int64_t changedSeconds = 0, changedNanoseconds = 0;
+    std::uint64_t generation = 0;  // commits of this process (jet::detail::fileGeneration)
     friend bool operator==(const FileStamp&, const FileStamp&) = default;
 };
 

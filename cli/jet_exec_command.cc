@@ -35,8 +35,8 @@ int runExec(Invocation& inv) {
     }
 }
 
-const CommandRegistration registration{
-    Command{"jet exec", "jet exec FILE STATEMENT  (runs DROP TABLE and the like; prints rowsAffected)", runExec}};
+const CommandRegistration registration{Command{
+    "jet exec", "jet exec FILE STATEMENT  (runs DROP TABLE and the like; prints rowsAffected)", runExec}};
 
 }  // namespace
 }  // namespace qx::cli

@@ -311,7 +311,8 @@ void recoverIfNeeded(Store& store, const std::string& name) {
             outcome = recoverJournal(fs, *rw, name, notice, error);
         } else {
             error = openError;
-            notice = "journal '" + name + kJournalSuffix + "' cannot be rolled back: the file cannot be written";
+            notice =
+                "journal '" + name + kJournalSuffix + "' cannot be rolled back: the file cannot be written";
         }
     }
     file.lock(kLockCommit, 1, LockKind::Shared, true);

@@ -57,8 +57,10 @@ std::vector<Bytes> decodeEntries(const Store& store, std::uint32_t pageNo, const
             std::size_t len = end - last;
             Bytes entry;
             if (!entries.empty()) {
-                if (prefix > entries.front().size()) store.corrupt(pageNo, f.indexPrefixLength, "index prefix too long");
-                entry.assign(entries.front().begin(), entries.front().begin() + static_cast<std::ptrdiff_t>(prefix));
+                if (prefix > entries.front().size())
+                    store.corrupt(pageNo, f.indexPrefixLength, "index prefix too long");
+                entry.assign(entries.front().begin(),
+                             entries.front().begin() + static_cast<std::ptrdiff_t>(prefix));
             }
             entry.insert(entry.end(), e, e + len);
             entries.push_back(std::move(entry));
@@ -102,11 +104,12 @@ std::uint32_t be32(const std::uint8_t* p) {
 
 RowId entryRow(const Bytes& e, bool intermediate) {
     const std::uint8_t* t = e.data() + e.size() - (intermediate ? 8 : 4);
-    return RowId{(static_cast<std::uint32_t>(t[0]) << 16) | (static_cast<std::uint32_t>(t[1]) << 8) | t[2], t[3]};
+    return RowId{(static_cast<std::uint32_t>(t[0]) << 16) | (static_cast<std::uint32_t>(t[1]) << 8) | t[2],
+                 t[3]};
 }
 
 struct TreeShape {
-    std::vector<std::uint32_t> leaves;           // in key order
+    std::vector<std::uint32_t> leaves;              // in key order
     std::map<std::uint32_t, std::uint32_t> parent;  // child -> intermediate page
 };
 
@@ -168,7 +171,8 @@ void followLastEntry(Transaction& tx, const Store& store, const TreeShape& shape
 }
 
 // Removes every entry pointing at one of `rows` from the index rooted at `root`.
-std::size_t removeEntries(Transaction& tx, const Store& store, std::uint32_t root, const std::set<std::pair<std::uint32_t, std::uint16_t>>& rows) {
+std::size_t removeEntries(Transaction& tx, const Store& store, std::uint32_t root,
+                          const std::set<std::pair<std::uint32_t, std::uint16_t>>& rows) {
     const JetFormat& f = *store.fmt;
     if (root == 0 || rows.empty()) return 0;
     TreeShape shape = walkTree(tx, store, root);
@@ -194,7 +198,8 @@ std::size_t removeEntries(Transaction& tx, const Store& store, std::uint32_t roo
         Bytes oldLast = entries.empty() ? Bytes{} : decodeEntries(store, leaf, copy).back();
         Bytes& page = tx.modify(leaf);
         encodeEntries(store, leaf, page, kept);
-        if (leaf != root && kept.back() != oldLast) followLastEntry(tx, store, shape, leaf, oldLast, kept.back());
+        if (leaf != root && kept.back() != oldLast)
+            followLastEntry(tx, store, shape, leaf, oldLast, kept.back());
     }
     return removed;
 }
@@ -221,7 +226,8 @@ void deleteRow(Transaction& tx, const Store& store, const TableLayout& layout, R
         std::uint32_t ptr = u32(page.data() + start);
         pageNo = ptr >> 8;
         rowNo = ptr & 0xFF;
-        if (pageNo == 0 || pageNo >= tx.pageCount()) store.corrupt(id.page, start, "overflow pointer beyond the file");
+        if (pageNo == 0 || pageNo >= tx.pageCount())
+            store.corrupt(id.page, start, "overflow pointer beyond the file");
     }
     (void)layout;
 }
@@ -256,7 +262,8 @@ void deleteLongValueRows(Transaction& tx, const Store& store, const std::string_
 // Deletes the rows of table `layout` chosen by `pick` (given a cursor on the row): rows, their
 // long values, their index entries, and the definition's row count. Returns the count.
 template <typename Pick>
-std::size_t deleteRowsWhere(Transaction& tx, Store& store, const std::shared_ptr<const TableLayout>& layout, Pick pick) {
+std::size_t deleteRowsWhere(Transaction& tx, Store& store, const std::shared_ptr<const TableLayout>& layout,
+                            Pick pick) {
     const JetFormat& f = *store.fmt;
     Table table(std::shared_ptr<Store>(std::shared_ptr<Store>{}, &store), layout);
     std::vector<std::size_t> longColumns;
@@ -283,7 +290,8 @@ std::size_t deleteRowsWhere(Transaction& tx, Store& store, const std::shared_ptr
     }
     Bytes& tdef = tx.modify(layout->tdefPage);
     std::uint32_t count = u32(tdef.data() + f.tdefRowCount);
-    put32(tdef.data() + f.tdefRowCount, count >= rows.size() ? static_cast<std::uint32_t>(count - rows.size()) : 0);
+    put32(tdef.data() + f.tdefRowCount,
+          count >= rows.size() ? static_cast<std::uint32_t>(count - rows.size()) : 0);
     return rows.size();
 }
 
@@ -331,7 +339,8 @@ MapContents readMap(Transaction& tx, const Store& store, std::uint32_t pointer) 
             if (!bits[i]) continue;
             for (int b = 0; b < 8; ++b) {
                 std::uint64_t pg = first + i * 8 + static_cast<unsigned>(b);
-                if ((bits[i] & (1u << b)) && pg < tx.pageCount()) out.pages.push_back(static_cast<std::uint32_t>(pg));
+                if ((bits[i] & (1u << b)) && pg < tx.pageCount())
+                    out.pages.push_back(static_cast<std::uint32_t>(pg));
             }
         }
     };
@@ -356,7 +365,8 @@ MapContents readMap(Transaction& tx, const Store& store, std::uint32_t pointer) 
     return out;
 }
 
-void freeTablePages(Transaction& tx, const Store& store, const TableLayout& layout, std::set<std::uint32_t>& freed) {
+void freeTablePages(Transaction& tx, const Store& store, const TableLayout& layout,
+                    std::set<std::uint32_t>& freed) {
     const JetFormat& f = *store.fmt;
     const std::uint32_t tdef = layout.tdefPage;
     Bytes page(f.pageSize);
@@ -435,7 +445,8 @@ void dropTable(const Database& db, std::string_view rawName, CommitStats* stats)
     std::size_t index = store.catalog.size();
     for (std::size_t i = 0; i < store.catalog.size(); ++i) {
         const auto& e = store.catalog[i];
-        if (e.parentId == kTablesContainerId && (e.type == 1 || e.type == 4 || e.type == 6) && sameName(e.name, name)) {
+        if (e.parentId == kTablesContainerId && (e.type == 1 || e.type == 4 || e.type == 6) &&
+            sameName(e.name, name)) {
             index = i;
             break;
         }
@@ -456,9 +467,10 @@ void dropTable(const Database& db, std::string_view rawName, CommitStats* stats)
         layout = store.layout(static_cast<std::uint32_t>(entry.id), entry.name);
         for (const Index& ix : layout->indexes) {
             if (ix.kind == 2)
-                throw Error(errc::kInRelationship,
-                            "Cannot delete this index or table.  It is either the current index or is used in a "
-                            "relationship.");
+                throw Error(
+                    errc::kInRelationship,
+                    "Cannot delete this index or table.  It is either the current index or is used in a "
+                    "relationship.");
         }
     }
     // Relationships name their tables.
@@ -471,17 +483,17 @@ void dropTable(const Database& db, std::string_view rawName, CommitStats* stats)
             bool involved = (a >= 0 && sameName(cur.text(static_cast<std::size_t>(a)), entry.name)) ||
                             (b >= 0 && sameName(cur.text(static_cast<std::size_t>(b)), entry.name));
             if (involved)
-                throw Error(errc::kInRelationship,
-                            "Cannot delete this index or table.  It is either the current index or is used in a "
-                            "relationship.");
+                throw Error(
+                    errc::kInRelationship,
+                    "Cannot delete this index or table.  It is either the current index or is used in a "
+                    "relationship.");
         }
     }
 
     // MSysObjects.
     auto catalogLayout = store.layout(kCatalogPage, "MSysObjects");
-    std::size_t gone = deleteRowsWhere(tx, store, catalogLayout, [&](const Table&, const Cursor& c) {
-        return c.rowId() == catalogRow;
-    });
+    std::size_t gone = deleteRowsWhere(
+        tx, store, catalogLayout, [&](const Table&, const Cursor& c) { return c.rowId() == catalogRow; });
     if (gone != 1) store.corrupt(catalogRow.page, 0, "the table's catalog row moved");
 
     // Rows that name the table's id.

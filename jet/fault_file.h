@@ -19,16 +19,16 @@
 namespace jet {
 
 struct FaultPlan {
-    std::uint64_t failWrite = 0;     // the Nth write fails with `error` (0 = never)
-    std::uint64_t failSync = 0;      // the Nth sync fails with `error`
-    int error = 5;                   // EIO
-    bool failAllAfter = false;       // once failed, every later write and sync fails too
-    std::uint64_t shortWrite = 0;    // the Nth write writes half its bytes and reports so
-    std::uint64_t exitAtWrite = 0;   // _exit(exitCode) before the Nth write
-    std::uint64_t exitAtSync = 0;    // _exit(exitCode) before the Nth sync
+    std::uint64_t failWrite = 0;    // the Nth write fails with `error` (0 = never)
+    std::uint64_t failSync = 0;     // the Nth sync fails with `error`
+    int error = 5;                  // EIO
+    bool failAllAfter = false;      // once failed, every later write and sync fails too
+    std::uint64_t shortWrite = 0;   // the Nth write writes half its bytes and reports so
+    std::uint64_t exitAtWrite = 0;  // _exit(exitCode) before the Nth write
+    std::uint64_t exitAtSync = 0;   // _exit(exitCode) before the Nth sync
     int exitCode = 86;
-    int refuseWriteOpen = 0;         // non-zero: opening for writing (and creating, removing)
-                                     // fails with this errno (EROFS, EACCES, ENOENT)
+    int refuseWriteOpen = 0;  // non-zero: opening for writing (and creating, removing)
+                              // fails with this errno (EROFS, EACCES, ENOENT)
 };
 
 class FaultyFileSystem final : public FileSystem {
@@ -48,7 +48,10 @@ class FaultyFileSystem final : public FileSystem {
     std::uint64_t writes() const noexcept { return writes_; }
     std::uint64_t syncs() const noexcept { return syncs_; }
     std::uint64_t bytesWritten() const noexcept { return bytes_; }
-    void resetCounts() noexcept { writes_ = syncs_ = bytes_ = 0; failed_ = false; }
+    void resetCounts() noexcept {
+        writes_ = syncs_ = bytes_ = 0;
+        failed_ = false;
+    }
 
     // Used by the files it opened.
     int beforeWrite(std::size_t& length, bool& shortened);

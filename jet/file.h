@@ -18,10 +18,10 @@
 namespace jet {
 
 enum class OpenMode {
-    Read,           // existing file, read only
-    ReadWrite,      // existing file, read and write
-    CreateOrOpen,   // read and write; made when missing (mode 0666 less umask)
-    CreateNew,      // read and write; fails with EEXIST when the file exists
+    Read,          // existing file, read only
+    ReadWrite,     // existing file, read and write
+    CreateOrOpen,  // read and write; made when missing (mode 0666 less umask)
+    CreateNew,     // read and write; fails with EEXIST when the file exists
 };
 
 enum class LockKind { Shared, Exclusive };

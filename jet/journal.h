@@ -60,7 +60,8 @@ struct JournalPlan {
 // is then removed again as far as possible).
 int writeJournal(FileSystem& fs, const std::string& database, const JournalPlan& plan);
 
-// Removes the journal and syncs the folder: the commit point. Returns 0 or an errno.
+// Removes the journal (the commit point) and syncs the folder. Returns 0 or the errno of the
+// removal; a failing folder sync is not reported (see journal.cc).
 int removeJournal(FileSystem& fs, const std::string& database);
 
 enum class RecoveryOutcome { None, RolledBack, Ignored };

@@ -137,8 +137,8 @@ class PageChannel {
     std::uint64_t clock_ = 0;
     std::vector<std::unique_ptr<CacheBlock>> blocks_;
     std::vector<std::unique_ptr<CacheBlock>> retired_;  // held by PageRefs across a reset
-    std::vector<std::int32_t> blockSlot_;  // block number -> index in blocks_, or -1
-    CacheBlock* last_ = nullptr;           // most recent hit, checked first
+    std::vector<std::int32_t> blockSlot_;               // block number -> index in blocks_, or -1
+    CacheBlock* last_ = nullptr;                        // most recent hit, checked first
 };
 
 // RC4 over `data` in place with `key`.

@@ -102,7 +102,8 @@ std::vector<std::uint8_t>& Transaction::mutablePage(std::uint32_t page) {
 
 void Transaction::write(std::uint32_t page, const std::uint8_t* data) {
     if (finished_) throw Error(errc::kDiskError, "Disk or network error.");
-    if (page == 0 || page >= pageCount_) store_->corrupt(page, 0, "write to a page beyond the end of the file");
+    if (page == 0 || page >= pageCount_)
+        store_->corrupt(page, 0, "write to a page beyond the end of the file");
     auto& bytes = changed_[page];
     bytes.assign(data, data + format().pageSize);
 }
@@ -192,15 +193,15 @@ bool Transaction::isFree(std::uint32_t page) {
     if (r[0] == 0) {
         std::uint32_t start = u32(r + 1);
         std::size_t bits = (row.length - 5) * 8;
-        if (page < start || page - start >= bits) return true;
+        if (page < start || page - start >= bits) return false;
         std::uint32_t i = page - start;
         return (r[5 + i / 8] & (1u << (i % 8))) != 0;
     }
     const std::size_t per = static_cast<std::size_t>(f.pageSize - 4) * 8;
     const std::size_t slot = page / per;
-    if (slot >= (row.length - 1) / 4) return true;
+    if (slot >= (row.length - 1) / 4) return false;
     std::uint32_t bitmap = u32(r + 1 + 4 * slot);
-    if (bitmap == 0) return true;
+    if (bitmap == 0 || bitmap >= pageCount_) return false;
     std::vector<std::uint8_t> bp(f.pageSize);
     read(bitmap, bp.data());
     std::size_t i = page - slot * per;
@@ -208,7 +209,9 @@ bool Transaction::isFree(std::uint32_t page) {
 }
 
 void Transaction::setFree(std::uint32_t page, bool free) {
-    // In the global map a set bit means free; pages it does not cover count as free.
+    // In the global map a set bit means free. An inline map covers a window of pages (Jet keeps it
+    // where the file ends); pages it does not cover cannot be marked: one freed below the window
+    // stays unused until the file is compacted, as with Jet itself.
     const JetFormat& f = format();
     std::vector<std::uint8_t> copy(f.pageSize);
     read(1, copy.data());

@@ -58,7 +58,7 @@ class Transaction final : public detail::PageIO {
     void setInMap(std::uint32_t usageMap, std::uint32_t page, bool owned);
     // Marks `page` free (true) or used in the global map (page 1, row 0; set = free).
     void setFree(std::uint32_t page, bool free);
-    // Whether the global map counts `page` as free.
+    // Whether the global map marks `page` free (pages it does not cover are not taken as free).
     bool isFree(std::uint32_t page);
 
     // The page as this transaction sees it, to be changed in place (it becomes a changed page).
@@ -76,8 +76,8 @@ class Transaction final : public detail::PageIO {
 
   private:
     std::vector<std::uint8_t>& mutablePage(std::uint32_t page);
-    void undoWrites(const std::vector<std::vector<std::uint8_t>>& originals, const std::vector<std::uint32_t>& pages,
-                    std::uint64_t originalLength);
+    void undoWrites(const std::vector<std::vector<std::uint8_t>>& originals,
+                    const std::vector<std::uint32_t>& pages, std::uint64_t originalLength);
 
     std::shared_ptr<detail::Store> store_;
     std::map<std::uint32_t, std::vector<std::uint8_t>> changed_;

@@ -67,8 +67,8 @@ struct ColumnCache::Impl {
         // Entries of an older state of the same file can never be used again.
         for (auto it = entries.begin(); it != entries.end();) {
             const bool sameFile = it->stamp.device == e.stamp.device && it->stamp.inode == e.stamp.inode;
-            const bool replaced = it->tablePage == e.tablePage && it->column == e.column &&
-                                  it->stamp == e.stamp;
+            const bool replaced =
+                it->tablePage == e.tablePage && it->column == e.column && it->stamp == e.stamp;
             if ((sameFile && !(it->stamp == e.stamp)) || replaced) {
                 bytes -= it->bytes;
                 it = entries.erase(it);

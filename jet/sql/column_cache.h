@@ -49,13 +49,13 @@ bool settled(const FileStamp& stamp);
 // text in that list, so that a test runs once per distinct text instead of once per row; other
 // columns keep every row's text one after the other.
 struct TextColumn {
-    std::vector<std::uint8_t> nulls;   // 1 where the value is Null; one entry per row
+    std::vector<std::uint8_t> nulls;  // 1 where the value is Null; one entry per row
 
-    std::string folded;                // plain form: every row's text, upper-cased, in a row
-    std::vector<std::uint32_t> ends;   // row i spans [ends[i-1], ends[i]) of folded
+    std::string folded;               // plain form: every row's text, upper-cased, in a row
+    std::vector<std::uint32_t> ends;  // row i spans [ends[i-1], ends[i]) of folded
 
-    std::vector<std::string> distinct; // coded form: the distinct texts, upper-cased
-    std::vector<std::uint32_t> codes;  // per row, its text's position in distinct
+    std::vector<std::string> distinct;  // coded form: the distinct texts, upper-cased
+    std::vector<std::uint32_t> codes;   // per row, its text's position in distinct
 
     bool coded() const noexcept { return !codes.empty(); }
     std::size_t rows() const noexcept { return nulls.size(); }
@@ -72,7 +72,7 @@ struct TextColumn {
 };
 
 class ColumnCache {
-public:
+  public:
     static constexpr std::size_t kBudgetBytes = 96u << 20;
 
     static ColumnCache& instance();
@@ -88,7 +88,7 @@ public:
     // Drops everything (tests).
     void clear();
 
-private:
+  private:
     ColumnCache() = default;
     struct Impl;
     Impl& impl();

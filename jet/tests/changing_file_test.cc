@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "jet/database.h"
-#include "jet/file.h"
 #include "jet/error.h"
+#include "jet/file.h"
 #include "jet/json_export.h"
 #include "jet/page_channel.h"
 #include "jet/store.h"

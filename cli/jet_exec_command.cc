@@ -8,7 +8,7 @@
 
 #include "cli/command.h"
 #include "jet/database.h"
-#include "jet/json_export.h"
+#include "output/json_export.h"
 #include "jet/sql/execute.h"
 
 namespace qx::cli {

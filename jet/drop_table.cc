@@ -39,6 +39,15 @@ void put32(std::uint8_t* p, std::uint32_t v) {
     for (int i = 0; i < 4; ++i) p[i] = static_cast<std::uint8_t>(v >> (8 * i));
 }
 
+// The row count of a data page, checked against the room its offset table can have.
+std::uint16_t rowCountOf(const Store& store, std::uint32_t pageNo, const Bytes& page) {
+    const JetFormat& f = *store.fmt;
+    std::uint16_t count = u16(page.data() + f.dataRowCount);
+    if (f.dataRowOffsets + 2u * count > f.pageSize)
+        store.corrupt(pageNo, f.dataRowCount, "implausible row count");
+    return count;
+}
+
 // ---- index pages ----
 
 std::vector<Bytes> decodeEntries(const Store& store, std::uint32_t pageNo, const Bytes& page) {
@@ -215,7 +224,7 @@ void deleteRow(Transaction& tx, const Store& store, const TableLayout& layout, R
     for (int hop = 0; hop <= static_cast<int>(kMaxOverflowHops); ++hop) {
         Bytes& page = tx.modify(pageNo);
         if (page[0] != kPageData) store.corrupt(pageNo, 0, "row to delete is not on a data page");
-        std::uint16_t count = u16(page.data() + f.dataRowCount);
+        std::uint16_t count = rowCountOf(store, pageNo, page);
         if (rowNo >= count) store.corrupt(pageNo, f.dataRowCount, "row to delete is missing");
         std::size_t entry = f.dataRowOffsets + 2u * rowNo;
         std::uint16_t raw = u16(page.data() + entry);
@@ -246,7 +255,7 @@ void deleteLongValueRows(Transaction& tx, const Store& store, const std::string_
         std::uint16_t rw = ptr & 0xFF;
         if (pg == 0 || pg >= tx.pageCount()) store.corrupt(pg, 0, "long value pointer beyond the file");
         Bytes& page = tx.modify(pg);
-        if (page[0] != kPageData || rw >= u16(page.data() + f.dataRowCount))
+        if (page[0] != kPageData || rw >= rowCountOf(store, pg, page))
             store.corrupt(pg, 0, "long value row missing");
         std::size_t entry = f.dataRowOffsets + 2u * rw;
         std::uint16_t raw = u16(page.data() + entry);
@@ -326,7 +335,7 @@ MapContents readMap(Transaction& tx, const Store& store, std::uint32_t pointer) 
     Bytes page(f.pageSize);
     tx.read(holder, page.data());
     if (page[0] != kPageData) store.corrupt(holder, 0, "usage map is not on a data page");
-    std::uint16_t count = u16(page.data() + f.dataRowCount);
+    std::uint16_t count = rowCountOf(store, holder, page);
     if (rowNo >= count) store.corrupt(holder, f.dataRowCount, "usage map row missing");
     std::size_t entry = f.dataRowOffsets + 2u * rowNo;
     std::size_t start = u16(page.data() + entry) & kRowOffsetMask;
@@ -375,9 +384,11 @@ void freeTablePages(Transaction& tx, const Store& store, const TableLayout& layo
         return page[0];
     };
     auto owner = [&]() { return u32(page.data() + f.dataOwner); };
+    // Only pages the global map can mark are worth checking (see Transaction::setFree).
     auto give = [&](std::uint32_t p) {
-        if (p >= 3 && p < tx.pageCount()) freed.insert(p);
+        if (p >= 3 && p < tx.pageCount() && tx.globalCovers(p)) freed.insert(p);
     };
+    auto wanted = [&](std::uint32_t p) { return p >= 3 && p < tx.pageCount() && tx.globalCovers(p); };
 
     for (std::uint32_t p : layout.definitionPages) give(p);
 
@@ -390,15 +401,16 @@ void freeTablePages(Transaction& tx, const Store& store, const TableLayout& layo
 
     // Data pages of the table.
     for (std::uint32_t p : readMap(tx, store, layout.ownedPagesMap).pages) {
-        if (typeOf(p) == kPageData && owner() == tdef) give(p);
+        if (wanted(p) && typeOf(p) == kPageData && owner() == tdef) give(p);
     }
     // Index pages.
     for (const auto& ri : layout.realIndexes) {
         for (std::uint32_t p : readMap(tx, store, ri.usageMap).pages) {
+            if (!wanted(p)) continue;
             std::uint8_t t = typeOf(p);
             if ((t == kPageIndexNode || t == kPageIndexLeaf) && owner() == tdef) give(p);
         }
-        if (ri.rootPage != 0 && ri.rootPage < tx.pageCount()) {
+        if (ri.rootPage != 0 && wanted(ri.rootPage)) {
             std::uint8_t t = typeOf(ri.rootPage);
             if ((t == kPageIndexNode || t == kPageIndexLeaf) && owner() == tdef) give(ri.rootPage);
         }
@@ -406,7 +418,7 @@ void freeTablePages(Transaction& tx, const Store& store, const TableLayout& layo
     // Long values.
     for (const auto& lv : layout.longValueMaps) {
         for (std::uint32_t p : readMap(tx, store, lv.owned).pages) {
-            if (typeOf(p) == kPageData && owner() == kLvalOwner) give(p);
+            if (wanted(p) && typeOf(p) == kPageData && owner() == kLvalOwner) give(p);
         }
     }
     // Bitmap pages of reference maps, and the pages holding the map rows.
@@ -417,8 +429,8 @@ void freeTablePages(Transaction& tx, const Store& store, const TableLayout& layo
         holders[m >> 8].insert(static_cast<std::uint16_t>(m & 0xFF));
     }
     for (const auto& [holder, ours] : holders) {
-        if (holder < 3 || holder >= tx.pageCount() || typeOf(holder) != kPageData) continue;
-        std::uint16_t count = u16(page.data() + f.dataRowCount);
+        if (!wanted(holder) || typeOf(holder) != kPageData) continue;
+        std::uint16_t count = rowCountOf(store, holder, page);
         bool onlyOurs = true;
         for (std::uint16_t r = 0; r < count && onlyOurs; ++r) {
             std::uint16_t raw = u16(page.data() + f.dataRowOffsets + 2u * r);

@@ -101,6 +101,7 @@ std::vector<std::uint8_t>& Transaction::mutablePage(std::uint32_t page) {
 }
 
 void Transaction::write(std::uint32_t page, const std::uint8_t* data) {
+    if (page == 1) globalMap_.reset();
     if (finished_) throw Error(errc::kDiskError, "Disk or network error.");
     if (page == 0 || page >= pageCount_)
         store_->corrupt(page, 0, "write to a page beyond the end of the file");
@@ -110,6 +111,8 @@ void Transaction::write(std::uint32_t page, const std::uint8_t* data) {
 
 void Transaction::setInMap(std::uint32_t usageMap, std::uint32_t page, bool owned) {
     if (usageMap == 0) return;
+    // The global map's row only moves its start page or gains bitmap pages through here.
+    if ((usageMap >> 8) == 1) globalMap_.reset();
     const JetFormat& f = format();
     const std::uint32_t holder = usageMap >> 8;
     std::vector<std::uint8_t> copy(f.pageSize);
@@ -185,8 +188,8 @@ void Transaction::setInMap(std::uint32_t usageMap, std::uint32_t page, bool owne
 
 bool Transaction::isFree(std::uint32_t page) {
     const JetFormat& f = format();
-    std::vector<std::uint8_t> copy(f.pageSize);
-    read(1, copy.data());
+    if (!globalCovers(page)) return false;
+    const std::vector<std::uint8_t>& copy = *globalMap_;
     const std::uint32_t pointer = (1u << 8) | 0u;
     MapRow row = locateMapRow(*store_, copy, pointer);
     const std::uint8_t* r = copy.data() + row.start;
@@ -208,25 +211,31 @@ bool Transaction::isFree(std::uint32_t page) {
     return (bp[4 + i / 8] & (1u << (i % 8))) != 0;
 }
 
+bool Transaction::globalCovers(std::uint32_t page) {
+    const JetFormat& f = format();
+    if (!globalMap_) {
+        globalMap_ = std::make_unique<std::vector<std::uint8_t>>(f.pageSize);
+        read(1, globalMap_->data());
+    }
+    const std::vector<std::uint8_t>& copy = *globalMap_;
+    MapRow row = locateMapRow(*store_, copy, (1u << 8) | 0u);
+    const std::uint8_t* r = copy.data() + row.start;
+    if (r[0] == 0) {
+        std::uint32_t start = u32(r + 1);
+        return page >= start && page - start < (row.length - 5) * 8;
+    }
+    const std::size_t per = static_cast<std::size_t>(f.pageSize - 4) * 8;
+    const std::size_t slot = page / per;
+    if (slot >= (row.length - 1) / 4) return false;
+    std::uint32_t bitmap = u32(r + 1 + 4 * slot);
+    return bitmap != 0 && bitmap < pageCount_;
+}
+
 void Transaction::setFree(std::uint32_t page, bool free) {
     // In the global map a set bit means free. An inline map covers a window of pages (Jet keeps it
     // where the file ends); pages it does not cover cannot be marked: one freed below the window
     // stays unused until the file is compacted, as with Jet itself.
-    const JetFormat& f = format();
-    std::vector<std::uint8_t> copy(f.pageSize);
-    read(1, copy.data());
-    MapRow row = locateMapRow(*store_, copy, (1u << 8) | 0u);
-    const std::uint8_t* r = copy.data() + row.start;
-    bool covered = false;
-    if (r[0] == 0) {
-        std::uint32_t start = u32(r + 1);
-        covered = page >= start && page - start < (row.length - 5) * 8;
-    } else {
-        const std::size_t per = static_cast<std::size_t>(f.pageSize - 4) * 8;
-        const std::size_t slot = page / per;
-        covered = slot < (row.length - 1) / 4 && u32(r + 1 + 4 * slot) != 0;
-    }
-    if (!covered) {
+    if (!globalCovers(page)) {
         if (free) return;
         throw mapTooSmall();
     }

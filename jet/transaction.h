@@ -58,6 +58,8 @@ class Transaction final : public detail::PageIO {
     void setInMap(std::uint32_t usageMap, std::uint32_t page, bool owned);
     // Marks `page` free (true) or used in the global map (page 1, row 0; set = free).
     void setFree(std::uint32_t page, bool free);
+    // Whether the global map has a bit for `page` at all.
+    bool globalCovers(std::uint32_t page);
     // Whether the global map marks `page` free (pages it does not cover are not taken as free).
     bool isFree(std::uint32_t page);
 
@@ -81,6 +83,7 @@ class Transaction final : public detail::PageIO {
 
     std::shared_ptr<detail::Store> store_;
     std::map<std::uint32_t, std::vector<std::uint8_t>> changed_;
+    std::unique_ptr<std::vector<std::uint8_t>> globalMap_;  // page 1 as last read, for globalCovers
     std::uint32_t pageCount_ = 0;
     std::uint32_t originalCount_ = 0;
     bool holdsWriteLock_ = false;

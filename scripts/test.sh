@@ -26,5 +26,8 @@ bash scripts/kill-loop.sh build-release 6
 echo "== short fuzz run"
 bash scripts/fuzz.sh 60
 
+echo "== include layers (README.md, Layout)"
+bash scripts/check-layers.sh
+
 echo "== format (.clang-format, clang-format 14)"
 bash scripts/check-format.sh

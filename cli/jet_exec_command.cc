@@ -8,8 +8,8 @@
 
 #include "cli/command.h"
 #include "jet/database.h"
-#include "output/json_export.h"
 #include "jet/sql/execute.h"
+#include "output/json_export.h"
 
 namespace qx::cli {
 namespace {

@@ -8,9 +8,8 @@
 // owner for data and index pages): a damaged map cannot make the drop free another table's page.
 // A map-holder page is freed only when every live row on it is one of this table's maps.
 //
-// Index entries are taken out of their leaf by row pointer (one pass over the leaves); a leaf
-// keeps its prefix length (still common to what remains), its mask and free space are written
-// anew, and where a leaf's last entry changes the entry that repeats it in the parent follows.
+// Index entries are taken out by row pointer with the index module's IndexEditor (one pass over
+// the leaves; emptied pages unlinked and given back).
 #include "jet/schema.h"
 
 #include <algorithm>
@@ -18,6 +17,7 @@
 #include <map>
 #include <set>
 
+#include "jet/index.h"
 #include "jet/store.h"
 #include "jet/table.h"
 
@@ -46,171 +46,6 @@ std::uint16_t rowCountOf(const Store& store, std::uint32_t pageNo, const Bytes& 
     if (f.dataRowOffsets + 2u * count > f.pageSize)
         store.corrupt(pageNo, f.dataRowCount, "implausible row count");
     return count;
-}
-
-// ---- index pages ----
-
-std::vector<Bytes> decodeEntries(const Store& store, std::uint32_t pageNo, const Bytes& page) {
-    const JetFormat& f = *store.fmt;
-    std::vector<Bytes> entries;
-    std::size_t prefix = u16(page.data() + f.indexPrefixLength);
-    std::size_t last = 0;
-    for (std::size_t i = 0; i < f.indexMaskLength; ++i) {
-        std::uint8_t m = page[f.indexMask + i];
-        for (int bit = 0; bit < 8 && m; ++bit) {
-            if (!(m & (1u << bit))) continue;
-            std::size_t end = i * 8 + static_cast<std::size_t>(bit);
-            if (end <= last || f.indexEntries + end > f.pageSize)
-                store.corrupt(pageNo, f.indexMask + i, "index entry mask out of order");
-            const std::uint8_t* e = page.data() + f.indexEntries + last;
-            std::size_t len = end - last;
-            Bytes entry;
-            if (!entries.empty()) {
-                if (prefix > entries.front().size())
-                    store.corrupt(pageNo, f.indexPrefixLength, "index prefix too long");
-                entry.assign(entries.front().begin(),
-                             entries.front().begin() + static_cast<std::ptrdiff_t>(prefix));
-            }
-            entry.insert(entry.end(), e, e + len);
-            entries.push_back(std::move(entry));
-            last = end;
-        }
-    }
-    return entries;
-}
-
-void encodeEntries(const Store& store, std::uint32_t pageNo, Bytes& page, const std::vector<Bytes>& entries) {
-    const JetFormat& f = *store.fmt;
-    std::size_t prefix = entries.size() > 1 ? u16(page.data() + f.indexPrefixLength) : 0;
-    // The prefix must be common to all and leave every later entry at least one byte.
-    for (std::size_t i = 1; i < entries.size(); ++i) {
-        std::size_t common = 0;
-        const Bytes& a = entries.front();
-        const Bytes& b = entries[i];
-        while (common < a.size() && common < b.size() && a[common] == b[common]) ++common;
-        prefix = std::min({prefix, common, b.size() - 1});
-    }
-    std::memset(page.data() + f.indexMask, 0, f.indexMaskLength);
-    std::memset(page.data() + f.indexEntries, 0, f.pageSize - f.indexEntries);
-    std::size_t at = 0;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        const Bytes& e = entries[i];
-        std::size_t skip = i == 0 ? 0 : prefix;
-        std::size_t len = e.size() - skip;
-        if (f.indexEntries + at + len > f.pageSize || (at + len) / 8 >= f.indexMaskLength)
-            store.corrupt(pageNo, f.indexEntries, "index entries do not fit their page");
-        std::memcpy(page.data() + f.indexEntries + at, e.data() + skip, len);
-        at += len;
-        page[f.indexMask + at / 8] = static_cast<std::uint8_t>(page[f.indexMask + at / 8] | (1u << (at % 8)));
-    }
-    put16(page.data() + f.indexPrefixLength, static_cast<std::uint16_t>(prefix));
-    put16(page.data() + 2, static_cast<std::uint16_t>(f.pageSize - f.indexEntries - at));
-}
-
-std::uint32_t be32(const std::uint8_t* p) {
-    return u32be(p);
-}
-
-RowId entryRow(const Bytes& e, bool intermediate) {
-    const std::uint8_t* t = e.data() + e.size() - (intermediate ? 8 : 4);
-    return RowId{(static_cast<std::uint32_t>(t[0]) << 16) | (static_cast<std::uint32_t>(t[1]) << 8) | t[2],
-                 t[3]};
-}
-
-struct TreeShape {
-    std::vector<std::uint32_t> leaves;              // in key order
-    std::map<std::uint32_t, std::uint32_t> parent;  // child -> intermediate page
-};
-
-TreeShape walkTree(Transaction& tx, const Store& store, std::uint32_t root) {
-    const JetFormat& f = *store.fmt;
-    TreeShape shape;
-    std::set<std::uint32_t> seen;
-    Bytes page(f.pageSize);
-    // Depth-first in entry order, the tail child last.
-    std::vector<std::uint32_t> stack{root};
-    while (!stack.empty()) {
-        std::uint32_t p = stack.back();
-        stack.pop_back();
-        if (p == 0 || p >= tx.pageCount() || !seen.insert(p).second || seen.size() > tx.pageCount())
-            store.corrupt(p, 0, "index tree loops or leaves the file");
-        tx.read(p, page.data());
-        if (page[0] == kPageIndexLeaf) {
-            shape.leaves.push_back(p);
-            continue;
-        }
-        if (page[0] != kPageIndexNode) store.corrupt(p, 0, "not an index page");
-        std::vector<std::uint32_t> children;
-        for (const Bytes& e : decodeEntries(store, p, page)) {
-            if (e.size() < 8) store.corrupt(p, f.indexEntries, "intermediate index entry too short");
-            children.push_back(be32(e.data() + e.size() - 4));
-        }
-        std::uint32_t tail = u32(page.data() + f.indexTail);
-        if (tail != 0 && (children.empty() || children.back() != tail)) children.push_back(tail);
-        for (auto it = children.rbegin(); it != children.rend(); ++it) {
-            shape.parent[*it] = p;
-            stack.push_back(*it);
-        }
-    }
-    return shape;
-}
-
-// Where a leaf's last entry changed from `oldLast` to `newLast` (both without child pointers),
-// the parent's entry for it follows, and so on up while it is the parent's last entry.
-void followLastEntry(Transaction& tx, const Store& store, const TreeShape& shape, std::uint32_t child,
-                     Bytes oldLast, Bytes newLast) {
-    for (int depth = 0; depth < 64; ++depth) {
-        auto it = shape.parent.find(child);
-        if (it == shape.parent.end()) return;
-        std::uint32_t p = it->second;
-        Bytes& page = tx.modify(p);
-        std::vector<Bytes> entries = decodeEntries(store, p, page);
-        Bytes expected = oldLast;
-        for (int k = 3; k >= 0; --k) expected.push_back(static_cast<std::uint8_t>(child >> (8 * k)));
-        auto found = std::find(entries.begin(), entries.end(), expected);
-        if (found == entries.end()) return;  // reached through the tail pointer
-        bool wasLast = found + 1 == entries.end();
-        Bytes replacement = newLast;
-        replacement.insert(replacement.end(), expected.end() - 4, expected.end());
-        *found = replacement;
-        encodeEntries(store, p, page, entries);
-        if (!wasLast) return;
-        child = p;
-    }
-}
-
-// Removes every entry pointing at one of `rows` from the index rooted at `root`.
-std::size_t removeEntries(Transaction& tx, const Store& store, std::uint32_t root,
-                          const std::set<std::pair<std::uint32_t, std::uint16_t>>& rows) {
-    const JetFormat& f = *store.fmt;
-    if (root == 0 || rows.empty()) return 0;
-    TreeShape shape = walkTree(tx, store, root);
-    std::size_t removed = 0;
-    Bytes copy(f.pageSize);
-    for (std::uint32_t leaf : shape.leaves) {
-        tx.read(leaf, copy.data());
-        std::vector<Bytes> entries = decodeEntries(store, leaf, copy);
-        std::vector<Bytes> kept;
-        for (auto& e : entries) {
-            if (e.size() < 4) store.corrupt(leaf, f.indexEntries, "index entry too short");
-            RowId r = entryRow(e, false);
-            if (rows.count({r.page, r.row}))
-                ++removed;
-            else
-                kept.push_back(std::move(e));
-        }
-        if (kept.size() == entries.size()) continue;
-        if (kept.empty() && leaf != root) {
-            // An emptied leaf would have to leave the tree; not done here.
-            throw Error(3035, "System resource exceeded.");
-        }
-        Bytes oldLast = entries.empty() ? Bytes{} : decodeEntries(store, leaf, copy).back();
-        Bytes& page = tx.modify(leaf);
-        encodeEntries(store, leaf, page, kept);
-        if (leaf != root && kept.back() != oldLast)
-            followLastEntry(tx, store, shape, leaf, oldLast, kept.back());
-    }
-    return removed;
 }
 
 // ---- rows ----
@@ -292,10 +127,16 @@ std::size_t deleteRowsWhere(Transaction& tx, Store& store, const std::shared_ptr
     if (rows.empty()) return 0;
     for (const auto& [page, row] : rows) deleteRow(tx, store, *layout, RowId{page, row});
     for (const auto& field : longFields) deleteLongValueRows(tx, store, field);
+    std::set<std::uint32_t> pointers;
+    for (const auto& [page, row] : rows) pointers.insert(rowPointer(page, row));
     for (const RealIndex& ri : layout->realIndexes) {
-        std::size_t removed = removeEntries(tx, store, ri.rootPage, rows);
+        if (ri.rootPage == 0) continue;
+        IndexEditor editor(tx, IndexRef{ri.rootPage, ri.usageMap, layout->tdefPage}, store.path);
+        std::size_t removed = editor.removeRows(pointers);
+        // An index that ignores Nulls may lack rows; any other must have an entry for each.
         if (removed != rows.size() && !(ri.flags & 0x02))
             store.corrupt(ri.rootPage, 0, "an index lacks entries for rows of its table");
+        editor.commit();
     }
     Bytes& tdef = tx.modify(layout->tdefPage);
     std::uint32_t count = u32(tdef.data() + f.tdefRowCount);

@@ -10,6 +10,7 @@
 
 #include "jet/database.h"
 #include "jet/error.h"
+#include "jet/index_check.h"
 #include "jet/schema.h"
 #include "jet/sql/execute.h"
 #include "jet/store.h"
@@ -67,8 +68,11 @@ void dropEach(const std::vector<std::filesystem::path>& fixtures, std::size_t mi
         const auto sourceBytes = jettest::fileBytes(fixture);
         std::vector<std::string> tables;
         std::map<std::string, std::string> before;
+        std::set<std::string> indexProblemsBefore;
         {
             jet::Database db = jet::Database::open(fixture);
+            auto report = jet::checkIndexes(db);
+            indexProblemsBefore.insert(report.problems.begin(), report.problems.end());
             tables = jettest::userTables(db);
             for (const auto& t : tables) before[t] = jettest::dumpTable(db, t);
         }
@@ -102,6 +106,10 @@ void dropEach(const std::vector<std::filesystem::path>& fixtures, std::size_t mi
                 EXPECT_EQ(now.size(), tables.size() - 1);
                 EXPECT_FALSE(db.hasTable(table));
                 for (const auto& t : now) EXPECT_EQ(jettest::dumpTable(db, t), before[t]) << t;
+                // Every index (the catalog's and MSysACEs' among them) walked against a scan.
+                auto report = jet::checkIndexes(db);
+                std::set<std::string> problems(report.problems.begin(), report.problems.end());
+                EXPECT_EQ(jettest::newProblems(indexProblemsBefore, problems), std::set<std::string>{});
             }
             if (peers) {
                 auto list = jettest::mdbtoolsTables(copy);

@@ -11,16 +11,13 @@
 // (local), 4 (ODBC link) and 6 (linked table) under the "Tables" container, enumerated in the
 // order of the ParentIdName index, which the engine keeps sorted by (ParentId, Name) in the
 // database's sort order.
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <unordered_map>
 
+#include "jet/journal.h"
 #include "jet/store.h"
 
 namespace jet {
@@ -116,12 +113,12 @@ std::string upperAscii(std::string_view s) {
     return out;
 }
 
-void readHeader(Store& store, int fd, const std::string& name) {
+void readHeader(Store& store, File& file, const std::string& name) {
     std::uint8_t head[4096];
     std::memset(head, 0, sizeof head);
-    ssize_t got = ::pread(fd, head, sizeof head, 0);
-    if (got < 0) throw Error::noPermission(name);
-    if (static_cast<std::size_t>(got) < 0x80 + 0x18 || head[0] != 0x00 || head[1] != 0x01) {
+    std::size_t got = 0;
+    if (file.readAll(0, head, sizeof head, got) != 0) throw Error::noPermission(name);
+    if (got < 0x80 + 0x18 || head[0] != 0x00 || head[1] != 0x01) {
         throw Error::unrecognizedFormat(name);
     }
     bool jetName = std::memcmp(head + 4, kEngineJet, sizeof kEngineJet - 1) == 0;
@@ -149,7 +146,7 @@ void readHeader(Store& store, int fd, const std::string& name) {
     }
     store.fmt = version == 0 ? &JetFormat::jet3Format() : &JetFormat::jet4Format();
     const JetFormat& f = *store.fmt;
-    if (static_cast<std::size_t>(got) < f.pageSize) throw Error::unrecognizedFormat(name);
+    if (got < f.pageSize) throw Error::unrecognizedFormat(name);
 
     rc4(kHeaderMaskKey, sizeof kHeaderMaskKey, head + kHeaderMaskStart, f.headerMaskLength);
     store.codePage = u16(head + kHeaderCodePage);
@@ -182,6 +179,8 @@ void readHeader(Store& store, int fd, const std::string& name) {
         store.channel->setDatabaseKey(key);
     }
 }
+
+}  // namespace
 
 void loadCatalog(Store& store) {
     auto layout = store.layout(kCatalogPage, "MSysObjects");
@@ -264,49 +263,120 @@ void loadCatalog(Store& store) {
     }
 }
 
-}  // namespace
-
 Database::Database(std::shared_ptr<Store> store) : store_(std::move(store)) {}
 Database::Database(Database&&) noexcept = default;
 Database& Database::operator=(Database&&) noexcept = default;
 Database::~Database() = default;
 
+namespace {
+
+Error invalidPath(const std::string& name) {
+    return Error(errc::kInvalidPath,
+                 "'" + name +
+                     "' is not a valid path.  Make sure that the path name is spelled correctly and that you "
+                     "are connected to the server on which the file resides.");
+}
+
+// Holds a lock byte of the file for a scope.
+class ScopedLock {
+  public:
+    ScopedLock(File& f, std::uint64_t at, LockKind kind) : f_(f), at_(at) { f_.lock(at_, 1, kind, true); }
+    ~ScopedLock() { f_.unlock(at_, 1); }
+    ScopedLock(const ScopedLock&) = delete;
+    ScopedLock& operator=(const ScopedLock&) = delete;
+
+  private:
+    File& f_;
+    std::uint64_t at_;
+};
+
+// A journal left behind by a writer that stopped: roll it back before anything is read. Called
+// with the commit lock held shared; takes it exclusively for the rollback.
+void recoverIfNeeded(Store& store, const std::string& name) {
+    FileSystem& fs = *store.fs;
+    if (!journalExists(fs, name)) return;
+    File& file = *store.file;
+    file.unlock(kLockCommit, 1);
+    file.lock(kLockCommit, 1, LockKind::Exclusive, true);
+    std::string notice;
+    int error = 0;
+    RecoveryOutcome outcome = RecoveryOutcome::None;
+    if (store.writable) {
+        outcome = recoverJournal(fs, file, name, notice, error);
+    } else {
+        // Opened for reading: the rollback still needs to write.
+        int openError = 0;
+        auto rw = fs.open(name, OpenMode::ReadWrite, openError);
+        if (rw) {
+            outcome = recoverJournal(fs, *rw, name, notice, error);
+        } else {
+            error = openError;
+            notice =
+                "journal '" + name + kJournalSuffix + "' cannot be rolled back: the file cannot be written";
+        }
+    }
+    file.lock(kLockCommit, 1, LockKind::Shared, true);
+    if (!notice.empty()) store.notices.push_back(notice);
+    if (outcome == RecoveryOutcome::None && error != 0) {
+        // Reading a file that is half written would show a state that never was.
+        throw Error::noPermission(name);
+    }
+}
+
+}  // namespace
+
 Database Database::open(const std::filesystem::path& path, const OpenOptions& options) {
     std::string name = path.string();
-    if (name.empty())
-        throw Error(errc::kInvalidPath,
-                    "'' is not a valid path.  Make sure that the path name is spelled correctly and that you "
-                    "are connected to the server on which the file resides.");
-    int fd = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        if (errno == ENOENT || errno == ENOTDIR) throw Error::fileNotFound(name);
-        throw Error::noPermission(name);
-    }
-    struct stat st {};
-    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-        ::close(fd);
-        if (S_ISDIR(st.st_mode))
-            throw Error(errc::kInvalidPath,
-                        "'" + name +
-                            "' is not a valid path.  Make sure that the path name is spelled correctly and "
-                            "that you are connected to the server on which the file resides.");
-        throw Error::noPermission(name);
-    }
+    if (name.empty()) throw invalidPath("");
+    FileSystem& fs = options.fileSystem ? *options.fileSystem : hostFileSystem();
+    FileInfo info;
+    if (int err = fs.stat(name, info); err != 0) throw Error::noPermission(name);
+    if (!info.exists) throw Error::fileNotFound(name);
+    if (info.directory) throw invalidPath(name);
+    if (!info.regular) throw Error::noPermission(name);
+
     auto store = std::make_shared<Store>();
     store->path = name;
-    // The channel owns the descriptor from here on; the page size is fixed once the header is read.
-    std::uint8_t version = 0xFF;
-    if (::pread(fd, &version, 1, kHeaderVersionOffset) != 1) {
-        ::close(fd);
-        throw Error::unrecognizedFormat(name);
+    store->fs = &fs;
+    store->device = info.device;
+    store->inode = info.inode;
+    int err = 0;
+    bool lockable = false;
+    if (!options.readOnly || options.exclusive) {
+        // An exclusive lock needs a descriptor open for writing, even to read.
+        store->file = fs.open(name, OpenMode::ReadWrite, err);
+        // A file or folder we may not write is opened for reading; writes then give 3027.
+        lockable = store->file != nullptr;
+        store->writable = lockable && !options.readOnly;
     }
+    if (!store->file) store->file = fs.open(name, OpenMode::Read, err);
+    if (!store->file) {
+        if (err == ENOENT || err == ENOTDIR) throw Error::fileNotFound(name);
+        throw Error::noPermission(name);
+    }
+    File& file = *store->file;
+    store->locks = std::make_unique<OpenLocks>(fs, file, name, options.exclusive, lockable);
+
+    // No commit may run while the header and catalog are read.
+    ScopedLock commit(file, kLockCommit, LockKind::Shared);
+    recoverIfNeeded(*store, name);
+    store->generation = fileGeneration(store->device, store->inode);
+    std::uint64_t size = 0;
+    if (file.size(size) != 0) throw Error::noPermission(name);
+    std::uint8_t version = 0xFF;
+    std::size_t got = 0;
+    if (file.readAll(kHeaderVersionOffset, &version, 1, got) != 0 || got != 1)
+        throw Error::unrecognizedFormat(name);
     std::uint32_t pageSize = version == 0 ? 2048 : 4096;
-    store->channel = std::make_unique<PageChannel>(fd, name, static_cast<std::uint64_t>(st.st_size), pageSize,
-                                                   options.cacheBytes);
-    readHeader(*store, fd, name);
+    store->channel = std::make_unique<PageChannel>(file, name, size, pageSize, options.cacheBytes);
+    readHeader(*store, file, name);
     if (store->channel->pageCount() < 3) throw Error::notADatabase(name);
     loadCatalog(*store);
     return Database(std::move(store));
+}
+
+const std::vector<std::string>& Database::notices() const noexcept {
+    return store_->notices;
 }
 
 const std::string& Database::path() const noexcept {
@@ -338,6 +408,11 @@ const std::vector<TableDefInfo>& Database::tableDefs() const noexcept {
 }
 
 bool Database::hasTable(std::string_view name) const noexcept {
+    try {
+        store_->refreshIfChanged();
+    } catch (const Error&) {
+        return false;
+    }
     for (const auto& t : store_->tableDefs) {
         if (t.type == 1 && sameName(t.name, name)) return true;
     }
@@ -345,6 +420,7 @@ bool Database::hasTable(std::string_view name) const noexcept {
 }
 
 Table Database::openTable(std::string_view name) const {
+    store_->refreshIfChanged();
     for (const auto& t : store_->tableDefs) {
         if (t.type == 1 && sameName(t.name, name)) {
             if (t.id <= 0 || static_cast<std::uint32_t>(t.id) >= store_->channel->pageCount())
@@ -357,3 +433,29 @@ Table Database::openTable(std::string_view name) const {
 }
 
 }  // namespace jet
+
+namespace jet::detail {
+
+void Store::reload() {
+    File& f = *file;
+    f.lock(kLockCommit, 1, LockKind::Shared, true);
+    std::uint64_t size = 0;
+    int err = f.size(size);
+    std::uint64_t gen = fileGeneration(device, inode);
+    f.unlock(kLockCommit, 1);
+    if (err != 0) throw Error::noPermission(path);
+    layouts_.clear();
+    channel->reset(size);
+    if (encrypted) channel->setDatabaseKey(channel->databaseKey());
+    catalog.clear();
+    catalogRows.clear();
+    tableDefs.clear();
+    generation = gen;
+    loadCatalog(*this);
+}
+
+void Store::refreshIfChanged() {
+    if (fileGeneration(device, inode) != generation) reload();
+}
+
+}  // namespace jet::detail

@@ -3,7 +3,9 @@
 // A Database is a handle on one open file. It reads the header page, checks the format and the
 // password, and loads the catalog (every row of MSysObjects). Tables opened from it keep the file
 // open on their own, so a Table or Cursor stays valid after the Database handle is dropped.
-// Nothing here writes to the file: the file is opened read-only.
+// Reading never writes to the file; writes go through jet/transaction.h (and statements in
+// jet/sql). Every open, for reading or writing, first rolls back a journal that a stopped writer
+// left beside the file (see jet/journal.h), and holds Jet's locks (jet/locks.h) while it lasts.
 //
 // Threads: a Database and everything opened from it belong to one thread at a time.
 #pragma once
@@ -32,9 +34,17 @@ enum class FormatVersion {
     Ace14,  // Access 2010 and later
 };
 
+class FileSystem;
+
 struct OpenOptions {
-    // Reserved for the write support to come; reading never needs more than read access.
+    // False: open for writing (statements through jet/sql, Transaction). A file or folder that
+    // cannot be written is then opened for reading and a write gives 3027.
     bool readOnly = true;
+    // Exclusive open: refused (3045) while anyone else has the file open; while it lasts, other
+    // opens are refused with 3356. Shared opens record themselves in the .ldb beside the file.
+    bool exclusive = false;
+    // The file system to go through; null = the host's (tests put a failing one here).
+    FileSystem* fileSystem = nullptr;
     // Upper bound on the memory the page cache may use, in bytes (see page_channel.h).
     std::size_t cacheBytes = 1u << 20;
 };
@@ -69,9 +79,10 @@ inline constexpr std::int32_t kAttrAttachedODBC = 0x20000000;
 class Database {
   public:
     // Opens `path` (a host path). Errors: 3024 when the file does not exist, 3044 when the path is
-    // not usable (a directory, an empty name), 3051 when it cannot be read, 3343 when it is not a
-    // Jet file or of an unknown version, 3031 when it is password-protected, 3049 when it is
-    // damaged (the description names page and offset).
+    // not usable (a directory, an empty name), 3051 when it cannot be read (or a journal left
+    // beside it cannot be rolled back), 3343 when it is not a Jet file or of an unknown version,
+    // 3031 when it is password-protected, 3049 when it is damaged (the description names page
+    // and offset), 3045 / 3356 when the locks of another open refuse this one.
     static Database open(const std::filesystem::path& path, const OpenOptions& options = {});
 
     Database(Database&&) noexcept;
@@ -79,6 +90,8 @@ class Database {
     ~Database();
 
     const std::string& path() const noexcept;  // as given to open()
+    // What open() found and did beside reading (a journal rolled back or ignored), one line each.
+    const std::vector<std::string>& notices() const noexcept;
     FormatVersion version() const noexcept;
     std::uint32_t pageSize() const noexcept;
     std::uint32_t pageCount() const noexcept;

@@ -1,5 +1,7 @@
 #include "jet/error.h"
 
+#include <cerrno>
+
 namespace jet {
 
 Error::Error(std::int32_t number, std::string description, std::optional<PageLocation> where)
@@ -34,6 +36,39 @@ Error Error::notADatabase(const std::string& name) {
     return Error(errc::kCannotOpen, "Cannot open database '" + name +
                                         "'.  It may not be a database that your application recognizes, "
                                         "or the file may be corrupt.");
+}
+
+Error Error::noSuchTable(const std::string& name) {
+    return Error(errc::kNoSuchTable, "Table '" + name + "' does not exist.");
+}
+
+Error Error::locked() {
+    return Error(errc::kLocked, "Could not update; currently locked.");
+}
+
+Error Error::readOnly() {
+    return Error(errc::kReadOnly, "Cannot update.  Database or object is read-only.");
+}
+
+Error Error::writeFailed(const std::string& name, int errnoValue) {
+    switch (errnoValue) {
+        case ENOSPC:
+        case EDQUOT:
+        case EFBIG:
+            return Error(errc::kDiskFull, "Not enough space on disk.");
+        case EROFS:
+        case EACCES:
+        case EPERM:
+            return readOnly();
+        case ENOENT:
+        case ENOTDIR:
+            return Error(errc::kInvalidPath,
+                         "'" + name +
+                             "' is not a valid path.  Make sure that the path name is spelled correctly and "
+                             "that you are connected to the server on which the file resides.");
+        default:
+            return Error(errc::kDiskError, "Disk or network error.");
+    }
 }
 
 Error Error::corrupt(const std::string& name, std::uint32_t page, std::uint32_t offset,

@@ -26,6 +26,16 @@ inline constexpr std::int32_t kNoPermission = 3051;        // cannot open the fi
 inline constexpr std::int32_t kTableNotFound = 3078;       // input table or query not found
 inline constexpr std::int32_t kItemNotFound = 3265;        // "Item not found in this collection."
 inline constexpr std::int32_t kUnrecognizedFormat = 3343;  // "Unrecognized database format '<file>'."
+// Writing.
+inline constexpr std::int32_t kDiskFull = 3026;  // "Not enough space on disk."
+inline constexpr std::int32_t kReadOnly = 3027;  // "Cannot update.  Database or object is read-only."
+inline constexpr std::int32_t kNoObjectPermission = 3033;  // no permission on an object (system tables)
+inline constexpr std::int32_t kDiskError = 3043;           // "Disk or network error."
+inline constexpr std::int32_t kTooManyUsers = 3050;        // "Could not lock file."
+inline constexpr std::int32_t kLocked = 3218;              // "Could not update; currently locked."
+inline constexpr std::int32_t kInRelationship = 3281;      // table used in a relationship
+inline constexpr std::int32_t kOpenedExclusively = 3356;   // opened exclusively by user ... on machine ...
+inline constexpr std::int32_t kNoSuchTable = 3376;         // "Table '<name>' does not exist."
 }  // namespace errc
 
 // Where in a file damage was found: page number and byte offset within that page.
@@ -54,6 +64,12 @@ class Error : public std::runtime_error {
     // A file that is not a database at all (no page could be trusted).
     static Error notADatabase(const std::string& name);
     // Damage inside a page: Jet's 3049 text followed by " (page P, offset O: what)".
+    static Error noSuchTable(const std::string& name);
+    static Error locked();
+    static Error readOnly();
+    // A failed write or sync: 3026 for a full disk, 3027 for a read-only file or folder, 3044
+    // for a folder that is gone, 3043 otherwise.
+    static Error writeFailed(const std::string& name, int errnoValue);
     static Error corrupt(const std::string& name, std::uint32_t page, std::uint32_t offset,
                          const std::string& what);
 

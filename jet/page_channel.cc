@@ -1,12 +1,11 @@
 #include "jet/page_channel.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 
 #include "jet/error.h"
+#include "jet/file.h"
 
 namespace jet::detail {
 
@@ -82,18 +81,25 @@ void PageRef::release() noexcept {
     data_ = nullptr;
 }
 
-PageChannel::PageChannel(int fd, std::string name, std::uint64_t fileSize, std::uint32_t pageSize,
+PageChannel::PageChannel(File& file, std::string name, std::uint64_t fileSize, std::uint32_t pageSize,
                          std::size_t cacheBytes)
-    : fd_(fd), name_(std::move(name)), pageSize_(pageSize), cacheBytes_(cacheBytes) {
+    : file_(file), name_(std::move(name)), pageSize_(pageSize), cacheBytes_(cacheBytes) {
+    reset(fileSize);
+}
+
+void PageChannel::reset(std::uint64_t fileSize) {
     // A trailing partial page cannot hold anything the engine wrote; it is ignored. Page
     // pointers are 3 bytes wide, so no page past 2^24 can be reached.
-    std::uint64_t pages = fileSize / pageSize;
+    std::uint64_t pages = fileSize / pageSize_;
     pageCount_ = static_cast<std::uint32_t>(std::min<std::uint64_t>(pages, 0xFFFFFFu + 1u));
     configure();
 }
 
 void PageChannel::configure() {
-    for (auto& b : blocks_) drop(*b);
+    // A block a PageRef still points at stays alive (with the bytes it had) until the channel goes.
+    for (auto& b : blocks_) {
+        if (b->pins > 0) retired_.push_back(std::move(b));
+    }
     blocks_.clear();
     last_ = nullptr;
     // Decrypting costs per page, so encrypted files use smaller blocks: a lookup that needs one
@@ -108,7 +114,6 @@ void PageChannel::configure() {
 
 PageChannel::~PageChannel() {
     for (auto& b : blocks_) drop(*b);
-    if (fd_ >= 0) ::close(fd_);
 }
 
 void PageChannel::drop(CacheBlock& block) noexcept {
@@ -154,19 +159,19 @@ void PageChannel::readFully(std::uint8_t* into, std::size_t length, std::uint32_
     const std::uint64_t base = static_cast<std::uint64_t>(firstPage) * pageSize_;
     std::size_t got = 0;
     while (got < length) {
-        ssize_t n = ::pread(fd_, into + got, length - got, static_cast<off_t>(base + got));
-        if (n > 0) {
-            got += static_cast<std::size_t>(n);
+        std::size_t n = 0;
+        int err = file_.readAt(base + got, into + got, length - got, n);
+        if (err == 0 && n > 0) {
+            got += n;
             continue;
         }
-        if (n < 0 && errno == EINTR) continue;
         // Name the first page that did not arrive whole, and how far into it the data went.
         std::uint32_t page = firstPage + static_cast<std::uint32_t>(got / pageSize_);
         std::uint32_t offset = static_cast<std::uint32_t>(got % pageSize_);
-        if (n == 0) {
+        damaged_ = true;
+        if (err == 0) {
             throw Error::corrupt(name_, page, offset, "the file is shorter than when it was opened");
         }
-        int err = errno;
         throw Error::corrupt(name_, page, offset,
                              std::string("the page cannot be read: ") + std::strerror(err));
     }
@@ -240,6 +245,7 @@ CacheBlock* PageChannel::acquire(std::uint32_t blockNumber) {
 
 PageRef PageChannel::page(std::uint32_t number) {
     if (number >= pageCount_) {
+        damaged_ = true;
         throw Error::corrupt(name_, number, 0, "page number beyond the end of the file");
     }
     std::uint32_t blockNumber = number / pagesPerBlock_;

@@ -30,6 +30,10 @@
 #include <string>
 #include <vector>
 
+namespace jet {
+class File;
+}
+
 namespace jet::detail {
 
 class PageChannel;
@@ -75,8 +79,9 @@ class PageChannel {
     static constexpr std::size_t kDecryptedBlockBytes = 64u << 10;
     static constexpr std::size_t kMinBlocks = 4;
 
-    // Takes ownership of the open descriptor `fd`. `name` is the file name used in error texts.
-    PageChannel(int fd, std::string name, std::uint64_t fileSize, std::uint32_t pageSize,
+    // Reads through `file`, which must outlive the channel. `name` is the file name used in error
+    // texts.
+    PageChannel(File& file, std::string name, std::uint64_t fileSize, std::uint32_t pageSize,
                 std::size_t cacheBytes);
     PageChannel(const PageChannel&) = delete;
     PageChannel& operator=(const PageChannel&) = delete;
@@ -95,6 +100,17 @@ class PageChannel {
     // the channel stays usable after such an error.
     PageRef page(std::uint32_t number);
 
+    // After the file changed (a commit of this process, or a refresh): drops everything cached and
+    // takes the new size. No PageRef may be alive.
+    void reset(std::uint64_t fileSize);
+
+    // The database key set by setDatabaseKey (0 = plain file); writers encrypt with it.
+    std::uint32_t databaseKey() const noexcept { return databaseKey_; }
+
+    // Set once any read found damage (3049); a damaged file is never written.
+    bool damaged() const noexcept { return damaged_; }
+    void markDamaged() const noexcept { damaged_ = true; }
+
     // Blocks currently allocated (for tests and measurements).
     std::size_t blocksAllocated() const noexcept;
     std::size_t maxBlocks() const noexcept { return maxBlocks_; }
@@ -109,8 +125,9 @@ class PageChannel {
     void drop(CacheBlock& block) noexcept;
     void configure();
 
-    int fd_;
+    File& file_;
     std::string name_;
+    mutable bool damaged_ = false;
     std::uint32_t pageSize_;
     std::uint32_t pageCount_;
     std::size_t cacheBytes_;
@@ -119,8 +136,9 @@ class PageChannel {
     std::uint32_t databaseKey_ = 0;
     std::uint64_t clock_ = 0;
     std::vector<std::unique_ptr<CacheBlock>> blocks_;
-    std::vector<std::int32_t> blockSlot_;  // block number -> index in blocks_, or -1
-    CacheBlock* last_ = nullptr;           // most recent hit, checked first
+    std::vector<std::unique_ptr<CacheBlock>> retired_;  // held by PageRefs across a reset
+    std::vector<std::int32_t> blockSlot_;               // block number -> index in blocks_, or -1
+    CacheBlock* last_ = nullptr;                        // most recent hit, checked first
 };
 
 // RC4 over `data` in place with `key`.

@@ -12,7 +12,9 @@
 
 #include "jet/database.h"
 #include "jet/error.h"
+#include "jet/file.h"
 #include "jet/format.h"
+#include "jet/locks.h"
 #include "jet/page_channel.h"
 #include "jet/table.h"
 
@@ -54,12 +56,29 @@ struct TableLayout {
     std::vector<Column> columns;  // in display order
     std::vector<RealIndex> realIndexes;
     std::vector<Index> indexes;
+    // Memo and OLE columns: column number and the usage maps of its long-value pages.
+    struct LongValueMaps {
+        std::uint16_t column = 0;
+        std::uint32_t owned = 0;
+        std::uint32_t free = 0;
+    };
+    std::vector<LongValueMaps> longValueMaps;
+    std::vector<std::uint32_t> definitionPages;  // the TDEF chain, first page first
 };
 
 // The open file.
 class Store {
   public:
     std::string path;
+    FileSystem* fs = nullptr;
+    std::unique_ptr<File> file;  // before channel and locks: they use it
+    std::unique_ptr<OpenLocks> locks;
+    bool writable = false;  // the file is open for writing
+    std::uint64_t device = 0, inode = 0;
+    std::uint64_t generation = 0;  // fileGeneration() when the catalog was read
+    // Things found while opening that the caller may want to tell (a journal that was rolled
+    // back, one that was ignored).
+    std::vector<std::string> notices;
     const JetFormat* fmt = nullptr;
     FormatVersion version = FormatVersion::Jet4;
     std::uint16_t codePage = 0;
@@ -71,10 +90,17 @@ class Store {
     std::vector<TableDefInfo> tableDefs;
 
     [[noreturn]] void corrupt(std::uint32_t page, std::size_t offset, const std::string& what) const {
+        if (channel) channel->markDamaged();
         throw Error::corrupt(path, page, static_cast<std::uint32_t>(offset), what);
     }
 
     PageRef page(std::uint32_t number) { return channel->page(number); }
+
+    // After a commit (ours or another open of the same file in this process): drops what was cached,
+    // takes the file's new size and reads the catalog again. No PageRef may be alive.
+    void reload();
+    // reload() when another open of this file in this process committed since we last read.
+    void refreshIfChanged();
 
     // Parsed definition of the table whose TDEF starts at `tdefPage`; cached.
     std::shared_ptr<const TableLayout> layout(std::uint32_t tdefPage, const std::string& name);

@@ -232,6 +232,32 @@ std::shared_ptr<const TableLayout> readTableLayout(Store& store, std::uint32_t t
         pos += f.logicalIndexSize;
     }
     for (auto& ix : layout->indexes) ix.name = r.name(pos);
+    // Then, per memo/OLE column, its number and two usage maps, ended by FFFF. Only a list that
+    // ends so and names memo/OLE columns of this table is taken: the bytes after a definition
+    // are not always cleared.
+    {
+        std::vector<TableLayout::LongValueMaps> maps;
+        bool ended = false;
+        std::size_t at = pos;
+        while (at + 2 <= def.bytes.size() && maps.size() <= layout->columns.size()) {
+            std::uint16_t column = u16(def.bytes.data() + at);
+            if (column == 0xFFFF) {
+                ended = true;
+                break;
+            }
+            if (at + 10 > def.bytes.size()) break;
+            bool longColumn = false;
+            for (const auto& c : layout->columns) {
+                if (c.number == column && (c.type == ColumnType::Memo || c.type == ColumnType::OLE))
+                    longColumn = true;
+            }
+            if (!longColumn) break;
+            maps.push_back({column, u32(def.bytes.data() + at + 2), u32(def.bytes.data() + at + 6)});
+            at += 10;
+        }
+        if (ended) layout->longValueMaps = std::move(maps);
+    }
+    layout->definitionPages = def.pages;
     return layout;
 }
 

@@ -10,6 +10,7 @@ PACKAGES=(
   clang libclang-rt-14-dev clang-format-14
   qt6-base-dev qt6-base-dev-tools libgl-dev
   mdbtools
+  default-jre-headless libcommons-lang3-java libcommons-logging-java time
   xvfb xauth imagemagick
 )
 

@@ -20,6 +20,9 @@ ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:ha
   LSAN_OPTIONS=suppressions=$PWD/scripts/lsan.supp \
   ctest --test-dir build-asan --output-on-failure -j "$jobs"
 
+echo "== writes stopped by kill -9 on the benchmark database (a short run)"
+bash scripts/kill-loop.sh build-release 6
+
 echo "== short fuzz run"
 bash scripts/fuzz.sh 60
 

@@ -1,26 +1,29 @@
 #include "jet/sql/column_cache.h"
 
-#include <sys/stat.h>
 #include <time.h>
 
 #include <list>
 #include <mutex>
 
+#include "jet/file.h"
+#include "jet/locks.h"
 #include "jet/sql/text.h"
 
 namespace jet::sql::detail {
 
 std::optional<FileStamp> stampOf(const std::string& path) {
-    struct stat st {};
-    if (::stat(path.c_str(), &st) != 0) return std::nullopt;
+    FileInfo info;
+    if (hostFileSystem().stat(path, info) != 0 || !info.exists) return std::nullopt;
     FileStamp s;
-    s.device = static_cast<std::uint64_t>(st.st_dev);
-    s.inode = static_cast<std::uint64_t>(st.st_ino);
-    s.size = static_cast<std::uint64_t>(st.st_size);
-    s.modifiedSeconds = static_cast<std::int64_t>(st.st_mtim.tv_sec);
-    s.modifiedNanoseconds = static_cast<std::int64_t>(st.st_mtim.tv_nsec);
-    s.changedSeconds = static_cast<std::int64_t>(st.st_ctim.tv_sec);
-    s.changedNanoseconds = static_cast<std::int64_t>(st.st_ctim.tv_nsec);
+    s.device = info.device;
+    s.inode = info.inode;
+    s.size = info.size;
+    s.modifiedSeconds = info.modifiedSeconds;
+    s.modifiedNanoseconds = info.modifiedNanoseconds;
+    s.changedSeconds = info.changedSeconds;
+    s.changedNanoseconds = info.changedNanoseconds;
+    // Commits of this process bump the file's generation at once, whatever the clock's tick.
+    s.generation = jet::detail::fileGeneration(info.device, info.inode);
     return s;
 }
 
@@ -64,8 +67,8 @@ struct ColumnCache::Impl {
         // Entries of an older state of the same file can never be used again.
         for (auto it = entries.begin(); it != entries.end();) {
             const bool sameFile = it->stamp.device == e.stamp.device && it->stamp.inode == e.stamp.inode;
-            const bool replaced = it->tablePage == e.tablePage && it->column == e.column &&
-                                  it->stamp == e.stamp;
+            const bool replaced =
+                it->tablePage == e.tablePage && it->column == e.column && it->stamp == e.stamp;
             if ((sameFile && !(it->stamp == e.stamp)) || replaced) {
                 bytes -= it->bytes;
                 it = entries.erase(it);

@@ -9,7 +9,8 @@
 // size, modification and change times to the nanosecond): any write to the file, by this process
 // or another, changes the stamp and the entries of the old stamp are never used again. The change
 // time matters because a copy that restores an old modification time (cp -p of a backup) still
-// gets a new change time. An entry is stored
+// gets a new change time; a commit of this process also bumps the file's generation counter, which
+// is part of the stamp. An entry is stored
 // only when the stamp was the same before and after the scan that built it, and only once the
 // file has been left alone for kSettleSeconds: file systems keep modification times in coarse
 // ticks, so a write that follows another within one tick could leave the time unchanged, and a
@@ -32,6 +33,7 @@ struct FileStamp {
     std::uint64_t device = 0, inode = 0, size = 0;
     std::int64_t modifiedSeconds = 0, modifiedNanoseconds = 0;
     std::int64_t changedSeconds = 0, changedNanoseconds = 0;
+    std::uint64_t generation = 0;  // commits of this process (jet::detail::fileGeneration)
     friend bool operator==(const FileStamp&, const FileStamp&) = default;
 };
 
@@ -47,13 +49,13 @@ bool settled(const FileStamp& stamp);
 // text in that list, so that a test runs once per distinct text instead of once per row; other
 // columns keep every row's text one after the other.
 struct TextColumn {
-    std::vector<std::uint8_t> nulls;   // 1 where the value is Null; one entry per row
+    std::vector<std::uint8_t> nulls;  // 1 where the value is Null; one entry per row
 
-    std::string folded;                // plain form: every row's text, upper-cased, in a row
-    std::vector<std::uint32_t> ends;   // row i spans [ends[i-1], ends[i]) of folded
+    std::string folded;               // plain form: every row's text, upper-cased, in a row
+    std::vector<std::uint32_t> ends;  // row i spans [ends[i-1], ends[i]) of folded
 
-    std::vector<std::string> distinct; // coded form: the distinct texts, upper-cased
-    std::vector<std::uint32_t> codes;  // per row, its text's position in distinct
+    std::vector<std::string> distinct;  // coded form: the distinct texts, upper-cased
+    std::vector<std::uint32_t> codes;   // per row, its text's position in distinct
 
     bool coded() const noexcept { return !codes.empty(); }
     std::size_t rows() const noexcept { return nulls.size(); }
@@ -70,7 +72,7 @@ struct TextColumn {
 };
 
 class ColumnCache {
-public:
+  public:
     static constexpr std::size_t kBudgetBytes = 96u << 20;
 
     static ColumnCache& instance();
@@ -86,7 +88,7 @@ public:
     // Drops everything (tests).
     void clear();
 
-private:
+  private:
     ColumnCache() = default;
     struct Impl;
     Impl& impl();

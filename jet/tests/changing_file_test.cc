@@ -16,6 +16,7 @@
 
 #include "jet/database.h"
 #include "jet/error.h"
+#include "jet/file.h"
 #include "jet/page_channel.h"
 #include "jet/store.h"
 #include "jet/table.h"
@@ -144,10 +145,11 @@ TEST(TruncatedWhileOpen, ChannelReportsTheCutAndKeepsNoPartBlock) {
     const auto file = tmp.copy(kOffice);
     const std::vector<std::uint8_t> original = readAll(file);
     ASSERT_GE(original.size(), std::size_t{16} * kPage);
-    int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    ASSERT_GE(fd, 0);
+    int openError = 0;
+    auto handle = jet::hostFileSystem().open(file.string(), jet::OpenMode::Read, openError);
+    ASSERT_TRUE(handle) << openError;
     // 64 KiB of cache: four blocks of four pages.
-    jet::detail::PageChannel channel(fd, file.string(), original.size(), kPage, std::size_t{64} << 10);
+    jet::detail::PageChannel channel(*handle, file.string(), original.size(), kPage, std::size_t{64} << 10);
     ASSERT_EQ(channel.pagesPerBlock(), 4u);
     const std::uint32_t pages = channel.pageCount();
 

@@ -13,9 +13,10 @@
 namespace jettest {
 
 // Returns a number derived from what was read (so the work cannot be optimised away).
-inline std::uint64_t exerciseDatabase(const std::filesystem::path& path) {
+inline std::uint64_t exerciseDatabase(const std::filesystem::path& path,
+                                      const jet::OpenOptions& options = {}) {
     std::uint64_t sum = 0;
-    jet::Database db = jet::Database::open(path);
+    jet::Database db = jet::Database::open(path, options);
     sum += db.catalog().size();
     for (const auto& def : db.tableDefs()) {
         if (def.type != 1) continue;

@@ -62,10 +62,10 @@ class MemPageIO final : public jet::detail::PageIO {
 // Walks and checks every index of the database at `path` (whose bytes are `bytes`), then, on an
 // in-memory copy, removes every third entry of each index and inserts one. Ends normally or
 // with a jet::Error. Returns a number derived from the work.
-inline std::size_t exerciseIndexes(const std::filesystem::path& path,
-                                   const std::vector<std::uint8_t>& bytes) {
+inline std::size_t exerciseIndexes(const std::filesystem::path& path, const std::vector<std::uint8_t>& bytes,
+                                   const jet::OpenOptions& options = {}) {
     std::size_t sum = 0;
-    jet::Database db = jet::Database::open(path);
+    jet::Database db = jet::Database::open(path, options);
     jet::IndexCheckReport report = jet::checkIndexes(db);
     sum += report.entries + report.problems.size();
     if (bytes.size() < 0x15 || db.encrypted()) return sum;

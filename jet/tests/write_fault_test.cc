@@ -1,0 +1,313 @@
+// What a stopped process, a failing disk, a read-only folder or a vanished folder do to a write:
+// the file is always its old self or its new self, and every error is a Jet error.
+//
+// The crash runs fork a child that drops a table through a file system set to end the process
+// (_exit) just before its Nth write or sync; the parent then opens the file as any later command
+// would (which rolls back a journal left behind) and compares the whole file with the original
+// and with the result of an uninterrupted drop.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "jet/database.h"
+#include "jet/error.h"
+#include "jet/fault_file.h"
+#include "jet/journal.h"
+#include "jet/locks.h"
+#include "jet/schema.h"
+#include "write_support.h"
+
+namespace {
+
+using jettest::TempDir;
+
+jet::OpenOptions through(jet::FileSystem& fs) {
+    jet::OpenOptions o;
+    o.readOnly = false;
+    o.fileSystem = &fs;
+    return o;
+}
+
+struct Reference {
+    std::vector<std::uint8_t> before, after;
+    std::uint64_t writes = 0, syncs = 0;
+};
+
+Reference reference(const std::filesystem::path& source, const std::filesystem::path& dir,
+                    const std::string& table) {
+    Reference r;
+    const auto file = dir / "reference.mdb";
+    std::filesystem::copy_file(source, file, std::filesystem::copy_options::overwrite_existing);
+    r.before = jettest::fileBytes(file);
+    jet::FaultyFileSystem fs(jet::hostFileSystem());
+    {
+        jet::Database db = jet::Database::open(file, through(fs));
+        jet::dropTable(db, table);
+    }
+    r.writes = fs.writes();
+    r.syncs = fs.syncs();
+    r.after = jettest::fileBytes(file);
+    return r;
+}
+
+// Runs the drop in a child that stops at the given point; returns the child's exit code.
+int stoppedDrop(const std::filesystem::path& file, const std::string& table, std::uint64_t atWrite,
+                std::uint64_t atSync) {
+    pid_t pid = fork();
+    if (pid == 0) {
+        jet::FaultPlan plan;
+        plan.exitAtWrite = atWrite;
+        plan.exitAtSync = atSync;
+        jet::FaultyFileSystem fs(jet::hostFileSystem(), plan);
+        try {
+            jet::Database db = jet::Database::open(file, through(fs));
+            jet::dropTable(db, table);
+        } catch (...) {
+            _exit(3);
+        }
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+struct CrashCounts {
+    std::size_t points = 0, old = 0, fresh = 0;
+};
+
+void crashEverywhere(const char* fixture, const std::string& table, CrashCounts& counts) {
+    TempDir tmp;
+    const auto source = jettest::fixturesDir() / fixture;
+    Reference ref = reference(source, tmp.path(), table);
+    ASSERT_NE(ref.before, ref.after);
+    ASSERT_GE(ref.writes, 4u);
+    ASSERT_GE(ref.syncs, 3u);
+    const auto file = tmp.path() / "crash.mdb";
+    for (int kind = 0; kind < 2; ++kind) {
+        const std::uint64_t n = kind == 0 ? ref.writes : ref.syncs;
+        for (std::uint64_t i = 1; i <= n; ++i) {
+            SCOPED_TRACE(std::string(kind == 0 ? "write " : "sync ") + std::to_string(i));
+            std::filesystem::copy_file(source, file, std::filesystem::copy_options::overwrite_existing);
+            int code = stoppedDrop(file, table, kind == 0 ? i : 0, kind == 1 ? i : 0);
+            EXPECT_EQ(code, 86);
+            // Any later open rolls back what the stopped writer left.
+            {
+                jet::Database db = jet::Database::open(file);
+                (void)db.tableDefs();
+            }
+            auto now = jettest::fileBytes(file);
+            bool isOld = now == ref.before, isNew = now == ref.after;
+            EXPECT_TRUE(isOld || isNew);
+            EXPECT_FALSE(std::filesystem::exists(file.string() + "-journal") && isNew);
+            ++counts.points;
+            counts.old += isOld;
+            counts.fresh += isNew;
+            // Whatever was left beside the file, the drop can be done now and gives the result.
+            if (isOld) {
+                jet::Database db = jet::Database::open(file, through(jet::hostFileSystem()));
+                jet::dropTable(db, table);
+            }
+            EXPECT_EQ(jettest::fileBytes(file), ref.after);
+        }
+    }
+}
+
+TEST(Crash, StoppedAtEveryWriteAndSyncOfADrop) {
+    CrashCounts counts;
+    crashEverywhere("suite/drive_c/KELUSER/Report.mdb", "property", counts);
+    crashEverywhere("access-corpus/V1997/testV1997.mdb", "Table1", counts);
+    crashEverywhere("access-corpus/V2000/testRefGlobalV2000.mdb", "Table2", counts);
+    std::printf("crash points tried: %zu, old file after reopening: %zu, new file: %zu\n", counts.points,
+                counts.old, counts.fresh);
+    EXPECT_GT(counts.old, 0u);
+    EXPECT_GT(counts.fresh, 0u);
+    EXPECT_EQ(counts.old + counts.fresh, counts.points);
+}
+
+// Each write or sync failing in turn (a full disk): a Jet error and the old file, or success and
+// the new one; never anything else, now or after the next open.
+TEST(Faults, EveryWriteAndSyncFailingInTurn) {
+    TempDir tmp;
+    const auto source = jettest::fixturesDir() / "suite/drive_c/KELUSER/Report.mdb";
+    Reference ref = reference(source, tmp.path(), "invoice");
+    const auto file = tmp.path() / "fault.mdb";
+    std::size_t failures = 0;
+    for (int persistent = 0; persistent < 2; ++persistent) {
+        for (int kind = 0; kind < 2; ++kind) {
+            const std::uint64_t n = kind == 0 ? ref.writes : ref.syncs;
+            for (std::uint64_t i = 1; i <= n; ++i) {
+                SCOPED_TRACE(std::to_string(persistent) + (kind == 0 ? " write " : " sync ") +
+                             std::to_string(i));
+                std::filesystem::copy_file(source, file, std::filesystem::copy_options::overwrite_existing);
+                jet::FaultPlan plan;
+                (kind == 0 ? plan.failWrite : plan.failSync) = i;
+                plan.error = ENOSPC;
+                plan.failAllAfter = persistent != 0;
+                jet::FaultyFileSystem fs(jet::hostFileSystem(), plan);
+                bool failed = false;
+                try {
+                    jet::Database db = jet::Database::open(file, through(fs));
+                    jet::dropTable(db, "invoice");
+                } catch (const jet::Error& e) {
+                    failed = true;
+                    ++failures;
+                    EXPECT_TRUE(e.number() == jet::errc::kDiskFull) << e.number() << " " << e.description();
+                    EXPECT_EQ(e.description(), "Not enough space on disk.");
+                }
+                if (failed && !persistent) {
+                    // The writer put everything back itself.
+                    EXPECT_EQ(jettest::fileBytes(file), ref.before);
+                }
+                {
+                    jet::Database db = jet::Database::open(file);
+                    (void)db.tableDefs();
+                }
+                EXPECT_EQ(jettest::fileBytes(file), failed ? ref.before : ref.after);
+            }
+        }
+    }
+    EXPECT_GT(failures, 5u);
+}
+
+TEST(Faults, ShortWritesAreCompleted) {
+    TempDir tmp;
+    const auto source = jettest::fixturesDir() / "suite/drive_c/KELUSER/Report.mdb";
+    Reference ref = reference(source, tmp.path(), "invoice");
+    const auto file = tmp.path() / "short.mdb";
+    for (std::uint64_t i = 1; i <= ref.writes; ++i) {
+        std::filesystem::copy_file(source, file, std::filesystem::copy_options::overwrite_existing);
+        jet::FaultPlan plan;
+        plan.shortWrite = i;
+        jet::FaultyFileSystem fs(jet::hostFileSystem(), plan);
+        {
+            jet::Database db = jet::Database::open(file, through(fs));
+            jet::dropTable(db, "invoice");
+        }
+        EXPECT_EQ(jettest::fileBytes(file), ref.after) << i;
+    }
+}
+
+TEST(Faults, ReadOnlyFolderGivesReadOnlyError) {
+    TempDir tmp;
+    const auto file = tmp.copy("suite/drive_c/KELUSER/Report.mdb");
+    const auto before = jettest::fileBytes(file);
+    for (int err : {EROFS, EACCES}) {
+        jet::FaultPlan plan;
+        plan.refuseWriteOpen = err;
+        jet::FaultyFileSystem fs(jet::hostFileSystem(), plan);
+        jet::Database db = jet::Database::open(file, through(fs));
+        try {
+            jet::dropTable(db, "invoice");
+            ADD_FAILURE();
+        } catch (const jet::Error& e) {
+            EXPECT_EQ(e.number(), jet::errc::kReadOnly);
+        }
+        EXPECT_EQ(jettest::fileBytes(file), before);
+        EXPECT_FALSE(std::filesystem::exists(jet::detail::lockFilePath(file.string())));
+    }
+    // Writable file, but the folder refuses the journal.
+    jet::Database db = jet::Database::open(file, through(jet::hostFileSystem()));
+    std::filesystem::create_directory(file.string() + "-journal");  // the name is taken
+    try {
+        jet::dropTable(db, "invoice");
+        ADD_FAILURE();
+    } catch (const jet::Error& e) {
+        EXPECT_NE(e.number(), 0);
+    }
+    EXPECT_EQ(jettest::fileBytes(file), before);
+}
+
+TEST(Faults, VanishedFolder) {
+    TempDir tmp;
+    const auto dir = tmp.path() / "data";
+    std::filesystem::create_directory(dir);
+    const auto file = dir / "Report.mdb";
+    std::filesystem::copy_file(jettest::fixturesDir() / "suite/drive_c/KELUSER/Report.mdb", file);
+    const auto before = jettest::fileBytes(file);
+    jet::Database db = jet::Database::open(file, through(jet::hostFileSystem()));
+    const auto moved = tmp.path() / "elsewhere";
+    std::filesystem::rename(dir, moved);
+    try {
+        jet::dropTable(db, "invoice");
+        ADD_FAILURE();
+    } catch (const jet::Error& e) {
+        EXPECT_EQ(e.number(), jet::errc::kInvalidPath);
+        EXPECT_NE(e.description().find("is not a valid path"), std::string::npos);
+    }
+    EXPECT_EQ(jettest::fileBytes(moved / "Report.mdb"), before);
+}
+
+// A journal that does not belong to the file, or that was cut short, is never applied.
+TEST(Journal, ForeignAndTornJournalsAreIgnored) {
+    TempDir tmp;
+    const auto source = jettest::fixturesDir() / "suite/drive_c/KELUSER/Report.mdb";
+    const auto file = tmp.path() / "Report.mdb";
+    std::filesystem::copy_file(source, file);
+    const auto before = jettest::fileBytes(file);
+    // A real journal of another database (KelCom), left beside this one.
+    const auto other = tmp.path() / "KelCom.mdb";
+    std::filesystem::copy_file(jettest::fixturesDir() / "suite/drive_c/KELUSER/KelCom.mdb", other);
+    {
+        pid_t pid = fork();
+        if (pid == 0) {
+            jet::FaultPlan plan;
+            plan.exitAtSync = 3;  // after the journal is durable, before the pages are
+            jet::FaultyFileSystem fs(jet::hostFileSystem(), plan);
+            try {
+                jet::Database db = jet::Database::open(other, through(fs));
+                jet::dropTable(db, jettest::userTables(db).front());
+            } catch (...) {
+                _exit(3);
+            }
+            _exit(0);
+        }
+        int status = 0;
+        waitpid(pid, &status, 0);
+        ASSERT_TRUE(std::filesystem::exists(other.string() + "-journal"));
+    }
+    std::filesystem::rename(other.string() + "-journal", file.string() + "-journal");
+    {
+        jet::Database db = jet::Database::open(file);
+        ASSERT_EQ(db.notices().size(), 1u);
+        EXPECT_NE(db.notices()[0].find("ignored"), std::string::npos) << db.notices()[0];
+    }
+    EXPECT_EQ(jettest::fileBytes(file), before);
+
+    // Torn: the same journal cut short.
+    auto journal = jettest::fileBytes(file.string() + "-journal");
+    for (std::size_t cut : {std::size_t{10}, std::size_t{64}, journal.size() / 2, journal.size() - 1}) {
+        std::filesystem::resize_file(file.string() + "-journal", cut);
+        jet::Database db = jet::Database::open(file);
+        EXPECT_EQ(db.notices().size(), 1u);
+        EXPECT_EQ(jettest::fileBytes(file), before);
+    }
+    // A writer moves an ignored journal aside and writes.
+    {
+        jet::Database db = jet::Database::open(file, through(jet::hostFileSystem()));
+        jet::dropTable(db, "invoice");
+    }
+    EXPECT_TRUE(std::filesystem::exists(file.string() + "-journal-ignored"));
+    EXPECT_FALSE(std::filesystem::exists(file.string() + "-journal"));
+    jet::Database db = jet::Database::open(file);
+    EXPECT_FALSE(db.hasTable("invoice"));
+}
+
+TEST(FileSeam, MemoryFilesOpenAsDatabases) {
+    jet::MemoryFileSystem fs;
+    fs.put("/m/Report.mdb", jettest::fileBytes(jettest::fixturesDir() / "suite/drive_c/KELUSER/Report.mdb"));
+    jet::OpenOptions o;
+    o.fileSystem = &fs;
+    jet::Database db = jet::Database::open("/m/Report.mdb", o);
+    EXPECT_TRUE(db.hasTable("invoice"));
+    o.readOnly = false;
+    jet::Database w = jet::Database::open("/m/Report.mdb", o);
+    jet::dropTable(w, "invoice");
+    EXPECT_FALSE(w.hasTable("invoice"));
+    EXPECT_THROW(jet::Database::open("/m/none.mdb", o), jet::Error);
+}
+
+}  // namespace

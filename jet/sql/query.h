@@ -1,9 +1,22 @@
 // Running a statement against an open database.
 //
 // RowSet is what a keyset cursor gives a program: opening it checks the statement (names, types),
-// walks the table once to find the rows that satisfy the condition, and keeps only where they are;
-// the true number of rows is known at once, and the values of a row are decoded when a caller
-// asks for that row. The condition is evaluated as Jet evaluates it in ANSI-92 mode: LIKE with
+// walks the table once to find the rows that satisfy the condition, and keeps only where they are
+// (their ordinals in the engine's scan order, in result order); the true number of rows is known
+// at once, and the values of a row are decoded when a caller asks for that row.
+//
+// Rows by position. A row's ordinal leads to where it lives through the table's row directory
+// (its data pages with their live row counts, read from the pages' row tables, rows untouched):
+// row(i) goes to the page and row directly, so any window of rows, forwards or backwards, costs
+// the same wherever it lies; reading the next row after the current one is one cursor step.
+// A statement without WHERE keeps no keyset at all: opening it costs the directory (or the count
+// kept for an unchanged file), never the rows. A row that cannot be read (a damaged page) raises
+// its error from row(); the rows around it stay readable.
+//
+// Results Jet computes (aggregates, GROUP BY, DISTINCT) are kept whole: one row per group or per
+// distinct value set. ORDER BY sorts the keyset (Null first, text without regard to case, ties in
+// scan order); TOP keeps the first n (n percent) rows, and with ORDER BY the rows that tie with the
+// last one as well. The condition is evaluated as Jet evaluates it in ANSI-92 mode: LIKE with
 // % _ [list] [!list] [a-z], text without regard to case and with regard to accents, Null never
 // satisfying a condition (three-valued AND, OR, NOT), non-text values turned into text before
 // LIKE (text.h), and only the columns the condition names are decoded for each row.
@@ -41,15 +54,27 @@ public:
     const std::vector<Column>& fields() const noexcept;
     // The number of rows that satisfy the condition.
     std::size_t recordCount() const noexcept;
-    // The values of result row `index` (0 <= index < recordCount()), in field order. Reading rows
-    // in ascending order costs one step of the table scan per row; going back restarts the scan.
-    // Throws NoCurrentRecord (ADO 3021) for an index past the end.
+    // The values of result row `index` (0 <= index < recordCount()), in field order. The cost does
+    // not depend on the distance from the row read before. Throws NoCurrentRecord (ADO 3021) for
+    // an index past the end or a row gone from the file since opening, and the engine's failure
+    // (3049 through the provider's number) for a row that cannot be read.
     std::vector<Value> row(std::size_t index);
+    // Rows [first, first + count), as row() gives them; 3021 when the window passes the end.
+    std::vector<std::vector<Value>> rows(std::size_t first, std::size_t count);
+
+    // For readers that format values straight from the stored bytes: when every field is a
+    // column of the table (no computed rows, no expressions), the engine's cursor standing on
+    // result row `index`, valid until the next call on this RowSet; field k is the cursor's
+    // column fieldColumn(k). Null when the result is computed. Errors as row().
+    const Cursor* tableRow(std::size_t index);
+    std::size_t fieldColumn(std::size_t field) const noexcept;
+    static constexpr std::size_t npos = static_cast<std::size_t>(-1);
     // The name of the table the statement reads.
     const std::string& tableName() const noexcept;
 
-private:
     struct Impl;
+
+private:
     explicit RowSet(std::unique_ptr<Impl> impl);
     std::unique_ptr<Impl> impl_;
 };

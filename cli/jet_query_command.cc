@@ -40,7 +40,10 @@ int runQuery(Invocation& inv) {
                 throw jet::sql::throughProvider(e);
             }
         }();
-        jet::sql::RowSet rows = jet::sql::RowSet::open(db, inv.args[1]);
+        // One statement and exit: nothing is kept for a next one.
+        jet::sql::OpenOptions options;
+        options.keepColumnText = false;
+        jet::sql::RowSet rows = jet::sql::RowSet::open(db, inv.args[1], options);
         OutputBuffer out(inv.out);
         RowWriter writer(out, format, rows.fields());
         writer.header();

@@ -78,7 +78,9 @@ OutputBuffer::OutputBuffer(std::ostream& out)
     }
 }
 
-OutputBuffer::~OutputBuffer() { flush(); }
+OutputBuffer::~OutputBuffer() {
+    flush();
+}
 
 void OutputBuffer::append(std::string_view s) {
     char* at = room(s.size());
@@ -218,13 +220,27 @@ void RowWriter::text(std::string_view s) {
         const unsigned char c = p[j];
         *at++ = '\\';
         switch (c) {
-            case '"': *at++ = '"'; break;
-            case '\\': *at++ = '\\'; break;
-            case '\n': *at++ = 'n'; break;
-            case '\r': *at++ = 'r'; break;
-            case '\t': *at++ = 't'; break;
-            case '\b': *at++ = 'b'; break;
-            case '\f': *at++ = 'f'; break;
+            case '"':
+                *at++ = '"';
+                break;
+            case '\\':
+                *at++ = '\\';
+                break;
+            case '\n':
+                *at++ = 'n';
+                break;
+            case '\r':
+                *at++ = 'r';
+                break;
+            case '\t':
+                *at++ = 't';
+                break;
+            case '\b':
+                *at++ = 'b';
+                break;
+            case '\f':
+                *at++ = 'f';
+                break;
             default:
                 *at++ = 'u';
                 *at++ = '0';
@@ -377,7 +393,8 @@ void RowWriter::row(const jet::Cursor& cursor, const std::vector<std::size_t>& c
                 }
                 continue;
             }
-            default: break;
+            default:
+                break;
         }
         // Other types, and values shorter than their type (the engine reports the damage).
         value(cursor.value(c));

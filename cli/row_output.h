@@ -41,7 +41,7 @@ bool takeFormatOption(std::vector<std::string>& args, OutputFormat& format, std:
 // A large output buffer. Writing to std::cout goes to file descriptor 1 directly (after flushing
 // what the stream holds); any other stream gets the buffer through write().
 class OutputBuffer {
-public:
+  public:
     explicit OutputBuffer(std::ostream& out);
     OutputBuffer(const OutputBuffer&) = delete;
     OutputBuffer& operator=(const OutputBuffer&) = delete;
@@ -58,7 +58,7 @@ public:
     // Writes out what is buffered. False when the output refused it.
     bool flush();
 
-private:
+  private:
     void makeRoom(std::size_t n);
 
     std::ostream& out_;
@@ -70,7 +70,7 @@ private:
 };
 
 class RowWriter {
-public:
+  public:
     RowWriter(OutputBuffer& out, OutputFormat format, const std::vector<jet::Column>& fields);
 
     // The JSON columns line or the CSV header line.
@@ -80,7 +80,7 @@ public:
     // One row of values in field order.
     void row(const std::vector<jet::Value>& values);
 
-private:
+  private:
     void value(const jet::Value& v);
     void text(std::string_view s);
     void separator(std::size_t k);

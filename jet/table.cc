@@ -302,7 +302,9 @@ struct Cursor::Impl {
         return false;
     }
 
-    bool seek(std::uint32_t pg, std::uint32_t live) {
+    // Makes `pg` the current page with the scan going on after it; false when it is no data
+    // page of this table.
+    bool enterPage(std::uint32_t pg) {
         if (!started) {
             started = true;
             pages = usageMapPages(*store, layout->ownedPagesMap);
@@ -311,7 +313,7 @@ struct Cursor::Impl {
         done = false;
         const auto at = std::lower_bound(pages.begin(), pages.end(), pg);
         pageIndex = static_cast<std::size_t>(at - pages.begin()) + (at != pages.end() && *at == pg ? 1 : 0);
-        if (page.number() != pg || !page) {
+        if (!page || page.number() != pg) {
             PageRef candidate = store->page(pg);
             const std::uint8_t* p = candidate.data();
             if (p[0] != kPageData || u32(p + f->dataOwner) != layout->tdefPage) {
@@ -323,14 +325,26 @@ struct Cursor::Impl {
             page = std::move(candidate);
             rowsOnPage = dataPageRowCount(*store, page);
         }
+        return true;
+    }
+
+    bool seekRow(std::uint32_t r) {
+        if (r >= rowsOnPage) {
+            nextRow = rowsOnPage;
+            return false;
+        }
+        nextRow = r + 1;
+        if (!loadRow(static_cast<std::uint16_t>(r))) return false;
+        onRow = true;
+        return true;
+    }
+
+    bool seek(std::uint32_t pg, std::uint32_t live) {
+        if (!enterPage(pg)) return false;
         const std::uint8_t* p = page.data();
         for (std::uint32_t r = 0; r < rowsOnPage; ++r) {
             if (u16(p + f->dataRowOffsets + 2u * r) & kRowDeleted) continue;
-            if (live-- != 0) continue;
-            nextRow = r + 1;
-            if (!loadRow(static_cast<std::uint16_t>(r))) return false;
-            onRow = true;
-            return true;
+            if (live-- == 0) return seekRow(r);
         }
         nextRow = rowsOnPage;
         return false;
@@ -458,6 +472,9 @@ bool Cursor::next() {
 }
 bool Cursor::seek(std::uint32_t page, std::uint32_t live) {
     return impl_->seek(page, live);
+}
+bool Cursor::seek(RowId id) {
+    return impl_->enterPage(id.page) && impl_->seekRow(id.row);
 }
 RowId Cursor::rowId() const noexcept {
     return impl_->id;

@@ -136,6 +136,9 @@ class Cursor {
     // in scan order. False, leaving no current row, when the page holds fewer live rows or is no
     // longer a data page of this table (the file changed); 3049 when the row is damaged.
     bool seek(std::uint32_t page, std::uint32_t live);
+    // Moves onto the row at `id` (as rowId() gave it). False, leaving no current row, when that
+    // row is deleted or its page is no longer a data page of this table.
+    bool seek(RowId id);
     RowId rowId() const noexcept;
 
     bool isNull(std::size_t column) const;

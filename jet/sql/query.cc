@@ -909,6 +909,9 @@ struct RowSet::Impl {
     // Result row i is scan ordinal keyset[i]; without a keyset, result row i is scan ordinal i.
     bool keyed = false;
     std::vector<std::uint32_t> keyset;
+    // Or, for rows found by a scan of their own, where each result row lives.
+    bool byRowId = false;
+    std::vector<RowId> rowIds;
     std::size_t count = 0;
     // Computed rows (GROUP BY, aggregates, DISTINCT) are kept whole.
     bool computed = false;
@@ -922,15 +925,32 @@ struct RowSet::Impl {
     bool onRow = false;
     std::uint64_t readerOrdinal = 0;
 
+    std::size_t readerIndex = 0;  // byRowId: the result row the reader stands on when onRow
+
     std::uint64_t ordinal(std::size_t index) const { return keyed ? keyset[index] : index; }
+
+    void makeReader() {
+        if (reader) return;
+        reader.emplace(table.cursor());
+        eval = std::make_unique<Evaluator>(*reader, table.columns());
+    }
+
+    // Puts the reader on result row `index`.
+    void moveToRow(std::size_t index) {
+        if (!byRowId) return moveTo(ordinal(index));
+        makeReader();
+        if (onRow && readerIndex == index) return;
+        onRow = false;
+        // A row that has gone since the statement was opened.
+        if (!reader->seek(rowIds[index])) throw makeError(Failure::NoCurrentRecord);
+        readerIndex = index;
+        onRow = true;
+    }
 
     // Puts the reader on scan ordinal `target`: the next row when it is the one after the
     // current, otherwise straight onto its page, so the cost does not depend on the distance.
     void moveTo(std::uint64_t target) {
-        if (!reader) {
-            reader.emplace(table.cursor());
-            eval = std::make_unique<Evaluator>(*reader, table.columns());
-        }
+        makeReader();
         if (onRow && target == readerOrdinal) return;
         if (onRow && target == readerOrdinal + 1) {
             onRow = false;
@@ -1278,20 +1298,18 @@ void runSorted(RowSet::Impl& d, const SelectStatement& st, const SelectPlan& pla
     Evaluator eval(cursor, d.table.columns());
     std::vector<SortKey> keys(plan.orderBy.size());
     for (std::size_t k = 0; k < keys.size(); ++k) keys[k].descending = st.orderBy[k].descending;
-    std::vector<std::uint32_t> matches;
-    std::uint32_t ordinal = 0;
+    std::vector<RowId> matches;
     while (cursor.next()) {
         if (!condition || eval.test(*condition) == Tri::True) {
-            matches.push_back(ordinal);
+            matches.push_back(cursor.rowId());
             for (std::size_t k = 0; k < keys.size(); ++k) keys[k].push(eval.value(*plan.orderBy[k]));
         }
-        ++ordinal;
     }
     const auto order = sortedPositions(keys, matches.size());
     const std::size_t keep = topCount(st, matches.size(), &keys, &order);
-    d.keyed = true;
-    d.keyset.resize(keep);
-    for (std::size_t i = 0; i < keep; ++i) d.keyset[i] = matches[order[i]];
+    d.byRowId = true;
+    d.rowIds.resize(keep);
+    for (std::size_t i = 0; i < keep; ++i) d.rowIds[i] = matches[order[i]];
     d.count = keep;
 }
 
@@ -1302,7 +1320,9 @@ RowSet::RowSet(RowSet&&) noexcept = default;
 RowSet& RowSet::operator=(RowSet&&) noexcept = default;
 RowSet::~RowSet() = default;
 
-RowSet RowSet::open(const Database& db, std::string_view sql) {
+RowSet RowSet::open(const Database& db, std::string_view sql) { return open(db, sql, OpenOptions{}); }
+
+RowSet RowSet::open(const Database& db, std::string_view sql, const OpenOptions& options) {
     Statement statement = parse(sql);
     if (const auto* drop = std::get_if<DropTableStatement>(&statement)) {
         if (!db.hasTable(drop->table)) throw makeError(Failure::TableDoesNotExist, drop->table);
@@ -1362,7 +1382,7 @@ RowSet RowSet::open(const Database& db, std::string_view sql) {
             return RowSet(std::move(impl));
         }
         impl->keyed = true;
-        if (stamp && likeOnly(*condition, likeColumns) && !likeColumns.empty()) {
+        if (options.keepColumnText && stamp && likeOnly(*condition, likeColumns) && !likeColumns.empty()) {
             CachedColumns data(columns.size());
             std::vector<std::size_t> missing;
             for (const std::size_t c : likeColumns) {
@@ -1394,13 +1414,13 @@ RowSet RowSet::open(const Database& db, std::string_view sql) {
             Evaluator eval(cursor, columns);
             // Without PERCENT, TOP n needs no more than the first n rows found.
             const std::uint64_t limit = st.top && !st.topPercent ? *st.top : ~std::uint64_t{0};
-            std::uint32_t ordinal = 0;
-            while (impl->keyset.size() < limit && cursor.next()) {
-                if (eval.test(*condition) == Tri::True) impl->keyset.push_back(ordinal);
-                ++ordinal;
+            impl->keyed = false;
+            impl->byRowId = true;
+            while (impl->rowIds.size() < limit && cursor.next()) {
+                if (eval.test(*condition) == Tri::True) impl->rowIds.push_back(cursor.rowId());
             }
-            impl->keyset.resize(topCount(st, impl->keyset.size(), nullptr, nullptr));
-            impl->count = impl->keyset.size();
+            impl->rowIds.resize(topCount(st, impl->rowIds.size(), nullptr, nullptr));
+            impl->count = impl->rowIds.size();
         }
     } catch (const Error& e) {
         if (e.number() < 0 || e.number() == 3704) throw;
@@ -1418,7 +1438,7 @@ std::vector<Value> RowSet::row(std::size_t index) {
     if (index >= d.count) throw makeError(Failure::NoCurrentRecord);
     if (d.computed) return d.rows[index];
     try {
-        d.moveTo(d.ordinal(index));
+        d.moveToRow(index);
         return d.current();
     } catch (const Error& e) {
         d.onRow = false;
@@ -1440,7 +1460,7 @@ const Cursor* RowSet::tableRow(std::size_t index) {
     if (d.computed || !d.plainFields) return nullptr;
     if (index >= d.count) throw makeError(Failure::NoCurrentRecord);
     try {
-        d.moveTo(d.ordinal(index));
+        d.moveToRow(index);
         return &*d.reader;
     } catch (const Error& e) {
         d.onRow = false;

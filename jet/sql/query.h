@@ -5,9 +5,10 @@
 // (their ordinals in the engine's scan order, in result order); the true number of rows is known
 // at once, and the values of a row are decoded when a caller asks for that row.
 //
-// Rows by position. A row's ordinal leads to where it lives through the table's row directory
-// (its data pages with their live row counts, read from the pages' row tables, rows untouched):
-// row(i) goes to the page and row directly, so any window of rows, forwards or backwards, costs
+// Rows by position. A row found by a scan is kept as where it lives (page and row); a row known by
+// its ordinal (the whole table, or the kept text of column_cache.h) leads there through the
+// table's row directory (its data pages with their live row counts, read from the pages' row
+// tables, rows untouched). row(i) goes to the page and row directly, so any window of rows, forwards or backwards, costs
 // the same wherever it lies; reading the next row after the current one is one cursor step.
 // A statement without WHERE keeps no keyset at all: opening it costs the directory (or the count
 // kept for an unchanged file), never the rows. A row that cannot be read (a damaged page) raises
@@ -40,11 +41,20 @@
 
 namespace jet::sql {
 
+struct OpenOptions {
+    // Keep the folded text of the columns a LIKE-only condition searches, for the statements
+    // that follow on the same unchanged file (column_cache.h). A program that runs one statement
+    // and exits gains nothing from it and pays for building it: it sets this false, and the
+    // condition is tested row by row during the scan.
+    bool keepColumnText = true;
+};
+
 class RowSet {
 public:
     // Runs a SELECT. A DROP TABLE is parsed and checked (a missing table gives Jet's "Table '...'
     // does not exist.") but not carried out: it is refused as not supported.
     static RowSet open(const Database& db, std::string_view sql);
+    static RowSet open(const Database& db, std::string_view sql, const OpenOptions& options);
 
     RowSet(RowSet&&) noexcept;
     RowSet& operator=(RowSet&&) noexcept;

@@ -18,20 +18,28 @@
 
 namespace {
 
-using jettest::Json;
 using jet::Value;
+using jettest::Json;
 
 // The number a value stands for (Yes/No as -1 / 0, Currency as its amount).
 bool numberOf(const Value& v, double& out) {
     const auto& s = v.storage();
-    if (const auto* b = std::get_if<bool>(&s)) out = *b ? -1.0 : 0.0;
-    else if (const auto* u8 = std::get_if<std::uint8_t>(&s)) out = *u8;
-    else if (const auto* i16 = std::get_if<std::int16_t>(&s)) out = *i16;
-    else if (const auto* i32 = std::get_if<std::int32_t>(&s)) out = *i32;
-    else if (const auto* cy = std::get_if<jet::Currency>(&s)) out = static_cast<double>(cy->scaled) / 10000.0;
-    else if (const auto* f = std::get_if<float>(&s)) out = static_cast<double>(*f);
-    else if (const auto* d = std::get_if<double>(&s)) out = *d;
-    else return false;
+    if (const auto* b = std::get_if<bool>(&s))
+        out = *b ? -1.0 : 0.0;
+    else if (const auto* u8 = std::get_if<std::uint8_t>(&s))
+        out = *u8;
+    else if (const auto* i16 = std::get_if<std::int16_t>(&s))
+        out = *i16;
+    else if (const auto* i32 = std::get_if<std::int32_t>(&s))
+        out = *i32;
+    else if (const auto* cy = std::get_if<jet::Currency>(&s))
+        out = static_cast<double>(cy->scaled) / 10000.0;
+    else if (const auto* f = std::get_if<float>(&s))
+        out = static_cast<double>(*f);
+    else if (const auto* d = std::get_if<double>(&s))
+        out = *d;
+    else
+        return false;
     return true;
 }
 
@@ -42,7 +50,9 @@ bool near(double a, double b, double relative) {
 // The peer reads a stored date as the number of days it is, linearly (also before 1899-12-30,
 // where Jet's own reading counts the fraction forward): its milliseconds since 1970 give back the
 // stored number, which is also what Jet sorts by.
-double storedDays(double peerMillis) { return peerMillis / 86400000.0 + 25569.0; }
+double storedDays(double peerMillis) {
+    return peerMillis / 86400000.0 + 25569.0;
+}
 
 std::string describe(const Value& v) {
     if (v.isNull()) return "null";
@@ -60,16 +70,20 @@ std::string describe(const Value& v) {
 
 std::string describe(const Json& j) {
     switch (j.kind) {
-        case Json::Null: return "null";
-        case Json::Bool: return j.b ? "true" : "false";
+        case Json::Null:
+            return "null";
+        case Json::Bool:
+            return j.b ? "true" : "false";
         case Json::Number: {
             std::ostringstream o;
             o.precision(17);
             o << j.num;
             return o.str();
         }
-        case Json::String: return "'" + j.str + "'";
-        default: return "(json)";
+        case Json::String:
+            return "'" + j.str + "'";
+        default:
+            return "(json)";
     }
 }
 
@@ -102,8 +116,8 @@ TEST_P(PeerSql, StatementsGiveTheRowsWorkedOutFromAnotherReader) {
     const auto file = dir.copy(GetParam());
     const std::string script = std::string(JET_SQL_TESTS_DIR) + "/peers/sql_expect.mjs";
     int status = 0;
-    const std::string out =
-        jettest::runCommand("node " + jettest::shellQuote(script) + " " + jettest::shellQuote(file.string()) + " 2>&1", status);
+    const std::string out = jettest::runCommand(
+        "node " + jettest::shellQuote(script) + " " + jettest::shellQuote(file.string()) + " 2>&1", status);
     ASSERT_EQ(status, 0) << out.substr(0, 500);
     const jet::Database db = jet::Database::open(file);
     std::istringstream in(out);
@@ -124,8 +138,8 @@ TEST_P(PeerSql, StatementsGiveTheRowsWorkedOutFromAnotherReader) {
                 const auto row = rs.row(r);
                 for (std::size_t c = 0; c < modes.size(); ++c) {
                     ASSERT_TRUE(matches(row[c], expected[r].arr.at(c), modes[c].str))
-                        << sql << "\n row " << r << " field " << c << ": ours " << describe(row[c]) << ", expected "
-                        << describe(expected[r].arr.at(c));
+                        << sql << "\n row " << r << " field " << c << ": ours " << describe(row[c])
+                        << ", expected " << describe(expected[r].arr.at(c));
                 }
             }
         } catch (const jet::Error& e) {
@@ -138,8 +152,8 @@ TEST_P(PeerSql, StatementsGiveTheRowsWorkedOutFromAnotherReader) {
 std::vector<std::string> fixtureFiles() {
     std::vector<std::string> out;
     const auto root = jettest::fixturesDir();
-    for (const char* folder : {"access-corpus/V1997", "access-corpus/V2000", "access-corpus", "suite/drive_c/KEL",
-                               "suite/drive_c/KELDATA", "suite/drive_c/KELUSER"}) {
+    for (const char* folder : {"access-corpus/V1997", "access-corpus/V2000", "access-corpus",
+                               "suite/drive_c/KEL", "suite/drive_c/KELDATA", "suite/drive_c/KELUSER"}) {
         std::vector<std::string> here;
         for (const auto& e : std::filesystem::directory_iterator(root / folder))
             if (e.is_regular_file() && e.path().extension() == ".mdb")

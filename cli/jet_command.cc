@@ -7,12 +7,17 @@
 #include <ostream>
 
 #include "cli/command.h"
-#include "cli/row_output.h"
+#include "output/row_output.h"
 #include "jet/database.h"
-#include "jet/json_export.h"
 #include "jet/table.h"
+#include "output/json_export.h"
 
 namespace qx::cli {
+
+using jet::output::OutputBuffer;
+using jet::output::OutputFormat;
+using jet::output::RowWriter;
+using jet::output::takeFormatOption;
 namespace {
 
 constexpr const char* kTablesUsage = "jet tables FILE  (one JSON line per table: name, attributes, fields, records)";

@@ -1,5 +1,5 @@
 // `qxtest-cli jet query FILE STATEMENT [--format json|csv]`: runs one Jet SQL statement against a
-// database file and prints the result as `jet export` prints a table (cli/row_output.h): a
+// database file and prints the result as `jet export` prints a table (output/row_output.h): a
 // columns line (or CSV header), then one line per row. FILE is a host path. A failure prints
 // {"error":{"number":N,"description":D}} with the number and text ADO would report for it, and
 // exits 1; a usage error exits 2; --help prints the usage and exits 0.
@@ -8,13 +8,18 @@
 #include <string>
 
 #include "cli/command.h"
-#include "cli/row_output.h"
+#include "output/row_output.h"
 #include "jet/database.h"
-#include "jet/json_export.h"
 #include "jet/sql/errors.h"
 #include "jet/sql/query.h"
+#include "output/json_export.h"
 
 namespace qx::cli {
+
+using jet::output::OutputBuffer;
+using jet::output::OutputFormat;
+using jet::output::RowWriter;
+using jet::output::takeFormatOption;
 namespace {
 
 constexpr const char* kUsage = "jet query FILE STATEMENT [--format json|csv]  (a Jet SQL statement's result)";

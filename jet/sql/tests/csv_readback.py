@@ -2,9 +2,9 @@
 output of the same command: the header with the columns line, then each row's fields with the
 JSON values (Null as an empty field, true/false, numbers as the same digits, strings as they are).
 
-    python3 csv_readback.py OUTPUT.csv OUTPUT.jsonl
+    python3 csv_readback.py OUTPUT.csv OUTPUT.jsonl [OUTPUT2.csv OUTPUT2.jsonl ...]
 
-Prints "rows N mismatches M" and the first mismatches; exits 0 when M is 0.
+Prints "rows N mismatches M" per pair and the first mismatches; exits 0 when no pair has any.
 """
 import csv
 import json
@@ -21,8 +21,7 @@ def expected_text(value):
     return value  # numbers were read as their digits, strings are themselves
 
 
-def main():
-    csv_path, json_path = sys.argv[1], sys.argv[2]
+def compare(csv_path, json_path):
     with open(csv_path, newline="", encoding="utf-8") as f:
         records = list(csv.reader(f, strict=True))
     with open(json_path, encoding="utf-8") as f:
@@ -42,10 +41,16 @@ def main():
                     mismatches.append(f"row {i} field {k}: {a!r} != {b!r}")
             if len(record) != len(expected):
                 mismatches.append(f"row {i}: {len(record)} fields, {len(expected)} expected")
-    print(f"rows {len(rows)} mismatches {len(mismatches)}")
+    print(f"{csv_path}: rows {len(rows)} mismatches {len(mismatches)}")
     for m in mismatches[:10]:
         print(m)
-    return 0 if not mismatches else 1
+    return not mismatches
+
+
+def main():
+    paths = sys.argv[1:]
+    results = [compare(paths[i], paths[i + 1]) for i in range(0, len(paths) - 1, 2)]
+    return 0 if results and all(results) else 1
 
 
 if __name__ == "__main__":

@@ -151,7 +151,7 @@ TEST_F(JetQueryCliTest, EveryEngineFailureExitsOneWithItsErrorLine) {
 }
 
 TEST_F(JetQueryCliTest, HelpOnEverySubcommandPrintsItsUsageAndExitsZero) {
-    for (const std::vector<std::string> args : {std::vector<std::string>{"jet", "--help"},
+    for (const std::vector<std::string>& args : {std::vector<std::string>{"jet", "--help"},
                                                  {"jet", "tables", "--help"},
                                                  {"jet", "export", "--help"},
                                                  {"jet", "export", file_, "Client", "--help"},
@@ -180,32 +180,39 @@ TEST_F(JetQueryCliTest, CsvReadBackByPythonEqualsTheJsonLines) {
             const auto from = line.find("\"name\":\"") + 8;
             const std::string name = line.substr(from, line.find('"', from) - from);
             if (name.find('\\') != std::string::npos) continue;  // an escaped name: not worth unescaping here
+            if (name.rfind("MSys", 0) == 0 && name != "MSysObjects") continue;  // one catalog table is enough
             runs.push_back({f.string(), {"export", "TABLE", name}});
         }
     }
     runs.push_back({file_, {"query", "SQL", "SELECT City, COUNT(*) AS n, SUM(SalePrice), MIN(Created) FROM Property GROUP BY City"}});
     runs.push_back({file_, {"query", "SQL", "SELECT TOP 20 * FROM Property ORDER BY SalePrice DESC"}});
+    // Fields that must be quoted: commas, quotes, line breaks, blanks at either end; empty and Null.
+    runs.push_back({file_, {"query", "SQL",
+                            "SELECT TOP 2 'a,\"b\"' AS x, ' lead', 'line1\nline2\r\nline3', '' AS empty, NULL AS "
+                            "nothing, City FROM Property"}});
     const std::string script = std::string(QX_SOURCE_DIR) + "/jet/sql/tests/csv_readback.py";
+    std::string pairs;
     std::size_t compared = 0;
     for (const auto& [file, words] : runs) {
         const std::string& what = words[2];
         const std::vector<std::string> base{"jet", words[0], file, what};
-        const std::string csvPath = (dir_ / "out.csv").string(), jsonPath = (dir_ / "out.jsonl").string();
+        const std::string stem = (dir_ / ("out" + std::to_string(compared))).string();
         std::string command = std::string(QXTEST_CLI);
         for (const auto& a : base) command += " " + quoted(a);
-        const int a = std::system((command + " --format csv > " + quoted(csvPath)).c_str());
-        const int b = std::system((command + " > " + quoted(jsonPath)).c_str());
+        const int a = std::system((command + " --format csv > " + quoted(stem + ".csv")).c_str());
+        const int b = std::system((command + " > " + quoted(stem + ".jsonl")).c_str());
         if (WEXITSTATUS(a) != 0 || WEXITSTATUS(b) != 0) continue;  // tables the engine refuses: covered elsewhere
-        FILE* pipe = ::popen(("python3 " + quoted(script) + " " + quoted(csvPath) + " " + quoted(jsonPath)).c_str(), "r");
-        ASSERT_TRUE(pipe);
-        std::string report;
-        char buf[4096];
-        std::size_t n;
-        while ((n = std::fread(buf, 1, sizeof buf, pipe)) > 0) report.append(buf, n);
-        const int status = ::pclose(pipe);
-        EXPECT_EQ(WEXITSTATUS(status), 0) << file << " " << what << "\n" << report;
+        pairs += " " + quoted(stem + ".csv") + " " + quoted(stem + ".jsonl");
         ++compared;
     }
+    FILE* pipe = ::popen(("python3 " + quoted(script) + pairs).c_str(), "r");
+    ASSERT_TRUE(pipe);
+    std::string report;
+    char buf[4096];
+    std::size_t n;
+    while ((n = std::fread(buf, 1, sizeof buf, pipe)) > 0) report.append(buf, n);
+    const int status = ::pclose(pipe);
+    EXPECT_EQ(WEXITSTATUS(status), 0) << report;
     EXPECT_GT(compared, 20u);
 }
 

@@ -1,4 +1,4 @@
-#include "cli/row_output.h"
+#include "output/row_output.h"
 
 #include <unistd.h>
 
@@ -7,9 +7,9 @@
 #include <cstring>
 #include <iostream>
 
-#include "jet/json_export.h"
+#include "output/json_export.h"
 
-namespace qx::cli {
+namespace jet::output {
 
 namespace {
 
@@ -403,4 +403,4 @@ void RowWriter::row(const jet::Cursor& cursor, const std::vector<std::size_t>& c
     endRow();
 }
 
-}  // namespace qx::cli
+}  // namespace jet::output

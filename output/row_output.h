@@ -2,7 +2,7 @@
 // one large buffer that goes to the standard output in big writes.
 //
 // JSON Lines: a columns line {"columns":[{"name":N,"type":T,"size":S},...]}, then one array per
-// row, values in the forms of jet/json_export.h (null; true/false; whole numbers; Single and Double
+// row, values in the forms of output/json_export.h (null; true/false; whole numbers; Single and Double
 // as the shortest text that reads back the same, non-finite values as null; Currency and Decimal as
 // strings of exact digits, Currency with 4 decimals; Date/Time as "YYYY-MM-DD HH:MM:SS"; text as
 // strings; Binary, OLE and unknown types as base64 strings; GUID as "{XXXXXXXX-...}").
@@ -30,7 +30,7 @@
 #include "jet/table.h"
 #include "jet/value.h"
 
-namespace qx::cli {
+namespace jet::output {
 
 enum class OutputFormat { JsonLines, Csv };
 
@@ -91,4 +91,4 @@ class RowWriter {
     const std::vector<jet::Column>& fields_;
 };
 
-}  // namespace qx::cli
+}  // namespace jet::output

@@ -4,6 +4,7 @@
 // {"error":{"number":N,"description":D}} with the number and text ADO would report for it, and
 // exits 1; a usage error exits 2; --help prints the usage and exits 0.
 #include <algorithm>
+#include <optional>
 #include <ostream>
 #include <string>
 
@@ -45,22 +46,26 @@ int runQuery(Invocation& inv) {
                 throw jet::sql::throughProvider(e);
             }
         }();
-        // One statement and exit: nothing is kept for a next one.
-        jet::sql::OpenOptions options;
-        options.keepColumnText = false;
-        jet::sql::RowSet rows = jet::sql::RowSet::open(db, inv.args[1], options);
+        // One statement, its rows written out once: the engine hands them over as it finds them.
         OutputBuffer out(inv.out);
-        RowWriter writer(out, format, rows.fields());
-        writer.header();
-        std::vector<std::size_t> columns(rows.fields().size());
-        for (std::size_t k = 0; k < columns.size(); ++k) columns[k] = rows.fieldColumn(k);
-        try {
-            for (std::size_t i = 0; i < rows.recordCount(); ++i) {
-                // Plain columns straight from the stored bytes; computed rows as values.
-                if (const jet::Cursor* cursor = rows.tableRow(i)) writer.row(*cursor, columns);
-                else writer.row(rows.row(i));
+        struct Sink : jet::sql::RowSink {
+            OutputBuffer& out;
+            OutputFormat format;
+            std::vector<jet::Column> columns;
+            std::optional<RowWriter> writer;
+            Sink(OutputBuffer& o, OutputFormat f) : out(o), format(f) {}
+            void fields(const std::vector<jet::Column>& fields) override {
+                columns = fields;
+                writer.emplace(out, format, columns);
+                writer->header();
             }
+            void row(const jet::Cursor& cursor, const std::vector<std::size_t>& at) override { writer->row(cursor, at); }
+            void row(const std::vector<jet::Value>& values) override { writer->row(values); }
+        } sink(out, format);
+        try {
+            jet::sql::RowSet::stream(db, inv.args[1], sink);
         } catch (const jet::Error&) {
+            // The rows before the failure are out; the error line follows them.
             out.flush();
             throw;
         }

@@ -906,6 +906,7 @@ struct RowSet::Impl {
     std::vector<std::size_t> fieldColumns;
     std::vector<NodePtr> fieldExprs;
     bool plainFields = true;
+    bool streamed = false;  // the rows went to a RowSink during open
     // Result row i is scan ordinal keyset[i]; without a keyset, result row i is scan ordinal i.
     bool keyed = false;
     std::vector<std::uint32_t> keyset;
@@ -1323,6 +1324,24 @@ RowSet::~RowSet() = default;
 RowSet RowSet::open(const Database& db, std::string_view sql) { return open(db, sql, OpenOptions{}); }
 
 RowSet RowSet::open(const Database& db, std::string_view sql, const OpenOptions& options) {
+    return open(db, sql, options, nullptr);
+}
+
+void RowSet::stream(const Database& db, std::string_view sql, RowSink& sink) {
+    OpenOptions options;
+    options.keepColumnText = false;
+    RowSet rs = open(db, sql, options, &sink);
+    if (rs.impl_->streamed) return;
+    sink.fields(rs.fields());
+    std::vector<std::size_t> columns(rs.fields().size());
+    for (std::size_t k = 0; k < columns.size(); ++k) columns[k] = rs.fieldColumn(k);
+    for (std::size_t i = 0; i < rs.recordCount(); ++i) {
+        if (const Cursor* cursor = rs.tableRow(i)) sink.row(*cursor, columns);
+        else sink.row(rs.row(i));
+    }
+}
+
+RowSet RowSet::open(const Database& db, std::string_view sql, const OpenOptions& options, RowSink* sink) {
     Statement statement = parse(sql);
     if (const auto* drop = std::get_if<DropTableStatement>(&statement)) {
         if (!db.hasTable(drop->table)) throw makeError(Failure::TableDoesNotExist, drop->table);
@@ -1361,6 +1380,30 @@ RowSet RowSet::open(const Database& db, std::string_view sql, const OpenOptions&
         }
         if (!selected.orderBy.empty()) {
             runSorted(*impl, st, selected, condition.get());
+            return RowSet(std::move(impl));
+        }
+        if (sink && impl->plainFields) {
+            // Rows in scan order, each handed on as the scan finds it: one pass, nothing kept.
+            impl->streamed = true;
+            sink->fields(impl->fields);
+            Cursor cursor = impl->table.cursor();
+            Evaluator eval(cursor, columns);
+            const std::uint64_t limit = st.top && !st.topPercent ? *st.top : ~std::uint64_t{0};
+            std::uint64_t percentOf = 0;
+            if (st.topPercent) {
+                // n percent of the rows found: count them first, then hand out that many.
+                while (cursor.next())
+                    if (!condition || eval.test(*condition) == Tri::True) ++percentOf;
+                cursor = impl->table.cursor();
+            }
+            const std::uint64_t keep =
+                st.topPercent ? topCount(st, static_cast<std::size_t>(percentOf), nullptr, nullptr) : limit;
+            std::uint64_t handed = 0;
+            while (handed < keep && cursor.next()) {
+                if (condition && eval.test(*condition) != Tri::True) continue;
+                sink->row(cursor, impl->fieldColumns);
+                ++handed;
+            }
             return RowSet(std::move(impl));
         }
         const std::uint32_t page = impl->table.definitionPage();

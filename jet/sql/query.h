@@ -49,12 +49,30 @@ struct OpenOptions {
     bool keepColumnText = true;
 };
 
+// Receives the rows of RowSet::stream: the fields once, then each row, either as the engine's
+// cursor standing on a table row (field k is the cursor's column columns[k]; valid during the
+// call) or, for computed results, as values.
+class RowSink {
+public:
+    virtual ~RowSink() = default;
+    virtual void fields(const std::vector<Column>& fields) = 0;
+    virtual void row(const Cursor& cursor, const std::vector<std::size_t>& columns) = 0;
+    virtual void row(const std::vector<Value>& values) = 0;
+};
+
 class RowSet {
 public:
     // Runs a SELECT. A DROP TABLE is parsed and checked (a missing table gives Jet's "Table '...'
     // does not exist.") but not carried out: it is refused as not supported.
     static RowSet open(const Database& db, std::string_view sql);
     static RowSet open(const Database& db, std::string_view sql, const OpenOptions& options);
+
+    // Runs a statement for a program that writes its rows out once, in order: rows of the table
+    // in scan order (no ORDER BY, DISTINCT or aggregates, every field a column) go to the sink as
+    // the one scan finds them, with nothing kept; other results are opened as by open() and then
+    // handed over row by row. Errors as open() and row(); an error raised after some rows were
+    // handed over leaves those rows handed over.
+    static void stream(const Database& db, std::string_view sql, RowSink& sink);
 
     RowSet(RowSet&&) noexcept;
     RowSet& operator=(RowSet&&) noexcept;
@@ -85,6 +103,7 @@ public:
     struct Impl;
 
 private:
+    static RowSet open(const Database& db, std::string_view sql, const OpenOptions& options, RowSink* sink);
     explicit RowSet(std::unique_ptr<Impl> impl);
     std::unique_ptr<Impl> impl_;
 };

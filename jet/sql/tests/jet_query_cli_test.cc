@@ -85,6 +85,25 @@ TEST_F(JetQueryCliTest, RowsAreTheExportLinesThatSatisfyTheCondition) {
     }
 }
 
+// The command line streams plain rows straight from the scan; they must be the rows, in the order,
+// that a RowSet holds for the same statement.
+TEST_F(JetQueryCliTest, StreamedRowsAreTheRowSetsRows) {
+    const jet::Database db = jet::Database::open(file_);
+    for (const std::string sql : {"SELECT PropertyID FROM Property", "SELECT PropertyID FROM Property WHERE City LIKE '%a%'",
+                                  "SELECT TOP 3 PropertyID FROM Property WHERE City LIKE '%a%'",
+                                  "SELECT TOP 7 PERCENT PropertyID FROM Property WHERE City LIKE '%a%'",
+                                  "SELECT TOP 1 PERCENT PropertyID FROM Property",
+                                  "SELECT PropertyID FROM Property WHERE City LIKE '%a%' ORDER BY Zip DESC",
+                                  "SELECT DISTINCT PropertyID FROM Property WHERE PropertyID < 20"}) {
+        const CliRun run = cli({"jet", "query", file_, sql});
+        ASSERT_EQ(run.status, 0) << sql;
+        jet::sql::RowSet rs = jet::sql::RowSet::open(db, sql);
+        ASSERT_EQ(run.lines.size(), rs.recordCount() + 1) << sql;
+        for (std::size_t i = 0; i < rs.recordCount(); ++i)
+            ASSERT_EQ(run.lines[i + 1], "[" + std::to_string(rs.row(i)[0].get<std::int32_t>()) + "]") << sql << " row " << i;
+    }
+}
+
 TEST_F(JetQueryCliTest, FailuresPrintTheErrorLineAndExitOne) {
     const CliRun quote = cli({"jet", "query", file_, "SELECT * FROM Client WHERE UCASE(CITY) LIKE '%O'B%'"});
     EXPECT_EQ(quote.status, 1);

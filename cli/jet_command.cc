@@ -7,10 +7,10 @@
 #include <ostream>
 
 #include "cli/command.h"
-#include "output/row_output.h"
 #include "jet/database.h"
 #include "jet/table.h"
 #include "output/json_export.h"
+#include "output/row_output.h"
 
 namespace qx::cli {
 
@@ -20,13 +20,14 @@ using jet::output::RowWriter;
 using jet::output::takeFormatOption;
 namespace {
 
-constexpr const char* kTablesUsage = "jet tables FILE  (one JSON line per table: name, attributes, fields, records)";
+constexpr const char* kTablesUsage =
+    "jet tables FILE  (one JSON line per table: name, attributes, fields, records)";
 constexpr const char* kExportUsage =
     "jet export FILE TABLE [--format json|csv]  (a table's rows as JSON Lines or CSV)";
 
 bool wantsHelp(const std::vector<std::string>& args) {
-    return std::find_if(args.begin(), args.end(), [](const std::string& a) { return a == "--help" || a == "-h"; }) !=
-           args.end();
+    return std::find_if(args.begin(), args.end(),
+                        [](const std::string& a) { return a == "--help" || a == "-h"; }) != args.end();
 }
 
 int failure(Invocation& inv, const jet::Error& e) {
@@ -98,8 +99,9 @@ int runJet(Invocation& inv) {
     return help ? 0 : 2;
 }
 
-const CommandRegistration jet{Command{"jet", "jet tables|export|query ...  (a database file through the engine; "
-                                             "jet SUBCOMMAND --help)",
+const CommandRegistration jet{Command{"jet",
+                                      "jet tables|export|query ...  (a database file through the engine; "
+                                      "jet SUBCOMMAND --help)",
                                       runJet}};
 const CommandRegistration tables{Command{"jet tables", kTablesUsage, runTables}};
 const CommandRegistration exportTable{Command{"jet export", kExportUsage, runExport}};

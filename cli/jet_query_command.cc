@@ -9,11 +9,11 @@
 #include <string>
 
 #include "cli/command.h"
-#include "output/row_output.h"
 #include "jet/database.h"
 #include "jet/sql/errors.h"
 #include "jet/sql/query.h"
 #include "output/json_export.h"
+#include "output/row_output.h"
 
 namespace qx::cli {
 
@@ -59,7 +59,9 @@ int runQuery(Invocation& inv) {
                 writer.emplace(out, format, columns);
                 writer->header();
             }
-            void row(const jet::Cursor& cursor, const std::vector<std::size_t>& at) override { writer->row(cursor, at); }
+            void row(const jet::Cursor& cursor, const std::vector<std::size_t>& at) override {
+                writer->row(cursor, at);
+            }
             void row(const std::vector<jet::Value>& values) override { writer->row(values); }
         } sink(out, format);
         try {

@@ -43,7 +43,7 @@ enum class Failure {
     TableDoesNotExist,    // 0x80040E37, DROP TABLE of a missing table; names the table
     NotSupported,         // 0x80004001, a valid statement this engine does not run; names its verb
     // Provider errors: the connection.
-    EngineFailure,        // 0x80004005 with the engine's text (file missing, not a database, ...)
+    EngineFailure,  // 0x80004005 with the engine's text (file missing, not a database, ...)
     // A row asked for past the end of a result (3021).
     NoCurrentRecord,
 };

@@ -12,20 +12,41 @@ namespace jet::sql {
 namespace {
 
 enum class Tok {
-    End, Ident, Bracket, String, Number, LParen, RParen, Comma, Star, Dot, Semicolon,
-    Eq, Ne, Lt, Gt, Le, Ge, Minus, Other,
+    End,
+    Ident,
+    Bracket,
+    String,
+    Number,
+    LParen,
+    RParen,
+    Comma,
+    Star,
+    Dot,
+    Semicolon,
+    Eq,
+    Ne,
+    Lt,
+    Gt,
+    Le,
+    Ge,
+    Minus,
+    Other,
     BadString,   // a quote with no closing quote: runs to the end of the statement
     BadBracket,  // a "[" with no "]"
 };
 
 struct Token {
     Tok kind = Tok::End;
-    std::string text;    // identifier, bracketed name, string value, number text
+    std::string text;  // identifier, bracketed name, string value, number text
     std::size_t begin = 0, end = 0;
 };
 
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v'; }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v';
+}
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 bool isIdentChar(char c) {
     const auto u = static_cast<unsigned char>(c);
     return (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z') || isDigit(c) || c == '_' || u >= 0x80;
@@ -103,14 +124,30 @@ std::vector<Token> tokenize(std::string_view s) {
         } else {
             ++i;
             switch (c) {
-                case '(': t.kind = Tok::LParen; break;
-                case ')': t.kind = Tok::RParen; break;
-                case ',': t.kind = Tok::Comma; break;
-                case '*': t.kind = Tok::Star; break;
-                case '.': t.kind = Tok::Dot; break;
-                case ';': t.kind = Tok::Semicolon; break;
-                case '=': t.kind = Tok::Eq; break;
-                case '-': t.kind = Tok::Minus; break;
+                case '(':
+                    t.kind = Tok::LParen;
+                    break;
+                case ')':
+                    t.kind = Tok::RParen;
+                    break;
+                case ',':
+                    t.kind = Tok::Comma;
+                    break;
+                case '*':
+                    t.kind = Tok::Star;
+                    break;
+                case '.':
+                    t.kind = Tok::Dot;
+                    break;
+                case ';':
+                    t.kind = Tok::Semicolon;
+                    break;
+                case '=':
+                    t.kind = Tok::Eq;
+                    break;
+                case '-':
+                    t.kind = Tok::Minus;
+                    break;
                 case '<':
                     if (i < s.size() && s[i] == '>') {
                         t.kind = Tok::Ne;
@@ -157,12 +194,13 @@ bool keywordIs(const Token& t, std::string_view word) {
 }
 
 constexpr std::array kReserved{
-    std::string_view("SELECT"), std::string_view("FROM"), std::string_view("WHERE"),
-    std::string_view("AND"), std::string_view("OR"), std::string_view("NOT"), std::string_view("LIKE"),
-    std::string_view("IS"), std::string_view("NULL"), std::string_view("AS"), std::string_view("DROP"),
-    std::string_view("TABLE"), std::string_view("TRUE"), std::string_view("FALSE"),
-    std::string_view("ORDER"), std::string_view("GROUP"), std::string_view("HAVING"),
-    std::string_view("UNION"), std::string_view("IN"), std::string_view("BETWEEN"),
+    std::string_view("SELECT"), std::string_view("FROM"),    std::string_view("WHERE"),
+    std::string_view("AND"),    std::string_view("OR"),      std::string_view("NOT"),
+    std::string_view("LIKE"),   std::string_view("IS"),      std::string_view("NULL"),
+    std::string_view("AS"),     std::string_view("DROP"),    std::string_view("TABLE"),
+    std::string_view("TRUE"),   std::string_view("FALSE"),   std::string_view("ORDER"),
+    std::string_view("GROUP"),  std::string_view("HAVING"),  std::string_view("UNION"),
+    std::string_view("IN"),     std::string_view("BETWEEN"),
 };
 
 bool reserved(const Token& t) {
@@ -178,7 +216,7 @@ std::string upperAscii(std::string s) {
 }
 
 class Parser {
-public:
+  public:
     Parser(std::string_view sql) : sql_(sql), toks_(tokenize(sql)) {}
 
     Statement statement() {
@@ -192,7 +230,7 @@ public:
         throw makeError(Failure::InvalidStatement);
     }
 
-private:
+  private:
     const Token& peek(std::size_t ahead = 0) const {
         const std::size_t i = pos_ + ahead;
         return i < toks_.size() ? toks_[i] : toks_.back();
@@ -237,8 +275,8 @@ private:
         if (keywordIs(peek(), "WHERE")) {
             const Token& where = take();
             const std::size_t clause = clauseAfter(pos_);
-            st.whereText = clause < toks_.size() ? trimmed(where.end, toks_[clause].begin)
-                                                 : conditionText(where.end);
+            st.whereText =
+                clause < toks_.size() ? trimmed(where.end, toks_[clause].begin) : conditionText(where.end);
             for (std::size_t i = pos_; i < toks_.size(); ++i) {
                 if (toks_[i].kind == Tok::BadString)
                     throw makeError(Failure::SyntaxErrorInString, st.whereText);
@@ -326,8 +364,8 @@ private:
             const Token& t = toks_[i];
             if (t.kind == Tok::LParen) ++depth;
             if (t.kind == Tok::RParen) --depth;
-            if (t.kind == Tok::End || (depth <= 0 && (t.kind == Tok::Comma || keywordIs(t, "FROM") ||
-                                                      keywordIs(t, "AS"))))
+            if (t.kind == Tok::End ||
+                (depth <= 0 && (t.kind == Tok::Comma || keywordIs(t, "FROM") || keywordIs(t, "AS"))))
                 return i;
         }
         return toks_.size() - 1;
@@ -398,7 +436,8 @@ private:
             take();
         }
         const Token& next = peek();
-        if (next.kind != Tok::End && next.kind != Tok::Semicolon && !clauseStart(pos_)) throw makeError(failure);
+        if (next.kind != Tok::End && next.kind != Tok::Semicolon && !clauseStart(pos_))
+            throw makeError(failure);
         return keys;
     }
 
@@ -468,13 +507,26 @@ private:
         const Token& t = peek();
         std::optional<CompareOp> op;
         switch (t.kind) {
-            case Tok::Eq: op = CompareOp::Eq; break;
-            case Tok::Ne: op = CompareOp::Ne; break;
-            case Tok::Lt: op = CompareOp::Lt; break;
-            case Tok::Gt: op = CompareOp::Gt; break;
-            case Tok::Le: op = CompareOp::Le; break;
-            case Tok::Ge: op = CompareOp::Ge; break;
-            default: break;
+            case Tok::Eq:
+                op = CompareOp::Eq;
+                break;
+            case Tok::Ne:
+                op = CompareOp::Ne;
+                break;
+            case Tok::Lt:
+                op = CompareOp::Lt;
+                break;
+            case Tok::Gt:
+                op = CompareOp::Gt;
+                break;
+            case Tok::Le:
+                op = CompareOp::Le;
+                break;
+            case Tok::Ge:
+                op = CompareOp::Ge;
+                break;
+            default:
+                break;
         }
         if (op) {
             take();
@@ -592,7 +644,8 @@ private:
                 take();
                 return inner;
             }
-            case Tok::Bracket: return columnRef();
+            case Tok::Bracket:
+                return columnRef();
             case Tok::Ident: {
                 if (keywordIs(t, "NULL")) {
                     take();
@@ -607,7 +660,8 @@ private:
                 if (peek(1).kind == Tok::LParen) return call();
                 return columnRef();
             }
-            default: missingOperator();
+            default:
+                missingOperator();
         }
     }
 
@@ -652,6 +706,8 @@ private:
 
 }  // namespace
 
-Statement parse(std::string_view sql) { return Parser(sql).statement(); }
+Statement parse(std::string_view sql) {
+    return Parser(sql).statement();
+}
 
 }  // namespace jet::sql

@@ -89,10 +89,10 @@ struct Expr {
 };
 
 struct SelectItem {
-    ExprPtr expr;       // null for * (all columns of the table)
-    std::string alias;  // the name after AS, empty when not given
-    std::string text;   // the item as written (quoted in error texts)
-    std::string starOf; // for table.*: the table or alias named
+    ExprPtr expr;        // null for * (all columns of the table)
+    std::string alias;   // the name after AS, empty when not given
+    std::string text;    // the item as written (quoted in error texts)
+    std::string starOf;  // for table.*: the table or alias named
 };
 
 struct OrderKey {

@@ -22,25 +22,32 @@ enum class Type { Null, Boolean, Number, Text, Date, Binary };
 
 Type columnType(ColumnType t) {
     switch (t) {
-        case ColumnType::Boolean: return Type::Boolean;
+        case ColumnType::Boolean:
+            return Type::Boolean;
         case ColumnType::Byte:
         case ColumnType::Integer:
         case ColumnType::Long:
         case ColumnType::Currency:
         case ColumnType::Single:
         case ColumnType::Double:
-        case ColumnType::Decimal: return Type::Number;
-        case ColumnType::DateTime: return Type::Date;
+        case ColumnType::Decimal:
+            return Type::Number;
+        case ColumnType::DateTime:
+            return Type::Date;
         case ColumnType::Text:
         case ColumnType::Memo:
-        case ColumnType::GUID: return Type::Text;
-        default: return Type::Binary;
+        case ColumnType::GUID:
+            return Type::Text;
+        default:
+            return Type::Binary;
     }
 }
 
 enum class Tri { False, True, Null };
 
-Tri notTri(Tri t) { return t == Tri::Null ? Tri::Null : (t == Tri::True ? Tri::False : Tri::True); }
+Tri notTri(Tri t) {
+    return t == Tri::Null ? Tri::Null : (t == Tri::True ? Tri::False : Tri::True);
+}
 
 // One value during evaluation.
 struct Scalar {
@@ -82,7 +89,22 @@ int compareScalars(const Scalar& a, const Scalar& b) {
 
 // The compiled condition: a tree whose column references are positions in the table's columns.
 struct Node {
-    enum class Op { Const, Column, Not, And, Or, Compare, Like, IsNull, Negate, Upper, Lower, In, Between, Aggregate } op;
+    enum class Op {
+        Const,
+        Column,
+        Not,
+        And,
+        Or,
+        Compare,
+        Like,
+        IsNull,
+        Negate,
+        Upper,
+        Lower,
+        In,
+        Between,
+        Aggregate
+    } op;
     Type type = Type::Null;
     CompareOp compare = CompareOp::Eq;
     bool negated = false;
@@ -95,9 +117,13 @@ struct Node {
 };
 using NodePtr = std::unique_ptr<Node>;
 
-bool sameName(std::string_view a, std::string_view b) { return compareText(a, b) == 0; }
+bool sameName(std::string_view a, std::string_view b) {
+    return compareText(a, b) == 0;
+}
 
-bool numericType(Type t) { return t == Type::Number || t == Type::Boolean || t == Type::Date; }
+bool numericType(Type t) {
+    return t == Type::Number || t == Type::Boolean || t == Type::Date;
+}
 
 // Can values of these types be compared (=, <, IN, BETWEEN)? Otherwise Jet reports a type mismatch.
 bool comparable(Type a, Type b) {
@@ -106,7 +132,7 @@ bool comparable(Type a, Type b) {
 }
 
 class Compiler {
-public:
+  public:
     // Where the expression stands decides whether aggregates may appear in it: the select list
     // and ORDER BY collect them (aggregates() lists them in order); WHERE and GROUP BY refuse
     // them with Jet's texts.
@@ -122,7 +148,7 @@ public:
 
     const std::vector<const Node*>& aggregates() const noexcept { return aggregates_; }
 
-private:
+  private:
     NodePtr visit(const Expr& e) {
         return std::visit([&](const auto& n) { return build(n); }, e.node);
     }
@@ -136,7 +162,8 @@ private:
 
     NodePtr build(const Literal& lit) {
         switch (lit.kind) {
-            case Literal::Kind::Null: return node(Node::Op::Const, Type::Null);
+            case Literal::Kind::Null:
+                return node(Node::Op::Const, Type::Null);
             case Literal::Kind::Boolean: {
                 auto n = node(Node::Op::Const, Type::Boolean);
                 n->constant = Scalar{Type::Boolean, lit.boolean ? -1.0 : 0.0, {}};
@@ -267,7 +294,8 @@ private:
             n->kids.push_back(visit(*x.arg));
             insideAggregate_ = false;
             const Type t = n->kids[0]->type;
-            if ((x.fn == AggregateFn::Sum || x.fn == AggregateFn::Avg) && (t == Type::Text || t == Type::Binary))
+            if ((x.fn == AggregateFn::Sum || x.fn == AggregateFn::Avg) &&
+                (t == Type::Text || t == Type::Binary))
                 throw makeError(Failure::TypeMismatch);
             if (x.fn == AggregateFn::Min || x.fn == AggregateFn::Max) n->type = t;
         }
@@ -286,7 +314,7 @@ private:
 
 // Evaluates a compiled condition on the cursor's current row.
 class Evaluator {
-public:
+  public:
     Evaluator(const Cursor& cursor, const std::vector<Column>& columns) : cursor_(cursor) {
         types_.reserve(columns.size());
         for (const auto& c : columns) types_.push_back(c.type);
@@ -308,15 +336,20 @@ public:
                 if (b == Tri::True) return Tri::True;
                 return (a == Tri::Null || b == Tri::Null) ? Tri::Null : Tri::False;
             }
-            case Node::Op::Not: return notTri(test(*n.kids[0]));
-            case Node::Op::Like: return like(n);
+            case Node::Op::Not:
+                return notTri(test(*n.kids[0]));
+            case Node::Op::Like:
+                return like(n);
             case Node::Op::IsNull: {
                 const bool isNull = value(*n.kids[0]).type == Type::Null;
                 return (isNull != n.negated) ? Tri::True : Tri::False;
             }
-            case Node::Op::Compare: return compare(n);
-            case Node::Op::In: return in(n);
-            case Node::Op::Between: return between(n);
+            case Node::Op::Compare:
+                return compare(n);
+            case Node::Op::In:
+                return in(n);
+            case Node::Op::Between:
+                return between(n);
             default: {
                 const Scalar v = value(n);
                 if (v.type == Type::Null) return Tri::Null;
@@ -326,7 +359,7 @@ public:
         }
     }
 
-private:
+  private:
     Tri like(const Node& n) {
         const Node& subject = *n.kids[0];
         // The common shape, column or UCASE(column) of a text column against a constant pattern,
@@ -334,8 +367,7 @@ private:
         if (n.pattern) {
             const Node* col = &subject;
             while (col->op == Node::Op::Upper || col->op == Node::Op::Lower) col = col->kids[0].get();
-            if (col->op == Node::Op::Column && col->type == Type::Text &&
-                columnIsPlainText(col->column)) {
+            if (col->op == Node::Op::Column && col->type == Type::Text && columnIsPlainText(col->column)) {
                 if (cursor_.isNull(col->column)) return Tri::Null;
                 folded_.clear();
                 appendUpper(folded_, cursor_.text(col->column));
@@ -376,13 +408,17 @@ private:
         const Scalar a = value(*n.kids[0]);
         if (a.type == Type::Null) return Tri::Null;
         const Scalar low = value(*n.kids[1]), high = value(*n.kids[2]);
-        const Tri aboveLow = low.type == Type::Null ? Tri::Null : (compareScalars(a, low) >= 0 ? Tri::True : Tri::False);
+        const Tri aboveLow =
+            low.type == Type::Null ? Tri::Null : (compareScalars(a, low) >= 0 ? Tri::True : Tri::False);
         const Tri belowHigh =
             high.type == Type::Null ? Tri::Null : (compareScalars(a, high) <= 0 ? Tri::True : Tri::False);
         Tri r;
-        if (aboveLow == Tri::False || belowHigh == Tri::False) r = Tri::False;
-        else if (aboveLow == Tri::Null || belowHigh == Tri::Null) r = Tri::Null;
-        else r = Tri::True;
+        if (aboveLow == Tri::False || belowHigh == Tri::False)
+            r = Tri::False;
+        else if (aboveLow == Tri::Null || belowHigh == Tri::Null)
+            r = Tri::Null;
+        else
+            r = Tri::True;
         return n.negated ? notTri(r) : r;
     }
 
@@ -394,30 +430,47 @@ private:
         const int c = compareScalars(a, b);
         bool r = false;
         switch (n.compare) {
-            case CompareOp::Eq: r = c == 0; break;
-            case CompareOp::Ne: r = c != 0; break;
-            case CompareOp::Lt: r = c < 0; break;
-            case CompareOp::Gt: r = c > 0; break;
-            case CompareOp::Le: r = c <= 0; break;
-            case CompareOp::Ge: r = c >= 0; break;
+            case CompareOp::Eq:
+                r = c == 0;
+                break;
+            case CompareOp::Ne:
+                r = c != 0;
+                break;
+            case CompareOp::Lt:
+                r = c < 0;
+                break;
+            case CompareOp::Gt:
+                r = c > 0;
+                break;
+            case CompareOp::Le:
+                r = c <= 0;
+                break;
+            case CompareOp::Ge:
+                r = c >= 0;
+                break;
         }
         return r ? Tri::True : Tri::False;
     }
 
-public:
+  public:
     static std::string asText(const Scalar& s) {
         switch (s.type) {
             case Type::Text:
-            case Type::Binary: return s.text;
-            case Type::Boolean: return s.number != 0 ? "-1" : "0";
-            case Type::Date: return formatGeneralDate(DateTime{s.number});
-            case Type::Number: return numberText(s.number);
-            case Type::Null: break;
+            case Type::Binary:
+                return s.text;
+            case Type::Boolean:
+                return s.number != 0 ? "-1" : "0";
+            case Type::Date:
+                return formatGeneralDate(DateTime{s.number});
+            case Type::Number:
+                return numberText(s.number);
+            case Type::Null:
+                break;
         }
         return {};
     }
 
-private:
+  private:
     bool columnIsPlainText(std::size_t column) const {
         const ColumnType t = cursorColumnType(column);
         return t == ColumnType::Text || t == ColumnType::Memo;
@@ -427,11 +480,13 @@ private:
         return column < types_.size() ? types_[column] : ColumnType::Unknown;
     }
 
-public:
+  public:
     Scalar value(const Node& n) {
         switch (n.op) {
-            case Node::Op::Const: return n.constant;
-            case Node::Op::Aggregate: return {};  // aggregates are computed per group, not per row
+            case Node::Op::Const:
+                return n.constant;
+            case Node::Op::Aggregate:
+                return {};  // aggregates are computed per group, not per row
             case Node::Op::Column: {
                 if (cursor_.isNull(n.column)) return {};
                 const ColumnType t = cursorColumnType(n.column);
@@ -439,9 +494,12 @@ public:
                     return Scalar{Type::Text, 0, std::string(cursor_.text(n.column))};
                 const Value v = cursor_.value(n.column);
                 switch (n.type) {
-                    case Type::Text: return Scalar{Type::Text, 0, toText(v)};
-                    case Type::Binary: return Scalar{Type::Binary, 0, toText(v)};
-                    default: return Scalar{n.type, numberOf(v), {}};
+                    case Type::Text:
+                        return Scalar{Type::Text, 0, toText(v)};
+                    case Type::Binary:
+                        return Scalar{Type::Binary, 0, toText(v)};
+                    default:
+                        return Scalar{n.type, numberOf(v), {}};
                 }
             }
             case Node::Op::Upper:
@@ -466,7 +524,7 @@ public:
         }
     }
 
-private:
+  private:
     static std::string lower(std::string_view text) {
         // LCASE: the inverse of the upper-case mapping, for the characters that have one.
         std::string out;
@@ -477,8 +535,8 @@ private:
             if (c < 0x80) {
                 if (c >= 'A' && c <= 'Z') l = c + 0x20;
             } else {
-                for (const char32_t candidate : {c + 0x20, c + 0x50, c + 0x30, c + 1, c + 2, c + 8,
-                                                 c + 0x25, c + 0x3F, c + 0x10, c + 0x1A}) {
+                for (const char32_t candidate : {c + 0x20, c + 0x50, c + 0x30, c + 1, c + 2, c + 8, c + 0x25,
+                                                 c + 0x3F, c + 0x10, c + 0x1A}) {
                     if (candidate != c && upperChar(candidate) == c && upperChar(c) == c) {
                         l = candidate;
                         break;
@@ -525,8 +583,10 @@ bool likeOnly(const Node& n, std::vector<std::size_t>& columns) {
             if (n.kids[0]->op != Node::Op::Column) return false;
             columns.push_back(n.kids[0]->column);
             return true;
-        case Node::Op::Const: return n.type != Type::Text && n.type != Type::Binary;
-        default: return false;
+        case Node::Op::Const:
+            return n.type != Type::Text && n.type != Type::Binary;
+        default:
+            return false;
     }
 }
 
@@ -554,9 +614,11 @@ std::vector<std::uint8_t> testAllCached(const Node& n, std::size_t rows, const C
                 if (need) {
                     const std::uint8_t* w = need->data();
                     for (std::size_t r = 0; r < rows; ++r)
-                        o[r] = static_cast<std::uint8_t>(w[r] & static_cast<std::uint8_t>(left[r] != settled));
+                        o[r] =
+                            static_cast<std::uint8_t>(w[r] & static_cast<std::uint8_t>(left[r] != settled));
                 } else {
-                    for (std::size_t r = 0; r < rows; ++r) o[r] = static_cast<std::uint8_t>(left[r] != settled);
+                    for (std::size_t r = 0; r < rows; ++r)
+                        o[r] = static_cast<std::uint8_t>(left[r] != settled);
                 }
             }
             const std::vector<std::uint8_t> b = testAllCached(*n.kids[1], rows, data, &open);
@@ -586,10 +648,10 @@ std::vector<std::uint8_t> testAllCached(const Node& n, std::size_t rows, const C
                 std::vector<std::uint8_t> verdict(col.distinct.size());
                 for (std::size_t d = 0; d < col.distinct.size(); ++d) {
                     const std::string& v = col.distinct[d];
-                    verdict[d] = (literal.empty() ? n.pattern->matchesFolded(v)
-                                                  : v.find(literal) != std::string::npos)
-                                     ? hit
-                                     : miss;
+                    verdict[d] =
+                        (literal.empty() ? n.pattern->matchesFolded(v) : v.find(literal) != std::string::npos)
+                            ? hit
+                            : miss;
                 }
                 const std::uint8_t* nulls = col.nulls.data();
                 const std::uint32_t* codes = col.codes.data();
@@ -629,7 +691,8 @@ std::vector<std::uint8_t> testAllCached(const Node& n, std::size_t rows, const C
                     found = false;
                 } else if (end - begin > 64) {
                     // Long values (memos): the library's search.
-                    found = std::string_view(text + begin, end - begin).find(literal) != std::string_view::npos;
+                    found =
+                        std::string_view(text + begin, end - begin).find(literal) != std::string_view::npos;
                 } else {
                     const char first = literal.front();
                     const std::size_t rest = literal.size() - 1;
@@ -678,8 +741,10 @@ std::vector<std::uint8_t> testAllCached(const Node& n, std::size_t rows, const C
             return out;
         }
         case Node::Op::Const:
-            return std::vector<std::uint8_t>(rows, n.type == Type::Null ? U : (n.constant.number != 0 ? T : F));
-        default: return std::vector<std::uint8_t>(rows, U);  // excluded by likeOnly
+            return std::vector<std::uint8_t>(rows,
+                                             n.type == Type::Null ? U : (n.constant.number != 0 ? T : F));
+        default:
+            return std::vector<std::uint8_t>(rows, U);  // excluded by likeOnly
     }
 }
 
@@ -710,8 +775,10 @@ bool buildColumns(const Table& table, const std::vector<std::size_t>& wanted, Ca
             } else {
                 col.nulls.push_back(0);
                 const ColumnType t = columns[c].type;
-                if (t == ColumnType::Text || t == ColumnType::Memo) appendUpper(value, cursor.text(c));
-                else appendUpper(value, toText(cursor.value(c)));
+                if (t == ColumnType::Text || t == ColumnType::Memo)
+                    appendUpper(value, cursor.text(c));
+                else
+                    appendUpper(value, toText(cursor.value(c)));
             }
             col.folded += value;
             col.ends.push_back(static_cast<std::uint32_t>(col.folded.size()));
@@ -748,12 +815,17 @@ bool buildColumns(const Table& table, const std::vector<std::size_t>& wanted, Ca
 // A result field's Jet type for an expression of type `t`.
 ColumnType fieldType(Type t) {
     switch (t) {
-        case Type::Boolean: return ColumnType::Boolean;
-        case Type::Number: return ColumnType::Double;
-        case Type::Date: return ColumnType::DateTime;
-        case Type::Binary: return ColumnType::Binary;
+        case Type::Boolean:
+            return ColumnType::Boolean;
+        case Type::Number:
+            return ColumnType::Double;
+        case Type::Date:
+            return ColumnType::DateTime;
+        case Type::Binary:
+            return ColumnType::Binary;
         case Type::Text:
-        case Type::Null: break;
+        case Type::Null:
+            break;
     }
     return ColumnType::Text;
 }
@@ -761,15 +833,21 @@ ColumnType fieldType(Type t) {
 std::uint16_t fieldSize(ColumnType t) {
     switch (t) {
         case ColumnType::Boolean:
-        case ColumnType::Byte: return 1;
-        case ColumnType::Integer: return 2;
+        case ColumnType::Byte:
+            return 1;
+        case ColumnType::Integer:
+            return 2;
         case ColumnType::Long:
-        case ColumnType::Single: return 4;
+        case ColumnType::Single:
+            return 4;
         case ColumnType::Currency:
         case ColumnType::Double:
-        case ColumnType::DateTime: return 8;
-        case ColumnType::Text: return 510;
-        default: return 0;
+        case ColumnType::DateTime:
+            return 8;
+        case ColumnType::Text:
+            return 510;
+        default:
+            return 0;
     }
 }
 
@@ -777,17 +855,27 @@ std::uint16_t fieldSize(ColumnType t) {
 Value toValue(const Scalar& s, ColumnType type) {
     if (s.type == Type::Null) return Value(type, std::monostate{});
     switch (type) {
-        case ColumnType::Boolean: return Value(type, s.number != 0);
-        case ColumnType::Byte: return Value(type, static_cast<std::uint8_t>(s.number));
-        case ColumnType::Integer: return Value(type, static_cast<std::int16_t>(s.number));
-        case ColumnType::Long: return Value(type, static_cast<std::int32_t>(s.number));
-        case ColumnType::Currency: return Value(type, Currency{std::llround(s.number * 10000.0)});
-        case ColumnType::Single: return Value(type, static_cast<float>(s.number));
-        case ColumnType::DateTime: return Value(type, DateTime{s.number});
+        case ColumnType::Boolean:
+            return Value(type, s.number != 0);
+        case ColumnType::Byte:
+            return Value(type, static_cast<std::uint8_t>(s.number));
+        case ColumnType::Integer:
+            return Value(type, static_cast<std::int16_t>(s.number));
+        case ColumnType::Long:
+            return Value(type, static_cast<std::int32_t>(s.number));
+        case ColumnType::Currency:
+            return Value(type, Currency{std::llround(s.number * 10000.0)});
+        case ColumnType::Single:
+            return Value(type, static_cast<float>(s.number));
+        case ColumnType::DateTime:
+            return Value(type, DateTime{s.number});
         case ColumnType::Text:
-        case ColumnType::Memo: return Value(type, s.type == Type::Text ? s.text : Evaluator::asText(s));
-        case ColumnType::Binary: return Value(type, Bytes(s.text.begin(), s.text.end()));
-        default: break;
+        case ColumnType::Memo:
+            return Value(type, s.type == Type::Text ? s.text : Evaluator::asText(s));
+        case ColumnType::Binary:
+            return Value(type, Bytes(s.text.begin(), s.text.end()));
+        default:
+            break;
     }
     return Value(ColumnType::Double, s.number);
 }
@@ -803,9 +891,12 @@ struct SortKey {
     void push(const Scalar& s) {
         nulls.push_back(s.type == Type::Null ? 1 : 0);
         numbers.push_back(s.type == Type::Null ? 0.0 : s.number);
-        if (s.type == Type::Text) texts.push_back(upper(s.text));
-        else if (s.type == Type::Binary) texts.push_back(s.text);
-        else texts.emplace_back();
+        if (s.type == Type::Text)
+            texts.push_back(upper(s.text));
+        else if (s.type == Type::Binary)
+            texts.push_back(s.text);
+        else
+            texts.emplace_back();
     }
     int compare(std::size_t a, std::size_t b) const {
         int c;
@@ -859,7 +950,8 @@ std::size_t topCount(const SelectStatement& st, std::size_t rows, const std::vec
 // Appends `s` to a grouping key: equal keys for values Jet puts in one group (text without
 // regard to case).
 void appendGroupKey(std::string& key, const Scalar& s) {
-    key.push_back(static_cast<char>(s.type == Type::Null ? 0 : (s.type == Type::Text || s.type == Type::Binary ? 1 : 2)));
+    key.push_back(static_cast<char>(
+        s.type == Type::Null ? 0 : (s.type == Type::Text || s.type == Type::Binary ? 1 : 2)));
     if (s.type == Type::Null) return;
     if (s.type == Type::Text || s.type == Type::Binary) {
         const std::string text = s.type == Type::Text ? upper(s.text) : s.text;
@@ -964,7 +1056,9 @@ struct RowSet::Impl {
         if (!directory) directory = table.rowDirectory();
         const auto& first = directory->firstOrdinal;
         if (target >= directory->rowCount()) throw makeError(Failure::NoCurrentRecord);
-        const auto p = static_cast<std::size_t>(std::upper_bound(first.begin(), first.end(), target) - first.begin()) - 1;
+        const auto p =
+            static_cast<std::size_t>(std::upper_bound(first.begin(), first.end(), target) - first.begin()) -
+            1;
         // A row that has gone since the keyset was taken.
         if (!reader->seek(directory->pages[p], static_cast<std::uint32_t>(target - first[p])))
             throw makeError(Failure::NoCurrentRecord);
@@ -976,8 +1070,10 @@ struct RowSet::Impl {
         std::vector<Value> values;
         values.reserve(fieldColumns.size());
         for (std::size_t k = 0; k < fieldColumns.size(); ++k) {
-            if (fieldColumns[k] != kNone) values.push_back(reader->value(fieldColumns[k]));
-            else values.push_back(toValue(eval->value(*fieldExprs[k]), fields[k].type));
+            if (fieldColumns[k] != kNone)
+                values.push_back(reader->value(fieldColumns[k]));
+            else
+                values.push_back(toValue(eval->value(*fieldExprs[k]), fields[k].type));
         }
         return values;
     }
@@ -1007,7 +1103,8 @@ SelectPlan plan(const Table& table, const SelectStatement& st, NodePtr& conditio
     SelectPlan plan;
     Compiler compiler(table, st);
     if (st.where) condition = compiler.compile(*st.where, Compiler::Place::Where);
-    for (const auto& key : st.groupBy) plan.groupBy.push_back(compiler.compile(*key.expr, Compiler::Place::GroupBy, key.text));
+    for (const auto& key : st.groupBy)
+        plan.groupBy.push_back(compiler.compile(*key.expr, Compiler::Place::GroupBy, key.text));
     const auto& columns = table.columns();
     for (const auto& item : st.items) {
         if (!item.expr) {
@@ -1040,20 +1137,25 @@ SelectPlan plan(const Table& table, const SelectStatement& st, NodePtr& conditio
             const Node* arg = n.kids.empty() ? nullptr : n.kids[0].get();
             ColumnType type = ColumnType::Double;
             switch (n.aggregate) {
-                case AggregateFn::Count: type = ColumnType::Long; break;
+                case AggregateFn::Count:
+                    type = ColumnType::Long;
+                    break;
                 case AggregateFn::Min:
                 case AggregateFn::Max:
                     type = arg && arg->op == Node::Op::Column ? columns[arg->column].type : fieldType(n.type);
                     break;
                 case AggregateFn::Sum:
-                    type = arg && arg->op == Node::Op::Column && columns[arg->column].type == ColumnType::Currency
+                    type = arg && arg->op == Node::Op::Column &&
+                                   columns[arg->column].type == ColumnType::Currency
                                ? ColumnType::Currency
                                : ColumnType::Double;
                     break;
-                case AggregateFn::Avg: type = ColumnType::Double; break;
+                case AggregateFn::Avg:
+                    type = ColumnType::Double;
+                    break;
             }
-            const bool ownColumn = (n.aggregate == AggregateFn::Min || n.aggregate == AggregateFn::Max) && arg &&
-                                   arg->op == Node::Op::Column;
+            const bool ownColumn = (n.aggregate == AggregateFn::Min || n.aggregate == AggregateFn::Max) &&
+                                   arg && arg->op == Node::Op::Column;
             if (ownColumn) {
                 it.field = columns[arg->column];  // MIN and MAX keep the column's type and size
             } else {
@@ -1061,7 +1163,8 @@ SelectPlan plan(const Table& table, const SelectStatement& st, NodePtr& conditio
                 it.field.size = fieldSize(type);
             }
         } else {
-            if (containsAggregate(n)) throw makeError(Failure::NotSupported, "an aggregate inside an expression");
+            if (containsAggregate(n))
+                throw makeError(Failure::NotSupported, "an aggregate inside an expression");
             it.field.type = fieldType(n.type);
             it.field.size = fieldSize(it.field.type);
         }
@@ -1146,8 +1249,10 @@ void runGrouped(RowSet::Impl& d, const SelectStatement& st, const SelectPlan& pl
         if (!group.filled) {
             group.filled = true;
             for (const auto& it : plan.items)
-                if (!it.aggregate) group.plain.push_back(it.column != RowSet::npos ? cursor.value(it.column)
-                                                                                   : toValue(eval.value(*it.node), it.field.type));
+                if (!it.aggregate)
+                    group.plain.push_back(it.column != RowSet::npos
+                                              ? cursor.value(it.column)
+                                              : toValue(eval.value(*it.node), it.field.type));
             for (const auto& n : plan.orderBy)
                 if (n->op != Node::Op::Aggregate) group.plainOrder.push_back(eval.value(*n));
         }
@@ -1163,7 +1268,8 @@ void runGrouped(RowSet::Impl& d, const SelectStatement& st, const SelectPlan& pl
             if (v.type == Type::Null) continue;
             ++state.count;
             switch (agg.aggregate) {
-                case AggregateFn::Count: break;
+                case AggregateFn::Count:
+                    break;
                 case AggregateFn::Sum:
                 case AggregateFn::Avg:
                     if (arg.op == Node::Op::Column && columns[arg.column].type == ColumnType::Currency)
@@ -1184,7 +1290,8 @@ void runGrouped(RowSet::Impl& d, const SelectStatement& st, const SelectPlan& pl
         }
     }
     // A grouped statement over no rows has no groups; an aggregate one has its one row.
-    auto finalValue = [&](const Node& agg, const AggregateState& state, ColumnType type) -> std::pair<Value, Scalar> {
+    auto finalValue = [&](const Node& agg, const AggregateState& state,
+                          ColumnType type) -> std::pair<Value, Scalar> {
         switch (agg.aggregate) {
             case AggregateFn::Count: {
                 const Scalar s{Type::Number, static_cast<double>(state.count), {}};
@@ -1219,8 +1326,10 @@ void runGrouped(RowSet::Impl& d, const SelectStatement& st, const SelectPlan& pl
         std::vector<Value> row;
         std::size_t plain = 0;
         for (const auto& it : plan.items) {
-            if (it.aggregate) row.push_back(finalValue(*it.node, g.aggregates[it.node->slot], it.field.type).first);
-            else row.push_back(g.plain.at(plain++));
+            if (it.aggregate)
+                row.push_back(finalValue(*it.node, g.aggregates[it.node->slot], it.field.type).first);
+            else
+                row.push_back(g.plain.at(plain++));
         }
         if (plan.orderBy.empty()) {
             for (std::size_t k = 0; k < g.keys.size(); ++k) keys[k].push(g.keys[k]);
@@ -1228,8 +1337,10 @@ void runGrouped(RowSet::Impl& d, const SelectStatement& st, const SelectPlan& pl
             std::size_t plainKey = 0;
             for (std::size_t k = 0; k < plan.orderBy.size(); ++k) {
                 const Node& n = *plan.orderBy[k];
-                if (n.op == Node::Op::Aggregate) keys[k].push(finalValue(n, g.aggregates[n.slot], ColumnType::Double).second);
-                else keys[k].push(g.plainOrder.at(plainKey++));
+                if (n.op == Node::Op::Aggregate)
+                    keys[k].push(finalValue(n, g.aggregates[n.slot], ColumnType::Double).second);
+                else
+                    keys[k].push(g.plainOrder.at(plainKey++));
             }
         }
         rows.push_back(std::move(row));
@@ -1277,7 +1388,8 @@ void runDistinct(RowSet::Impl& d, const SelectStatement& st, const SelectPlan& p
         std::vector<Value> row;
         for (std::size_t i = 0; i < plan.items.size(); ++i) {
             const auto& it = plan.items[i];
-            row.push_back(it.column != RowSet::npos ? cursor.value(it.column) : toValue(values[i], it.field.type));
+            row.push_back(it.column != RowSet::npos ? cursor.value(it.column)
+                                                    : toValue(values[i], it.field.type));
         }
         rows.push_back(std::move(row));
         if (plan.orderBy.empty()) {
@@ -1321,7 +1433,9 @@ RowSet::RowSet(RowSet&&) noexcept = default;
 RowSet& RowSet::operator=(RowSet&&) noexcept = default;
 RowSet::~RowSet() = default;
 
-RowSet RowSet::open(const Database& db, std::string_view sql) { return open(db, sql, OpenOptions{}); }
+RowSet RowSet::open(const Database& db, std::string_view sql) {
+    return open(db, sql, OpenOptions{});
+}
 
 RowSet RowSet::open(const Database& db, std::string_view sql, const OpenOptions& options) {
     return open(db, sql, options, nullptr);
@@ -1336,8 +1450,10 @@ void RowSet::stream(const Database& db, std::string_view sql, RowSink& sink) {
     std::vector<std::size_t> columns(rs.fields().size());
     for (std::size_t k = 0; k < columns.size(); ++k) columns[k] = rs.fieldColumn(k);
     for (std::size_t i = 0; i < rs.recordCount(); ++i) {
-        if (const Cursor* cursor = rs.tableRow(i)) sink.row(*cursor, columns);
-        else sink.row(rs.row(i));
+        if (const Cursor* cursor = rs.tableRow(i))
+            sink.row(*cursor, columns);
+        else
+            sink.row(rs.row(i));
     }
 }
 
@@ -1362,8 +1478,8 @@ RowSet RowSet::open(const Database& db, std::string_view sql, const OpenOptions&
     SelectPlan selected = plan(impl->table, st, condition);
     for (const auto& it : selected.items) {
         impl->fields.push_back(it.field);
-        impl->fieldColumns.push_back(it.column != npos && (!it.node || it.node->op == Node::Op::Column) ? it.column
-                                                                                                      : Impl::kNone);
+        impl->fieldColumns.push_back(
+            it.column != npos && (!it.node || it.node->op == Node::Op::Column) ? it.column : Impl::kNone);
         if (impl->fieldColumns.back() == Impl::kNone) impl->plainFields = false;
     }
     const bool grouped = !selected.aggregates.empty() || !selected.groupBy.empty();
@@ -1373,8 +1489,10 @@ RowSet RowSet::open(const Database& db, std::string_view sql, const OpenOptions&
     try {
         if (grouped || st.distinct) {
             impl->computed = true;
-            if (grouped) runGrouped(*impl, st, selected, condition.get());
-            else runDistinct(*impl, st, selected, condition.get());
+            if (grouped)
+                runGrouped(*impl, st, selected, condition.get());
+            else
+                runDistinct(*impl, st, selected, condition.get());
             impl->count = impl->rows.size();
             return RowSet(std::move(impl));
         }
@@ -1438,7 +1556,8 @@ RowSet RowSet::open(const Database& db, std::string_view sql, const OpenOptions&
             if (!ready && buildColumns(impl->table, missing, data)) {
                 ready = true;
                 if (detail::settled(*stamp) && detail::stampOf(db.path()) == stamp) {
-                    for (const std::size_t c : missing) cache.storeColumn(*stamp, page, columns[c].name, data[c]);
+                    for (const std::size_t c : missing)
+                        cache.storeColumn(*stamp, page, columns[c].name, data[c]);
                 }
             }
             std::size_t rows = ready ? data[likeColumns[0]]->rows() : 0;
@@ -1472,9 +1591,15 @@ RowSet RowSet::open(const Database& db, std::string_view sql, const OpenOptions&
     return RowSet(std::move(impl));
 }
 
-const std::vector<Column>& RowSet::fields() const noexcept { return impl_->fields; }
-std::size_t RowSet::recordCount() const noexcept { return impl_->count; }
-const std::string& RowSet::tableName() const noexcept { return impl_->name; }
+const std::vector<Column>& RowSet::fields() const noexcept {
+    return impl_->fields;
+}
+std::size_t RowSet::recordCount() const noexcept {
+    return impl_->count;
+}
+const std::string& RowSet::tableName() const noexcept {
+    return impl_->name;
+}
 
 std::vector<Value> RowSet::row(std::size_t index) {
     Impl& d = *impl_;
@@ -1514,7 +1639,8 @@ const Cursor* RowSet::tableRow(std::size_t index) {
 
 std::size_t RowSet::fieldColumn(std::size_t field) const noexcept {
     const Impl& d = *impl_;
-    return field < d.fieldColumns.size() && d.fieldColumns[field] != Impl::kNone ? d.fieldColumns[field] : npos;
+    return field < d.fieldColumns.size() && d.fieldColumns[field] != Impl::kNone ? d.fieldColumns[field]
+                                                                                 : npos;
 }
 
 }  // namespace jet::sql

@@ -8,8 +8,8 @@
 // Rows by position. A row found by a scan is kept as where it lives (page and row); a row known by
 // its ordinal (the whole table, or the kept text of column_cache.h) leads there through the
 // table's row directory (its data pages with their live row counts, read from the pages' row
-// tables, rows untouched). row(i) goes to the page and row directly, so any window of rows, forwards or backwards, costs
-// the same wherever it lies; reading the next row after the current one is one cursor step.
+// tables, rows untouched). row(i) goes to the page and row directly, so any window of rows, forwards or
+// backwards, costs the same wherever it lies; reading the next row after the current one is one cursor step.
 // A statement without WHERE keeps no keyset at all: opening it costs the directory (or the count
 // kept for an unchanged file), never the rows. A row that cannot be read (a damaged page) raises
 // its error from row(); the rows around it stay readable.
@@ -53,7 +53,7 @@ struct OpenOptions {
 // cursor standing on a table row (field k is the cursor's column columns[k]; valid during the
 // call) or, for computed results, as values.
 class RowSink {
-public:
+  public:
     virtual ~RowSink() = default;
     virtual void fields(const std::vector<Column>& fields) = 0;
     virtual void row(const Cursor& cursor, const std::vector<std::size_t>& columns) = 0;
@@ -61,7 +61,7 @@ public:
 };
 
 class RowSet {
-public:
+  public:
     // Runs a SELECT. A DROP TABLE is parsed and checked (a missing table gives Jet's "Table '...'
     // does not exist.") but not carried out: it is refused as not supported.
     static RowSet open(const Database& db, std::string_view sql);
@@ -102,7 +102,7 @@ public:
 
     struct Impl;
 
-private:
+  private:
     static RowSet open(const Database& db, std::string_view sql, const OpenOptions& options, RowSink* sink);
     explicit RowSet(std::unique_ptr<Impl> impl);
     std::unique_ptr<Impl> impl_;

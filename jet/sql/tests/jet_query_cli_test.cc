@@ -28,8 +28,10 @@ struct CliRun {
 std::string quoted(const std::string& s) {
     std::string out = "'";
     for (const char c : s) {
-        if (c == '\'') out += "'\\''";
-        else out.push_back(c);
+        if (c == '\'')
+            out += "'\\''";
+        else
+            out.push_back(c);
     }
     return out + "'";
 }
@@ -54,7 +56,7 @@ CliRun cli(const std::vector<std::string>& args) {
 }
 
 class JetQueryCliTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         dir_ = fs::temp_directory_path() / ("qx_jet_query_cli_" + std::to_string(::getpid()));
         fs::create_directories(dir_);
@@ -89,18 +91,20 @@ TEST_F(JetQueryCliTest, RowsAreTheExportLinesThatSatisfyTheCondition) {
 // that a RowSet holds for the same statement.
 TEST_F(JetQueryCliTest, StreamedRowsAreTheRowSetsRows) {
     const jet::Database db = jet::Database::open(file_);
-    for (const std::string sql : {"SELECT PropertyID FROM Property", "SELECT PropertyID FROM Property WHERE City LIKE '%a%'",
-                                  "SELECT TOP 3 PropertyID FROM Property WHERE City LIKE '%a%'",
-                                  "SELECT TOP 7 PERCENT PropertyID FROM Property WHERE City LIKE '%a%'",
-                                  "SELECT TOP 1 PERCENT PropertyID FROM Property",
-                                  "SELECT PropertyID FROM Property WHERE City LIKE '%a%' ORDER BY Zip DESC",
-                                  "SELECT DISTINCT PropertyID FROM Property WHERE PropertyID < 20"}) {
+    for (const std::string sql :
+         {"SELECT PropertyID FROM Property", "SELECT PropertyID FROM Property WHERE City LIKE '%a%'",
+          "SELECT TOP 3 PropertyID FROM Property WHERE City LIKE '%a%'",
+          "SELECT TOP 7 PERCENT PropertyID FROM Property WHERE City LIKE '%a%'",
+          "SELECT TOP 1 PERCENT PropertyID FROM Property",
+          "SELECT PropertyID FROM Property WHERE City LIKE '%a%' ORDER BY Zip DESC",
+          "SELECT DISTINCT PropertyID FROM Property WHERE PropertyID < 20"}) {
         const CliRun run = cli({"jet", "query", file_, sql});
         ASSERT_EQ(run.status, 0) << sql;
         jet::sql::RowSet rs = jet::sql::RowSet::open(db, sql);
         ASSERT_EQ(run.lines.size(), rs.recordCount() + 1) << sql;
         for (std::size_t i = 0; i < rs.recordCount(); ++i)
-            ASSERT_EQ(run.lines[i + 1], "[" + std::to_string(rs.row(i)[0].get<std::int32_t>()) + "]") << sql << " row " << i;
+            ASSERT_EQ(run.lines[i + 1], "[" + std::to_string(rs.row(i)[0].get<std::int32_t>()) + "]")
+                << sql << " row " << i;
     }
 }
 
@@ -108,9 +112,10 @@ TEST_F(JetQueryCliTest, FailuresPrintTheErrorLineAndExitOne) {
     const CliRun quote = cli({"jet", "query", file_, "SELECT * FROM Client WHERE UCASE(CITY) LIKE '%O'B%'"});
     EXPECT_EQ(quote.status, 1);
     ASSERT_EQ(quote.lines.size(), 1u);
-    EXPECT_EQ(quote.lines[0],
-              "{\"error\":{\"number\":-2147217900,\"description\":\"Syntax error in string in query expression "
-              "'UCASE(CITY) LIKE '%O'B%''.\"}}");
+    EXPECT_EQ(
+        quote.lines[0],
+        "{\"error\":{\"number\":-2147217900,\"description\":\"Syntax error in string in query expression "
+        "'UCASE(CITY) LIKE '%O'B%''.\"}}");
     const CliRun table = cli({"jet", "query", file_, "SELECT * FROM Clients"});
     EXPECT_EQ(table.status, 1);
     ASSERT_EQ(table.lines.size(), 1u);
@@ -190,9 +195,10 @@ TEST_F(JetQueryCliTest, CsvReadBackByPythonEqualsTheJsonLines) {
     if (std::system("command -v python3 >/dev/null 2>&1") != 0) GTEST_SKIP() << "python3 is not installed";
     const fs::path fixtures = fs::path(QX_SHARED_DIR) / "fixtures";
     std::vector<std::pair<std::string, std::vector<std::string>>> runs;  // file, command words after it
-    for (const auto& f : {fixtures / "suite/drive_c/KELDATA/Office.mdb", fixtures / "suite/drive_c/KELUSER/Report.mdb",
-                          fixtures / "access-corpus/V2000/testV2000.mdb", fixtures / "access-corpus/V1997/testV1997.mdb",
-                          fixtures / "access-corpus/V2000/fixedNumericTestV2000.mdb"}) {
+    for (const auto& f :
+         {fixtures / "suite/drive_c/KELDATA/Office.mdb", fixtures / "suite/drive_c/KELUSER/Report.mdb",
+          fixtures / "access-corpus/V2000/testV2000.mdb", fixtures / "access-corpus/V1997/testV1997.mdb",
+          fixtures / "access-corpus/V2000/fixedNumericTestV2000.mdb"}) {
         const CliRun tables = cli({"jet", "tables", f.string()});
         ASSERT_EQ(tables.status, 0) << f;
         for (const auto& line : tables.lines) {
@@ -203,12 +209,16 @@ TEST_F(JetQueryCliTest, CsvReadBackByPythonEqualsTheJsonLines) {
             runs.push_back({f.string(), {"export", "TABLE", name}});
         }
     }
-    runs.push_back({file_, {"query", "SQL", "SELECT City, COUNT(*) AS n, SUM(SalePrice), MIN(Created) FROM Property GROUP BY City"}});
+    runs.push_back(
+        {file_,
+         {"query", "SQL",
+          "SELECT City, COUNT(*) AS n, SUM(SalePrice), MIN(Created) FROM Property GROUP BY City"}});
     runs.push_back({file_, {"query", "SQL", "SELECT TOP 20 * FROM Property ORDER BY SalePrice DESC"}});
     // Fields that must be quoted: commas, quotes, line breaks, blanks at either end; empty and Null.
-    runs.push_back({file_, {"query", "SQL",
-                            "SELECT TOP 2 'a,\"b\"' AS x, ' lead', 'line1\nline2\r\nline3', '' AS empty, NULL AS "
-                            "nothing, City FROM Property"}});
+    runs.push_back({file_,
+                    {"query", "SQL",
+                     "SELECT TOP 2 'a,\"b\"' AS x, ' lead', 'line1\nline2\r\nline3', '' AS empty, NULL AS "
+                     "nothing, City FROM Property"}});
     const std::string script = std::string(QX_SOURCE_DIR) + "/jet/sql/tests/csv_readback.py";
     std::string pairs;
     std::size_t compared = 0;
@@ -220,7 +230,8 @@ TEST_F(JetQueryCliTest, CsvReadBackByPythonEqualsTheJsonLines) {
         for (const auto& a : base) command += " " + quoted(a);
         const int a = std::system((command + " --format csv > " + quoted(stem + ".csv")).c_str());
         const int b = std::system((command + " > " + quoted(stem + ".jsonl")).c_str());
-        if (WEXITSTATUS(a) != 0 || WEXITSTATUS(b) != 0) continue;  // tables the engine refuses: covered elsewhere
+        if (WEXITSTATUS(a) != 0 || WEXITSTATUS(b) != 0)
+            continue;  // tables the engine refuses: covered elsewhere
         pairs += " " + quoted(stem + ".csv") + " " + quoted(stem + ".jsonl");
         ++compared;
     }

@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 
 // Every test reads its own copy of the suite's central database.
 class QueryTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         dir_ = fs::temp_directory_path() /
                ("qx_sql_query_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "_" +
@@ -109,13 +109,15 @@ TEST_F(QueryTest, RowsCanBeReadInAnyOrder) {
 }
 
 TEST_F(QueryTest, RowsReadBackwardsOrAtRandomEqualRowsReadForwards) {
-    for (const std::string sql : {"SELECT * FROM Property", "SELECT * FROM Invoice WHERE InvoiceDate LIKE '%/200%'"}) {
+    for (const std::string sql :
+         {"SELECT * FROM Property", "SELECT * FROM Invoice WHERE InvoiceDate LIKE '%/200%'"}) {
         RowSet forwards = run(sql);
         std::vector<std::vector<Value>> rows;
         for (std::size_t i = 0; i < forwards.recordCount(); ++i) rows.push_back(forwards.row(i));
         ASSERT_GT(rows.size(), 150u) << sql;
         RowSet backwards = run(sql);
-        for (std::size_t i = rows.size(); i-- > 0;) ASSERT_EQ(backwards.row(i), rows[i]) << sql << " row " << i;
+        for (std::size_t i = rows.size(); i-- > 0;)
+            ASSERT_EQ(backwards.row(i), rows[i]) << sql << " row " << i;
         std::uint32_t seed = 5;
         for (int n = 0; n < 200; ++n) {
             seed = seed * 1103515245u + 12345u;
@@ -211,8 +213,9 @@ TEST_F(QueryTest, SelectedColumnsOnly) {
 TEST_F(QueryTest, MissingTable) {
     const auto [n, text] = failure("SELECT * FROM Invoices WHERE UCASE(FILENUMBER) LIKE '%A%'");
     EXPECT_EQ(n, -2147217865);
-    EXPECT_EQ(text, "The Microsoft Jet database engine cannot find the input table or query 'Invoices'.  "
-                    "Make sure it exists and that its name is spelled correctly.");
+    EXPECT_EQ(text,
+              "The Microsoft Jet database engine cannot find the input table or query 'Invoices'.  "
+              "Make sure it exists and that its name is spelled correctly.");
 }
 
 TEST_F(QueryTest, UnknownColumnIsAParameterWithoutValue) {
@@ -278,10 +281,11 @@ TEST_F(QueryTest, KeptColumnTextGivesTheSameRowsAsReadingThePages) {
 TEST_F(QueryTest, KeptTextAndRowByRowAgreeOnRandomConditions) {
     age(path_);
     detail::ColumnCache::instance().clear();
-    const std::vector<std::string> columns{"FileNumber", "Address", "City", "ST", "Zip", "County", "Notes",
-                                           "Created", "SalePrice", "YearBuilt"};
-    const std::vector<std::string> pieces{"a", "YORK", "1", "0", "an", "ST", "9", "/200", "5", "E", "[a-c]",
-                                          "[!0-4]", "_", "%", "SUNSET", "county", "ph", "12"};
+    const std::vector<std::string> columns{"FileNumber", "Address", "City",    "ST",        "Zip",
+                                           "County",     "Notes",   "Created", "SalePrice", "YearBuilt"};
+    const std::vector<std::string> pieces{"a", "YORK", "1",      "0",      "an",    "ST",
+                                          "9", "/200", "5",      "E",      "[a-c]", "[!0-4]",
+                                          "_", "%",    "SUNSET", "county", "ph",    "12"};
     std::uint32_t seed = 4242;
     auto next = [&] {
         seed = seed * 1103515245u + 12345u;
@@ -397,7 +401,6 @@ TEST_F(QueryTest, DamagedFilesGiveRowsOrANumberedError) {
     EXPECT_GT(answered, 0);
 }
 
-
 // Rows by position: windows read anywhere, in either direction, equal one sequential read.
 TEST_F(QueryTest, RandomWindowsForwardsAndBackwardsEqualASequentialRead) {
     for (const std::string sql : {"SELECT * FROM Property", "SELECT * FROM Property WHERE City LIKE '%a%'",
@@ -418,9 +421,11 @@ TEST_F(QueryTest, RandomWindowsForwardsAndBackwardsEqualASequentialRead) {
             const std::size_t count = std::min<std::size_t>(1 + next() % 40, rows.size() - first);
             if (n % 2 == 0) {
                 const auto window = rs.rows(first, count);
-                for (std::size_t k = 0; k < count; ++k) ASSERT_EQ(window[k], rows[first + k]) << sql << " row " << first + k;
+                for (std::size_t k = 0; k < count; ++k)
+                    ASSERT_EQ(window[k], rows[first + k]) << sql << " row " << first + k;
             } else {
-                for (std::size_t k = count; k-- > 0;) ASSERT_EQ(rs.row(first + k), rows[first + k]) << sql << " row " << first + k;
+                for (std::size_t k = count; k-- > 0;)
+                    ASSERT_EQ(rs.row(first + k), rows[first + k]) << sql << " row " << first + k;
             }
         }
         try {
@@ -533,7 +538,8 @@ TEST_F(QueryTest, OrderByTopDistinctAndGroupsOnTheSuiteDatabase) {
     EXPECT_EQ(none.row(0)[0].get<std::int32_t>(), 0);
     EXPECT_TRUE(none.row(0)[1].isNull());
     EXPECT_TRUE(none.row(0)[2].isNull());
-    EXPECT_EQ(run("SELECT City, COUNT(*) FROM Property WHERE PropertyID < 0 GROUP BY City").recordCount(), 0u);
+    EXPECT_EQ(run("SELECT City, COUNT(*) FROM Property WHERE PropertyID < 0 GROUP BY City").recordCount(),
+              0u);
     // SUM of Currency stays exact.
     RowSet sum = run("SELECT SUM(SalePrice) FROM Property");
     EXPECT_EQ(sum.fields()[0].type, ColumnType::Currency);
@@ -542,12 +548,14 @@ TEST_F(QueryTest, OrderByTopDistinctAndGroupsOnTheSuiteDatabase) {
 TEST_F(QueryTest, TheNewClausesFailAsJetDoes) {
     constexpr std::int32_t kSyntax = -2147217900;
     EXPECT_EQ(failure("SELECT City, COUNT(*) FROM Property"),
-              std::make_pair(-2147217887, std::string("You tried to execute a query that does not include the "
-                                                      "specified expression 'City' as part of an aggregate function.")));
+              std::make_pair(-2147217887,
+                             std::string("You tried to execute a query that does not include the "
+                                         "specified expression 'City' as part of an aggregate function.")));
     EXPECT_EQ(failure("SELECT * FROM Property GROUP BY City").second,
               "Cannot group on fields selected with '*' (Property).");
     EXPECT_EQ(failure("SELECT * FROM Property WHERE COUNT(*) > 2"),
-              std::make_pair(kSyntax, std::string("Cannot have aggregate function in WHERE clause (COUNT(*) > 2).")));
+              std::make_pair(kSyntax,
+                             std::string("Cannot have aggregate function in WHERE clause (COUNT(*) > 2).")));
     EXPECT_EQ(failure("SELECT DISTINCT City FROM Property ORDER BY Zip").second,
               "ORDER BY clause (Zip) conflicts with DISTINCT.");
     EXPECT_EQ(failure("SELECT * FROM Property ORDER BY").second, "Syntax error in ORDER BY clause.");

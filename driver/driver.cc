@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <istream>
@@ -33,26 +34,19 @@ namespace {
 
 // ---- Time arithmetic for the script clock ------------------------------------------------------
 
-// Days since 1970-01-01 of a civil date (proleptic Gregorian).
+// Days since 1970-01-01 of a civil date, and back (proleptic Gregorian, the standard library's
+// calendar, as the test clock's).
 std::int64_t daysFromCivil(std::int64_t y, unsigned m, unsigned d) {
-    y -= m <= 2;
-    const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
-    const auto yoe = static_cast<unsigned>(y - era * 400);
-    const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-    const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-    return era * 146097 + static_cast<std::int64_t>(doe) - 719468;
+    using namespace std::chrono;
+    return sys_days{year{static_cast<int>(y)} / month{m} / day{d}}.time_since_epoch().count();
 }
 
 void civilFromDays(std::int64_t z, int& y, int& m, int& d) {
-    z += 719468;
-    const std::int64_t era = (z >= 0 ? z : z - 146096) / 146097;
-    const auto doe = static_cast<unsigned>(z - era * 146097);
-    const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-    const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-    const unsigned mp = (5 * doy + 2) / 153;
-    d = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
-    m = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
-    y = static_cast<int>(static_cast<std::int64_t>(yoe) + era * 400 + (m <= 2));
+    using namespace std::chrono;
+    const year_month_day ymd{sys_days{days{z}}};
+    y = static_cast<int>(ymd.year());
+    m = static_cast<int>(static_cast<unsigned>(ymd.month()));
+    d = static_cast<int>(static_cast<unsigned>(ymd.day()));
 }
 
 platform::LocalTime addMilliseconds(const platform::LocalTime& t, std::int64_t ms) {

@@ -49,15 +49,17 @@ have() { command -v "$1" >/dev/null 2>&1; }
 # measure CMD...: runs the command $runs times (output to /dev/null) and sets wall (median ms),
 # cpu (median ms of user + system) and rss (largest peak KiB).
 measure() {
-  local walls=() cpus=() out
+  local walls=() cpus=() times
+  times=$(mktemp)
   rss=0
   for ((r = 0; r < runs; r++)); do
-    out=$( { /usr/bin/time -f '%e %U %S %M' "$@" >/dev/null 2>/dev/null; } 2>&1 | tail -n 1)
-    read -r e u s m <<<"$out"
+    /usr/bin/time -o "$times" -f '%e %U %S %M' "$@" >/dev/null 2>/dev/null || true
+    read -r e u s m <"$times"
     walls+=("$(awk -v e="$e" 'BEGIN{printf "%d", e*1000}')")
     cpus+=("$(awk -v u="$u" -v s="$s" 'BEGIN{printf "%d", (u+s)*1000}')")
     if [ "$m" -gt "$rss" ]; then rss=$m; fi
   done
+  rm -f "$times"
   wall=$(printf '%s\n' "${walls[@]}" | sort -n | awk '{a[NR]=$1} END{print a[int((NR+1)/2)]}')
   cpu=$(printf '%s\n' "${cpus[@]}" | sort -n | awk '{a[NR]=$1} END{print a[int((NR+1)/2)]}')
 }

@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "cli/command.h"
+#include "cli/jet_subcommand.h"
 #include "jet/database.h"
 #include "jet/json_export.h"
 #include "jet/table.h"
@@ -13,10 +14,13 @@ namespace {
 
 int runJet(Invocation& inv) {
     const auto& a = inv.args;
+    if (!a.empty()) {
+        if (const Command* sub = findJetSubcommand(a[0])) return sub->run(inv);
+    }
     bool tables = a.size() == 2 && a[0] == "tables";
     bool exportTable = a.size() == 3 && a[0] == "export";
     if (!tables && !exportTable) {
-        inv.err << "usage: jet tables FILE | jet export FILE TABLE\n";
+        inv.err << "usage: jet tables FILE | jet export FILE TABLE" << jetSubcommandUsage() << "\n";
         return 2;
     }
     try {

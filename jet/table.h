@@ -120,6 +120,10 @@ class Cursor {
     // Moves to the next live row; false at the end (and on every call after).
     bool next();
     RowId rowId() const noexcept;
+    // Makes the row at `id` (as rowId() gave it) the current row, for reading rows in an index's
+    // order. False when no live row of this table is there. Ends a scan in progress: next()
+    // returns false afterwards.
+    bool moveTo(RowId id);
 
     bool isNull(std::size_t column) const;
     Value value(std::size_t column) const;

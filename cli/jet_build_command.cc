@@ -13,7 +13,7 @@
 
 #include "cli/jet_subcommand.h"
 #include "jet/compact.h"
-#include "jet/json_export.h"
+#include "output/json_export.h"
 
 namespace qx::cli {
 namespace {

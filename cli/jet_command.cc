@@ -6,8 +6,8 @@
 #include "cli/command.h"
 #include "cli/jet_subcommand.h"
 #include "jet/database.h"
-#include "jet/json_export.h"
 #include "jet/table.h"
+#include "output/json_export.h"
 
 namespace qx::cli {
 namespace {

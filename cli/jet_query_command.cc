@@ -7,9 +7,9 @@
 
 #include "cli/command.h"
 #include "jet/database.h"
-#include "jet/json_export.h"
 #include "jet/sql/errors.h"
 #include "jet/sql/query.h"
+#include "output/json_export.h"
 
 namespace qx::cli {
 namespace {

@@ -1,11 +1,11 @@
 // `qxtest-cli run [SCRIPT]`: drives the program without a display from a script of user gestures
 // (standard input when no file is given) and prints what happens as JSON Lines. The script
-// language and the transcript are described in shell/driver.h.
+// language and the transcript are described in driver/driver.h.
 #include <fstream>
 #include <ostream>
 
 #include "cli/command.h"
-#include "shell/driver.h"
+#include "driver/driver.h"
 
 namespace qx::cli {
 namespace {
@@ -15,15 +15,15 @@ int runScriptCommand(Invocation& inv) {
         inv.err << "usage: run [SCRIPT]\n";
         return 2;
     }
-    shell::DriverOptions options;
+    driver::DriverOptions options;
     options.root = inv.root;
-    if (inv.args.empty()) return shell::runScript(inv.in, inv.out, inv.err, options);
+    if (inv.args.empty()) return driver::runScript(inv.in, inv.out, inv.err, options);
     std::ifstream file(inv.args[0], std::ios::binary);
     if (!file) {
         inv.err << "qxtest-cli run: cannot read " << inv.args[0] << '\n';
         return 2;
     }
-    return shell::runScript(file, inv.out, inv.err, options);
+    return driver::runScript(file, inv.out, inv.err, options);
 }
 
 const CommandRegistration registration{

@@ -2,7 +2,7 @@
 # non-ui target links a Qt library, directly or through another of our libraries.
 function(_qx_check_no_qt target seen_var)
   if(NOT TARGET ${target})
-    return()
+    message(FATAL_ERROR "${target} is not defined")
   endif()
   get_target_property(libs ${target} LINK_LIBRARIES)
   get_target_property(ilibs ${target} INTERFACE_LINK_LIBRARIES)
@@ -18,8 +18,8 @@ function(_qx_check_no_qt target seen_var)
   set(${seen_var} ${${seen_var}} PARENT_SCOPE)
 endfunction()
 
-foreach(t qx_jet qx_platform qx_common qx_os qx_config qx_forms qx_shell qx_diagnostics
-          qx_dbinspect qx_search qx_maintenance qxtest-cli)
+foreach(t qx_jet qx_jet_sql qx_output qx_platform qx_platform_faults qx_common qx_ado qx_os qx_config
+          qx_forms qx_shell qx_diagnostics qx_search qx_assembly qx_driver qxtest-cli)
   set(_seen "")
   _qx_check_no_qt(${t} _seen)
 endforeach()

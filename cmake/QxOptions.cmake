@@ -35,3 +35,19 @@ function(qx_add_test name)
                                              QX_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
 endfunction()
+
+# qx_add_driver_scripts(PREFIX FOLDER): every FOLDER/*.qxs is a test named PREFIX.<name> that runs
+# the script through `qxtest-cli run` on a fresh copy of the fixture installation (prepared by the
+# script's "#!" lines, see tests/scripts/run_script.sh) and must print exactly its .expected
+# transcript. Call it from any folder; the scripts run once qxtest-cli is defined.
+function(qx_add_driver_scripts prefix folder)
+  file(GLOB scripts CONFIGURE_DEPENDS "${folder}/*.qxs")
+  foreach(script IN LISTS scripts)
+    get_filename_component(name "${script}" NAME_WE)
+    add_test(NAME ${prefix}.${name}
+             COMMAND bash "${CMAKE_SOURCE_DIR}/tests/scripts/run_script.sh"
+                     $<TARGET_FILE:qxtest-cli> "${QX_SHARED_DIR}" "${script}")
+    # A script that waits on something that never comes must fail, not hang the suite.
+    set_tests_properties(${prefix}.${name} PROPERTIES TIMEOUT 60)
+  endforeach()
+endfunction()

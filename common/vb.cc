@@ -74,12 +74,8 @@ struct Decimal {
 };
 
 Decimal toDecimal(double v, int significant) {
+    if (v == 0 || !std::isfinite(v)) return Decimal{false, std::string(1, '0'), 1};
     Decimal d;
-    if (v == 0 || !std::isfinite(v)) {
-        d.digits = "0";
-        d.exp10 = 1;
-        return d;
-    }
     d.negative = v < 0;
     char buf[64];
     std::snprintf(buf, sizeof buf, "%.*e", significant - 1, std::fabs(v));
@@ -111,6 +107,16 @@ std::string plain(const Decimal& d, bool leadingZero) {
     return s;
 }
 
+// "-" before `body` when `negative`. Appended rather than written as `"-" + body`: GCC 12 at -O3
+// reports a false -Wrestrict overlap for a string literal joined in front of a string.
+std::string signed_(bool negative, const std::string& body) {
+    std::string out;
+    out.reserve(body.size() + 1);
+    if (negative) out.push_back('-');
+    out.append(body);
+    return out;
+}
+
 std::string general(double v, bool leadingZero) {
     const Decimal d = toDecimal(v, 15);
     if (d.digits == "0") return "0";
@@ -118,14 +124,17 @@ std::string general(double v, bool leadingZero) {
     std::string body;
     if (e >= 15 || e < -5) {
         body = d.digits.substr(0, 1);
-        if (d.digits.size() > 1) body += "." + d.digits.substr(1);
+        if (d.digits.size() > 1) {
+            body += '.';
+            body.append(d.digits, 1);
+        }
         char ex[16];
         std::snprintf(ex, sizeof ex, "E%c%02d", e < 0 ? '-' : '+', std::abs(e));
         body += ex;
     } else {
         body = plain(d, leadingZero);
     }
-    return (d.negative ? "-" : "") + body;
+    return signed_(d.negative, body);
 }
 
 // Rounds |v| to `decimals` places, half away from zero, on its 15-digit decimal value.
@@ -321,14 +330,15 @@ std::string Format(double number, std::string_view pattern) {
     bool negative = false, zero = false;
     if (pattern == "0.00%") {
         std::string s = fixed(number * 100.0, 2, negative, zero);
-        if (s.front() == '.') s.insert(0, "0");
-        return (negative && !zero ? "-" : "") + s + "%";
+        std::string out = signed_(negative && !zero, s.front() == '.' ? "0" + s : s);
+        out += '%';
+        return out;
     }
     if (pattern == "###.#") {
         const std::string s = fixed(number, 1, negative, zero);
         std::string t = s;
         if (t.size() >= 2 && t.compare(t.size() - 2, 2, ".0") == 0) t.pop_back();
-        return (negative && !zero ? "-" : "") + t;
+        return signed_(negative && !zero, t);
     }
     raise(err::kInvalidProcedureCall);
 }

@@ -95,6 +95,12 @@ std::size_t commonPrefix(const std::string& a, const std::string& b) {
     return i;
 }
 
+void appendBytes(std::vector<std::uint8_t>& v, const void* data, std::size_t n) {
+    std::size_t at = v.size();
+    v.resize(at + n);
+    if (n) std::memcpy(v.data() + at, data, n);
+}
+
 void putBE24(std::string& out, std::uint32_t v) {
     out.push_back(static_cast<char>((v >> 16) & 0xFF));
     out.push_back(static_cast<char>((v >> 8) & 0xFF));
@@ -400,6 +406,7 @@ struct DatabaseBuilder::TableWriter::Impl {
             }
         }
         done.resize(shape.reals.size());
+        planRows();
     }
 
     std::size_t maxRowSize() const { return f.pageSize - f.dataRowOffsets - 2; }
@@ -460,30 +467,41 @@ struct DatabaseBuilder::TableWriter::Impl {
                type == static_cast<std::uint8_t>(ColumnType::OLE);
     }
 
-    void encodeRow(const std::vector<Cell>& cells) {
-        const std::size_t countSize = f.rowCountSize;
-        std::uint16_t colCount = shape.maxColumns;
+    // The row layout, the same for every row.
+    std::uint16_t colCount = 0;
+    std::size_t fixedEnd = 0;
+    std::uint16_t varCount = 0;
+    std::vector<const DefinitionShape::Col*> bySlot;
+    std::vector<std::uint8_t> mask;
+    std::vector<std::uint16_t> offsets;
+
+    void planRows() {
+        colCount = shape.maxColumns;
         for (const auto& c : shape.columns) colCount = std::max<std::uint16_t>(colCount, c.number + 1);
-        std::size_t fixedEnd = 0;
-        std::uint16_t varCount = shape.varColumns;
+        varCount = shape.varColumns;
         for (const auto& c : shape.columns) {
             if (c.fixed)
                 fixedEnd = std::max<std::size_t>(fixedEnd, c.fixedOffset + c.length);
             else if (c.type != static_cast<std::uint8_t>(ColumnType::Boolean))
                 varCount = std::max<std::uint16_t>(varCount, c.varIndex + 1);
         }
-        bool anyVar = false;
+        bySlot.assign(varCount, nullptr);
         for (const auto& c : shape.columns)
-            anyVar |= !c.fixed && c.type != static_cast<std::uint8_t>(ColumnType::Boolean);
-        if (!anyVar) varCount = 0;
+            if (!c.fixed && c.type != static_cast<std::uint8_t>(ColumnType::Boolean) && c.varIndex < varCount)
+                bySlot[c.varIndex] = &c;
+        mask.assign((colCount + 7) / 8, 0);
+        offsets.assign(static_cast<std::size_t>(varCount) + 1, 0);
+    }
 
+    void encodeRow(const std::vector<Cell>& cells) {
+        const std::size_t countSize = f.rowCountSize;
         std::vector<std::uint8_t>& row = rowBuf;
         row.assign(countSize + fixedEnd, 0);
         if (countSize == 1)
             row[0] = static_cast<std::uint8_t>(colCount);
         else
             put16(row.data(), colCount);
-        std::vector<std::uint8_t> mask((colCount + 7) / 8, 0);
+        std::fill(mask.begin(), mask.end(), 0);
         auto cellOf = [&](std::uint16_t n) -> const Cell* {
             return n < cells.size() && cells[n].present ? &cells[n] : nullptr;
         };
@@ -502,12 +520,6 @@ struct DatabaseBuilder::TableWriter::Impl {
             }
         }
         // Variable columns in slot order.
-        std::vector<std::uint16_t> offsets(static_cast<std::size_t>(varCount) + 1, 0);
-        std::vector<const DefinitionShape::Col*> bySlot(varCount, nullptr);
-        for (const auto& c : shape.columns)
-            if (!c.fixed && c.type != static_cast<std::uint8_t>(ColumnType::Boolean) && c.varIndex < varCount)
-                bySlot[c.varIndex] = &c;
-        std::size_t fixedBytes = row.size();
         // Room the row keeps for its tables and mask, to decide whether a long value stays inline.
         std::size_t trailer = mask.size() + (f.jet3 ? varCount + 2 + 8 : 2 * varCount + 4);
         for (std::size_t slot = 0; slot < varCount; ++slot) {
@@ -524,21 +536,20 @@ struct DatabaseBuilder::TableWriter::Impl {
                 if (cell->bytes.empty()) {
                     std::memset(field, 0, 12);
                     put32(field, kLongValueInline);
-                    row.insert(row.end(), field, field + 12);
+                    appendBytes(row, field, 12);
                 } else if (cell->preferInline && cell->bytes.size() <= inlineRoom) {
                     std::memset(field, 0, 12);
                     put32(field, static_cast<std::uint32_t>(cell->bytes.size()) | kLongValueInline);
-                    row.insert(row.end(), field, field + 12);
-                    row.insert(row.end(), cell->bytes.begin(), cell->bytes.end());
+                    appendBytes(row, field, 12);
+                    appendBytes(row, cell->bytes.data(), cell->bytes.size());
                 } else {
                     writeLongValue(c->number, cell->bytes, field);
-                    row.insert(row.end(), field, field + 12);
+                    appendBytes(row, field, 12);
                 }
             } else {
-                row.insert(row.end(), cell->bytes.begin(), cell->bytes.end());
+                appendBytes(row, cell->bytes.data(), cell->bytes.size());
             }
         }
-        (void)fixedBytes;
         offsets[varCount] = static_cast<std::uint16_t>(row.size());
         if (!f.jet3) {
             if (varCount > 0) {
@@ -566,7 +577,7 @@ struct DatabaseBuilder::TableWriter::Impl {
             for (std::size_t k = jumps; k-- > 0;) row.push_back(jt[k]);
             row.push_back(static_cast<std::uint8_t>(varCount));
         }
-        row.insert(row.end(), mask.begin(), mask.end());
+        appendBytes(row, mask.data(), mask.size());
         if (row.size() > maxRowSize()) throw Error(errc::kCannotOpen, "Record is too large.");
     }
 

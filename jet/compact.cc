@@ -155,7 +155,11 @@ class Compactor {
                    std::vector<Cell>& cells) {
         std::uint16_t maxNumber = 0;
         for (const auto& col : layout.columns) maxNumber = std::max<std::uint16_t>(maxNumber, col.number);
-        cells.assign(static_cast<std::size_t>(maxNumber) + 1, Cell{});
+        cells.resize(static_cast<std::size_t>(maxNumber) + 1);
+        for (auto& cell : cells) {
+            cell.present = cell.flag = cell.preferInline = false;
+            cell.bytes.clear();
+        }
         RowId at = c.rowId();
         for (std::size_t i = 0; i < layout.columns.size(); ++i) {
             const Column& col = layout.columns[i];

@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "ado/errors.h"
 #include "common/vb.h"
 #include "jet/database.h"
 #include "jet/sql/errors.h"
@@ -40,8 +41,8 @@ std::string inWindowsTerms(std::string text, const std::string& hostPath, const 
     return text;
 }
 
-[[noreturn]] void raiseFailure(jet::sql::Failure failure, std::string_view argument = {}) {
-    throw RuntimeError(jet::sql::errorNumber(failure), jet::sql::errorText(failure, argument));
+[[noreturn]] void raiseFailure(ado::Failure failure, std::string_view argument = {}) {
+    throw RuntimeError(ado::errorNumber(failure), ado::errorText(failure, argument));
 }
 
 }  // namespace
@@ -69,16 +70,16 @@ void AdoBinding::refresh() {
     const auto props = connectionProperties(connectionString_);
     const auto provider = props.find("PROVIDER");
     if (provider == props.end() || vb::UCase(provider->second) != kJetProvider)
-        raiseFailure(jet::sql::Failure::ProviderNotFound);
+        raiseFailure(ado::Failure::ProviderNotFound);
     const std::string source = dataSource();
 
     std::string host;
     try {
         host = fs_.hostPath(source);
     } catch (const RuntimeError&) {
-        raiseFailure(jet::sql::Failure::InvalidPath, source);
+        raiseFailure(ado::Failure::InvalidPath, source);
     }
-    if (vb::Trim(recordSource_).empty()) raiseFailure(jet::sql::Failure::CommandTextNotSet);
+    if (vb::Trim(recordSource_).empty()) raiseFailure(ado::Failure::CommandTextNotSet);
 
     try {
         jet::Database db = [&] {
@@ -97,7 +98,7 @@ void AdoBinding::refresh() {
 
 void AdoBinding::requireOpen() const {
     if (!everRefreshed_) raise(err::kObjectVariableNotSet);
-    if (!rows_) raiseFailure(jet::sql::Failure::ObjectClosed);
+    if (!rows_) raiseFailure(ado::Failure::ObjectClosed);
 }
 
 std::int32_t AdoBinding::fieldsCount() const {

@@ -2,6 +2,7 @@
 
 #include "common/modmaster.h"
 #include "common/vb.h"
+#include "shell/search_categories.h"
 
 namespace qx::search {
 
@@ -60,49 +61,12 @@ std::string LookAtChecks(const std::string& TempStr, const std::string& CheckNum
 std::string BuildSearchSQL(const forms::FrmMain& form, const std::string& TableName, std::int16_t Index) {
     std::string where;
     const int i = Index;
-    switch (Index) {
-        case 0:
-            where = AddSQLWhere(where, "FileNumber", boxText(form.txtFileNumber, i));
-            where = AddSQLWhere(where, "Address", boxText(form.txtAddress, i));
-            where = AddSQLWhere(where, "City", boxText(form.txtCity, i));
-            where = AddSQLWhere(where, "ST", boxText(form.txtState, i));
-            where = AddSQLWhere(where, "Zip", boxText(form.txtZip, i));
-            break;
-        case 1:
-            where = AddSQLWhere(where, "FileNumber", boxText(form.txtFileNumber, i));
-            where = AddSQLWhere(where, "InvoiceDate", boxText(form.txtInvoiceDate, i));
-            where = LookAtChecks(where, boxText(form.txtCheckNum, 1));
-            break;
-        case 2:
-            where = AddSQLWhere(where, "FileNumber", boxText(form.txtFileNumber, i));
-            where = AddSQLWhere(where, "Appraiser", boxText(form.txtAppraiser, i));
-            break;
-        case 3:
-            where = AddSQLWhere(where, "Client", boxText(form.txtClient, i));
-            break;
-        case 4:
-            where = AddSQLWhere(where, "Client", boxText(form.txtClient, i));
-            where = AddSQLWhere(where, "Contact", boxText(form.txtContactName, i));
-            where = AddSQLWhere(where, "Email", boxText(form.txtEmail, i));
-            where = AddSQLWhere(where, "Phone", boxText(form.txtPhoneNum, i));
-            break;
-        case 5:
-            where = AddSQLWhere(where, "Client", boxText(form.txtClient, i));
-            where = AddSQLWhere(where, "Form", boxText(form.txtFormType, i));
-            break;
-        case 6:
-            where = AddSQLWhere(where, "Appraiser", boxText(form.txtAppraiser, i));
-            break;
-        case 7:
-            where = AddSQLWhere(where, "Appraiser", boxText(form.txtAppraiser, i));
-            where = AddSQLWhere(where, "Form", boxText(form.txtFormType, i));
-            break;
-        case 8:
-            where = AddSQLWhere(where, "Form", boxText(form.txtFormType, i));
-            where = AddSQLWhere(where, "Category", boxText(form.txtCategory, i));
-            break;
-        default:
-            break;  // Company, Users and anything else: the whole table
+    // Company, Users and any other index have no criteria: the whole table.
+    if (i >= 0 && i < forms::FrmMain::kSearchCategories) {
+        for (const auto& c : forms::searchCategories()[static_cast<std::size_t>(i)].criteria) {
+            const std::string& text = boxText(form.*c.box, i);
+            where = c.column.empty() ? LookAtChecks(where, text) : AddSQLWhere(where, std::string(c.column), text);
+        }
     }
     if (!vb::Trim(where).empty()) return "SELECT * FROM " + TableName + " WHERE " + where;
     return "SELECT * FROM " + TableName;

@@ -26,7 +26,7 @@ std::string versionText(const Version& v) {
     return std::to_string(v.major) + "." + std::to_string(v.minor) + "." + std::to_string(v.revision);
 }
 
-Application::Application(platform::Platform& os, Version version, bool withSubsystems)
+Application::Application(platform::Platform& os, Version version, const Wiring& wireSubsystems)
     : os_(os), version_(version) {
     const forms::FormContext context{os_, screen_};
     frmMain_ = std::make_unique<forms::FrmMain>(context);
@@ -42,7 +42,7 @@ Application::Application(platform::Platform& os, Version version, bool withSubsy
     // The shared routines set the screen's pointer through the program-wide state.
     globals_.onScreenMousePointer = [this](int pointer) { screen_.setMousePointer(pointer); };
     wireShell();
-    if (withSubsystems) wireSubsystems(*program_);
+    if (wireSubsystems) wireSubsystems(*program_);
 }
 
 Application::~Application() = default;

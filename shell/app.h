@@ -39,11 +39,14 @@ std::string versionText(const Version& version);
 
 class Application {
   public:
+    // Joins the subsystems to the program (the hosts pass assembly::wireSubsystems; tests of the
+    // shell alone pass nothing).
+    using Wiring = std::function<void(forms::Program&)>;
+
     // `os` must outlive the application. Creates every form (none loaded) and wires the shell's
-    // handlers and then, unless `withSubsystems` is false (tests of the shell alone), every
-    // subsystem that is built in.
+    // handlers and then calls `wireSubsystems`.
     explicit Application(platform::Platform& os, Version version = buildVersion(),
-                         bool withSubsystems = true);
+                         const Wiring& wireSubsystems = {});
     ~Application();
     Application(const Application&) = delete;
     Application& operator=(const Application&) = delete;
@@ -111,8 +114,5 @@ class Application {
     bool started_ = false;
     bool ended_ = false;
 };
-
-// Calls wire() of every subsystem that is built in (see program.h). Defined in wiring.cc.
-void wireSubsystems(forms::Program& program);
 
 }  // namespace qx::shell

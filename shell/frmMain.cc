@@ -1,5 +1,10 @@
 #include "shell/frmMain.h"
 
+#include <algorithm>
+#include <vector>
+
+#include "shell/search_categories.h"
+
 namespace qx::forms {
 
 namespace {
@@ -152,10 +157,10 @@ void FrmMain::designPageCounts() {
 }
 
 TextBox& FrmMain::criterion(ControlArray<TextBox>& boxes, ControlArray<Label>& labels, int index,
-                            const char* labelCaption) {
+                            std::string_view labelCaption) {
     Frame& frame = fraSearch(index);
     Label& label = member(labels, index);
-    label.setCaption(labelCaption);
+    label.setCaption(std::string(labelCaption));
     label.setPage(kPageSearch);
     label.setContainer(&frame);
     TextBox& box = member(boxes, index);
@@ -165,31 +170,15 @@ TextBox& FrmMain::criterion(ControlArray<TextBox>& boxes, ControlArray<Label>& l
 }
 
 void FrmMain::designPageSearch() {
-    struct Category {
-        const char* option;
-        const char* frame;
-    };
-    const Category categories[kSearchCategories] = {
-        {"Property Records", "Property Record Search"},
-        {"Invoice Records", "Invoice Record Search"},
-        {"Assigned Appraisals", "Assigned Appraisals Search"},
-        {"Client Record", "Client Record Search"},
-        {"Client Contacts", "Client Contacts Search"},
-        {"Client Fees", "Client Fees Search"},
-        {"Appraiser Records", "Appraiser Records Search"},
-        {"Appraiser Fees", "Appraiser Fees Search"},
-        {"Form Types", "Form Types Search"},
-        {"Company Information", "Company Information Search"},
-        {"Users", "Users Search"},
-    };
+    const auto& categories = searchCategories();
     std::vector<OptionButton*> group;
     for (int i = 0; i < kSearchCategories; ++i) {
         OptionButton& option = member(optSearch, i);
-        option.setCaption(categories[i].option);
+        option.setCaption(std::string(categories[static_cast<std::size_t>(i)].option));
         option.setPage(kPageSearch);
         group.push_back(&option);
         Frame& frame = member(fraSearch, i);
-        frame.setCaption(categories[i].frame);
+        frame.setCaption(std::string(categories[static_cast<std::size_t>(i)].frame));
         frame.setPage(kPageSearch);
         frame.setVisible(false);
     }
@@ -203,40 +192,20 @@ void FrmMain::designPageSearch() {
     // The Users category appears only while the support lock is open.
     optSearch(10).setVisible(false);
 
-    // Criteria, frame by frame, in the order the frames show them.
-    criterion(txtFileNumber, lblFileNumber, 0, "File Number:");
-    criterion(txtAddress, lblAddress, 0, "Address:");
-    criterion(txtCity, lblCity, 0, "City:");
-    criterion(txtState, lblState, 0, "State:");
-    criterion(txtZip, lblZip, 0, "Zip Code:");
-
-    criterion(txtFileNumber, lblFileNumber, 1, "File Number:");
-    criterion(txtInvoiceDate, lblInvoiceDate, 1, "Invoice Date:");
-    Image& picker = member(imgInvoiceDate, 1);
-    picker.setPage(kPageSearch);
-    picker.setContainer(&fraSearch(1));
-    criterion(txtCheckNum, lblCheckNum, 1, "CheckNum:");
-
-    criterion(txtFileNumber, lblFileNumber, 2, "File Number:");
-    criterion(txtAppraiser, lblAppraiser, 2, "Appraiser:");
-
-    criterion(txtClient, lblClient, 3, "Client:");
-
-    criterion(txtClient, lblClient, 4, "Client:");
-    criterion(txtContactName, lblContactName, 4, "Contact Name:");
-    criterion(txtPhoneNum, lblPhoneNum, 4, "Phone #");
-    criterion(txtEmail, lblEmail, 4, "Contact Email:");
-
-    criterion(txtClient, lblClient, 5, "Client:");
-    criterion(txtFormType, lblFormType, 5, "Form Type:");
-
-    criterion(txtAppraiser, lblAppraiser, 6, "Appraiser:");
-
-    criterion(txtAppraiser, lblAppraiser, 7, "Appraiser:");
-    criterion(txtFormType, lblFormType, 7, "Form Type:");
-
-    criterion(txtFormType, lblFormType, 8, "Form Type:");
-    criterion(txtCategory, lblCategory, 8, "Category:");
+    // Criteria, frame by frame, from the top of each frame.
+    for (int i = 0; i < kSearchCategories; ++i) {
+        std::vector<const SearchCriterion*> shown;
+        for (const auto& c : categories[static_cast<std::size_t>(i)].criteria) shown.push_back(&c);
+        std::sort(shown.begin(), shown.end(), [](const auto* a, const auto* b) { return a->row < b->row; });
+        for (const SearchCriterion* c : shown) {
+            criterion(this->*c->box, this->*c->label, i, c->caption);
+            if (c->datePicker) {
+                Image& picker = member(imgInvoiceDate, i);
+                picker.setPage(kPageSearch);
+                picker.setContainer(&fraSearch(i));
+            }
+        }
+    }
 
     onPage(grdData, kPageSearch);
     lblCount.setCaption("Record Count");

@@ -14,6 +14,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "shell/form.h"
 
@@ -169,7 +170,7 @@ class FrmMain final : public Form {
     void designPageSearch();
     void designPageMaintenance();
     TextBox& criterion(ControlArray<TextBox>& boxes, ControlArray<Label>& labels, int index,
-                       const char* labelCaption);
+                       std::string_view labelCaption);
 };
 
 }  // namespace qx::forms

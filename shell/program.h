@@ -5,8 +5,8 @@
 //     namespace qx::<subsystem> { void wire(forms::Program& program); }
 // which fills in the event slots of the controls it owns (and, for the search subsystem, the
 // CloseADOifOpen hook and the binding object of frmMain.adodata). The application object calls it
-// once, after the shell's own handlers are in place and before start-up; shell/CMakeLists.txt
-// picks up every subsystem library that has a wire.h. A subsystem must not replace a slot that
+// once, after the shell's own handlers are in place and before start-up, through the wiring the
+// host hands it (assembly/subsystems.cc names every subsystem). A subsystem must not replace a slot that
 // the shell fills (Form_Load, cmdClear, cmdexit, mnuFileClear, mnuFileExit, SSTab1).
 //
 // The Program object lives as long as the application; references to it and its members stay

@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 
+#include "assembly/subsystems.h"
 #include "platform/posix_platform.h"
 #include "shell/app.h"
 #include "ui/qt_message_boxes.h"
@@ -88,7 +89,7 @@ int main(int argc, char** argv) {
     qx::ui::QtMessageBoxes boxes;
     qx::platform::Platform& base = host->platform();
     qx::platform::Platform os{base.fs, base.profile, base.system, base.clock, boxes, base.process};
-    qx::shell::Application app(os);
+    qx::shell::Application app(os, qx::shell::buildVersion(), qx::assembly::wireSubsystems);
     qx::ui::Windows windows(app, boxes);
     if (!windows.start()) return 0;
     return QApplication::exec();

@@ -21,6 +21,7 @@
 #include <string>
 #include <string_view>
 
+#include "assembly/subsystems.h"
 #include "platform/posix_platform.h"
 #include "shell/app.h"
 #include "ui/widgets.h"
@@ -69,7 +70,7 @@ int main(int argc, char** argv) {
     });
     qx::platform::Platform& base = host.platform();
     qx::platform::Platform os{base.fs, base.profile, base.system, base.clock, boxes, base.process};
-    qx::shell::Application app(os);
+    qx::shell::Application app(os, qx::shell::buildVersion(), qx::assembly::wireSubsystems);
     qx::ui::Windows windows(app, boxes);
     std::int64_t now = 0;
     windows.binder().setElapsedSource([&now] { return now; });

@@ -15,6 +15,7 @@
 #include "common/globals.h"
 #include "diagnostics/checks.h"
 #include "diagnostics/memory.h"
+#include "diagnostics/wire.h"
 #include "platform/errors.h"
 #include "platform/testing/test_drive.h"
 #include "shell/app.h"
@@ -58,7 +59,7 @@ class Diagnostics : public ::testing::Test {
         platform::Platform& base = tp_.platform();
         os_.emplace(platform::Platform{fs ? *fs : base.fs, base.profile, base.system, base.clock,
                                        base.messages, base.process});
-        app_ = std::make_unique<shell::Application>(*os_);
+        app_ = std::make_unique<shell::Application>(*os_, shell::buildVersion(), wire);
         app_->onUnhandledError = [this](const RuntimeError& e) { unhandled_.push_back(e.number()); };
         ASSERT_TRUE(app_->start());
     }

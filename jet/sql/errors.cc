@@ -18,7 +18,6 @@ constexpr std::int32_t kErrorsInCommand = -2147217900;   // 0x80040E14
 constexpr std::int32_t kNoTable = -2147217865;           // 0x80040E37
 constexpr std::int32_t kParamNotOptional = -2147217904;  // 0x80040E10
 constexpr std::int32_t kCantConvertValue = -2147217913;  // 0x80040E07
-constexpr std::int32_t kCommandNotSet = -2147217908;     // 0x80040E0C
 constexpr std::int32_t kFail = -2147467259;              // 0x80004005
 constexpr std::int32_t kNotImplemented = -2147467263;    // 0x80004001
 
@@ -51,17 +50,9 @@ constexpr std::array kTable{
     Entry{Failure::TableDoesNotExist, kNoTable, "Table '%s' does not exist."},
     Entry{Failure::NotSupported, kNotImplemented, "The statement '%s' is not supported by this engine."},
     Entry{Failure::EngineFailure, kFail, "%s"},
-    Entry{Failure::InvalidPath, kFail,
-          "'%s' is not a valid path.  Make sure that the path name is spelled correctly and that you are "
-          "connected to the server on which the file resides."},
-    Entry{Failure::CommandTextNotSet, kCommandNotSet, "Command text was not set for the command object."},
-    Entry{Failure::ProviderNotFound, 3706, "Provider cannot be found. It may not be properly installed."},
-    Entry{Failure::ObjectClosed, 3704, "Operation is not allowed when the object is closed."},
     Entry{Failure::NoCurrentRecord, 3021,
           "Either BOF or EOF is True, or the current record has been deleted. Requested operation "
           "requires a current record."},
-    Entry{Failure::ItemNotFound, 3265,
-          "Item cannot be found in the collection corresponding to the requested name or ordinal."},
 };
 
 const Entry& entry(Failure failure) noexcept {

@@ -1,10 +1,10 @@
-// Failures of a statement, numbered and worded as the Jet OLE DB 4.0 provider reports them
-// through ADO.
+// Failures of a statement, numbered and worded as the engine's OLE DB provider reports them.
 //
-// ADO hands the provider's HRESULT to the program as a signed 32-bit error number (0x80040E14
-// arrives as -2147217900) with the engine's own text; a few failures belong to ADO itself and keep
-// ADO's small numbers (3704 for a closed recordset). The whole list lives in one table in
-// errors.cc, so a number or a text is written down exactly once. All are raised as jet::Error.
+// The provider's number is an HRESULT, kept as a signed 32-bit number (0x80040E14 is
+// -2147217900), with the engine's own text. The failures of the data-access objects above the
+// provider (a closed recordset, a missing provider, a command without text) are not the
+// engine's: they live in ado/errors.h. The whole list lives in one table in errors.cc, so a
+// number or a text is written down exactly once. All are raised as jet::Error.
 #pragma once
 
 #include <cstdint>
@@ -35,13 +35,8 @@ enum class Failure {
     NotSupported,         // 0x80004001, a valid statement this engine does not run; names its verb
     // Provider errors: the connection.
     EngineFailure,        // 0x80004005 with the engine's text (file missing, not a database, ...)
-    InvalidPath,          // 0x80004005, names the path: its folder does not exist
-    CommandTextNotSet,    // 0x80040E0C
-    // ADO's own.
-    ProviderNotFound,     // 3706
-    ObjectClosed,         // 3704
-    NoCurrentRecord,      // 3021
-    ItemNotFound,         // 3265
+    // A row asked for past the end of a result (3021).
+    NoCurrentRecord,
 };
 
 // The number ADO reports for the failure.

@@ -24,7 +24,7 @@
 #include "exercise.h"
 #include "jet/compact.h"
 #include "jet/database.h"
-#include "jet/json_export.h"
+#include "output/json_export.h"
 #include "jet/new_file.h"
 #include "jet/table.h"
 #include "mini_json.h"

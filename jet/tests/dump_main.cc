@@ -2,8 +2,8 @@
 #include <iostream>
 
 #include "jet/database.h"
-#include "jet/json_export.h"
 #include "jet/table.h"
+#include "output/json_export.h"
 
 int main(int argc, char** argv) {
     if (argc < 2) {

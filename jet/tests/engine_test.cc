@@ -6,12 +6,11 @@
 #include <fstream>
 #include <sstream>
 
-#include "jet/dao.h"
 #include "jet/database.h"
-#include "jet/json_export.h"
 #include "jet/page_channel.h"
 #include "jet/store.h"
 #include "jet/table.h"
+#include "output/json_export.h"
 #include "test_support.h"
 
 namespace {
@@ -203,19 +202,6 @@ TEST(JetCatalog, TableDefsInDaoOrderWithAttributes) {
             EXPECT_EQ(t.attributes, 0) << t.name;
         }
     }
-}
-
-TEST(JetCatalog, DaoFaceListsTheSameTableDefs) {
-    TempDir tmp;
-    auto path = tmp.copy("suite/drive_c/KELDATA/KelCom.mdb");
-    std::shared_ptr<jet::dao::DaoDatabase> db = jet::dao::OpenDatabase(path.string());
-    auto defs = db->TableDefs();
-    ASSERT_EQ(defs.size(), db->engine().tableDefs().size());
-    for (std::size_t i = 0; i < defs.size(); ++i) {
-        EXPECT_EQ(defs[i].Name, db->engine().tableDefs()[i].name);
-        EXPECT_EQ(defs[i].Attributes, db->engine().tableDefs()[i].attributes);
-    }
-    EXPECT_THROW(jet::dao::OpenDatabase((tmp.path() / "missing.mdb").string()), jet::Error);
 }
 
 TEST(JetTable, CountsAndCaseInsensitiveNames) {

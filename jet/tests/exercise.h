@@ -7,8 +7,8 @@
 #include <filesystem>
 
 #include "jet/database.h"
-#include "jet/json_export.h"
 #include "jet/table.h"
+#include "output/json_export.h"
 
 namespace jettest {
 

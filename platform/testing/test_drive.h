@@ -9,9 +9,12 @@
 #include "platform/posix_filesystem.h"
 #include "platform/system.h"
 #include "platform/testing/fakes.h"
-#include "platform/testing/faulty_filesystem.h"
+#include "platform/faulty_filesystem.h"
 
 namespace qx::testing {
+
+using platform::FaultyFileSystem;
+using platform::FileSystemWrapper;
 
 // A temporary folder, removed with everything in it when the object goes.
 class TempDir {

@@ -22,7 +22,7 @@ class AppTest : public ::testing::Test {
     AppTest() : host(QX_SHARED_DIR, true) {}
 
     Application& make() {
-        app = std::make_unique<Application>(host.platform(), Version{7, 0, 12}, false);
+        app = std::make_unique<Application>(host.platform(), Version{7, 0, 12});
         app->onUnhandledError = [this](const RuntimeError& e) { errors.push_back(e.number()); };
         return *app;
     }
@@ -59,7 +59,7 @@ TEST_F(AppTest, CaptionCarriesTheSuiteNameAndTheGivenVersion) {
     writeIni(
         "[directories]\r\nappdir=C:\\KEL\r\n[PROGRAM ALIAS]\r\nCORVID Office Plus=Talvik Appraisal "
         "Office\r\n");
-    app = std::make_unique<Application>(host.platform(), Version{8, 1, 3}, false);
+    app = std::make_unique<Application>(host.platform(), Version{8, 1, 3});
     ASSERT_TRUE(app->start());
     EXPECT_EQ(app->frmMain().caption(), "Talvik Appraisal Office - QX Test - Version 8.1.3");
     EXPECT_EQ(app->globals().toolTitle, "Talvik Appraisal Office - QX Test");

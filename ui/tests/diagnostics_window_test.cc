@@ -18,8 +18,8 @@
 
 #include <gtest/gtest.h>
 
-#include "shell/driver.h"
-#include "shell/json.h"
+#include "driver/driver.h"
+#include "driver/json.h"
 #include "ui/form_binding.h"
 #include "ui/tests/session.h"
 #include "ui/widgets.h"
@@ -53,14 +53,14 @@ void readObject(std::string_view t, std::size_t& p, const std::string& prefix, L
     ASSERT_EQ(t[p], '{');
     ++p;
     while (p < t.size() && t[p] != '}') {
-        auto key = shell::json::readString(t, p);
+        auto key = driver::json::readString(t, p);
         ASSERT_TRUE(key) << t;
         ASSERT_EQ(t[p], ':');
         ++p;
         skipBlanks(t, p);
         const std::string name = prefix + *key;
         if (t[p] == '"') {
-            auto value = shell::json::readString(t, p);
+            auto value = driver::json::readString(t, p);
             ASSERT_TRUE(value);
             line.scalars[name] = *value;
         } else if (t[p] == '{') {
@@ -70,7 +70,7 @@ void readObject(std::string_view t, std::size_t& p, const std::string& prefix, L
             std::vector<std::string> items;
             while (t[p] != ']') {
                 if (t[p] == '"') {
-                    auto item = shell::json::readString(t, p);
+                    auto item = driver::json::readString(t, p);
                     ASSERT_TRUE(item);
                     items.push_back(*item);
                 } else {
@@ -105,7 +105,7 @@ std::vector<std::string> driverTranscript(const std::string& script, const char*
     if (remove) std::filesystem::remove_all(drive.host(remove));
     std::istringstream in(script);
     std::ostringstream out, err;
-    const int status = shell::runScript(in, out, err, shell::DriverOptions{drive.root().string()});
+    const int status = driver::runScript(in, out, err, driver::DriverOptions{drive.root().string()});
     EXPECT_EQ(status, 0) << err.str();
     std::vector<std::string> lines;
     std::istringstream split(out.str());

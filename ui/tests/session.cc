@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include "assembly/subsystems.h"
 #include "ui/widgets.h"
 
 namespace qx::ui::testing {
@@ -76,7 +77,7 @@ Session::~Session() {
 }
 
 void Session::create(shell::Version version) {
-    app_ = std::make_unique<shell::Application>(*os_, version);
+    app_ = std::make_unique<shell::Application>(*os_, version, assembly::wireSubsystems);
     windows_ = std::make_unique<Windows>(*app_, boxes_);
     // Timers fire when the test moves the fixed clock, never on their own.
     windows_->binder().setElapsedSource([this] { return tp_.clock().elapsedMilliseconds(); });

@@ -157,13 +157,10 @@ TEST(Errors, EveryFailureHasItsNumberAndText) {
               "sure it exists and that its name is spelled correctly.");
     EXPECT_EQ(errorNumber(Failure::MissingParameter), -2147217904);
     EXPECT_EQ(errorText(Failure::MissingParameter), "No value given for one or more required parameters.");
-    EXPECT_EQ(errorNumber(Failure::ObjectClosed), 3704);
-    EXPECT_EQ(errorText(Failure::ObjectClosed), "Operation is not allowed when the object is closed.");
     EXPECT_EQ(errorNumber(Failure::TypeMismatch), -2147217913);
-    EXPECT_EQ(errorNumber(Failure::ProviderNotFound), 3706);
     // A failure missing from the table would borrow the last row's text.
-    const std::string last = errorText(Failure::ItemNotFound, "x");
-    for (int f = 0; f < static_cast<int>(Failure::ItemNotFound); ++f) {
+    const std::string last = errorText(Failure::NoCurrentRecord, "x");
+    for (int f = 0; f < static_cast<int>(Failure::NoCurrentRecord); ++f) {
         EXPECT_NE(errorNumber(static_cast<Failure>(f)), 0) << f;
         EXPECT_NE(errorText(static_cast<Failure>(f), "x"), last) << f;
     }

@@ -1,4 +1,4 @@
-#include "shell/driver.h"
+#include "driver/driver.h"
 
 #include <charconv>
 #include <cstdint>
@@ -13,16 +13,19 @@
 #include <string_view>
 #include <vector>
 
+#include "assembly/subsystems.h"
+#include "driver/json.h"
+#include "platform/faulty_filesystem.h"
 #include "platform/ini_profile.h"
 #include "platform/posix_filesystem.h"
 #include "platform/posix_platform.h"
 #include "platform/posix_system.h"
 #include "platform/queued_message_boxes.h"
-#include "platform/testing/faulty_filesystem.h"
 #include "shell/app.h"
-#include "shell/json.h"
 
-namespace qx::shell {
+namespace qx::driver {
+
+using shell::Application;
 
 namespace {
 
@@ -121,9 +124,9 @@ class ScriptSystemInfo final : public platform::SystemInfo {
 // The file system the program sees: the host's, through a fault injector that does nothing until a
 // script asks. On top, a folder that is to vanish at the next write: the check before the write
 // (does the folder exist?) must still find it, and only the write itself must find it gone.
-class ScriptFileSystem final : public testing::FileSystemWrapper {
+class ScriptFileSystem final : public platform::FileSystemWrapper {
   public:
-    explicit ScriptFileSystem(testing::FaultyFileSystem& faulty)
+    explicit ScriptFileSystem(platform::FaultyFileSystem& faulty)
         : FileSystemWrapper(static_cast<platform::FileSystem&>(faulty)), faulty_(faulty) {}
 
     void vanishOnNextWrite(std::string folder) { pendingVanish_.push_back(std::move(folder)); }
@@ -162,7 +165,7 @@ class ScriptFileSystem final : public testing::FileSystemWrapper {
         }
     }
 
-    testing::FaultyFileSystem& faulty_;
+    platform::FaultyFileSystem& faulty_;
     std::vector<std::string> pendingVanish_;
 };
 
@@ -467,7 +470,7 @@ class Driver {
     platform::QueuedMessageBoxes messages_;
     platform::ThrowingProcess process_;
     std::unique_ptr<platform::PosixFileSystem> hostFs_;
-    std::unique_ptr<testing::FaultyFileSystem> faultyFs_;
+    std::unique_ptr<platform::FaultyFileSystem> faultyFs_;
     std::unique_ptr<ScriptFileSystem> fs_;
     // Faults given before start: they need the file system, which start builds.
     std::vector<std::vector<Token>> earlyFaults_;
@@ -478,12 +481,14 @@ class Driver {
 };
 
 void Driver::start() {
-    const std::string root = platform::resolveRoot(root_);
+    // The host resolved the root (--root, $QXTEST_ROOT, the default); a script's `root` line
+    // replaces it as written.
+    const std::string& root = root_;
     std::error_code ec;
     if (!std::filesystem::is_directory(root, ec))
         throw std::runtime_error("the folder standing for C: does not exist: " + root);
     hostFs_ = std::make_unique<platform::PosixFileSystem>(std::map<char, std::string>{{'C', root}});
-    faultyFs_ = std::make_unique<testing::FaultyFileSystem>(*hostFs_);
+    faultyFs_ = std::make_unique<platform::FaultyFileSystem>(*hostFs_);
     fs_ = std::make_unique<ScriptFileSystem>(*faultyFs_);
     for (const auto& early : earlyFaults_) fault(early);
     earlyFaults_.clear();
@@ -494,7 +499,7 @@ void Driver::start() {
     system_ = std::make_unique<ScriptSystemInfo>(std::move(options), memory_);
     platform_ = std::make_unique<platform::Platform>(
         platform::Platform{*fs_, *profile_, *system_, clock_, messages_, process_});
-    app_ = std::make_unique<Application>(*platform_);
+    app_ = std::make_unique<Application>(*platform_, shell::buildVersion(), assembly::wireSubsystems);
     app_->onUnhandledError = [this](const RuntimeError& error) {
         emit("{\"error\":{\"number\":" + std::to_string(error.number()) +
              ",\"description\":" + json::quote(error.description()) + "}}");
@@ -796,4 +801,4 @@ int runScript(std::istream& script, std::ostream& out, std::ostream& err, const 
     return 0;
 }
 
-}  // namespace qx::shell
+}  // namespace qx::driver

@@ -1,16 +1,16 @@
-#include "platform/testing/faulty_filesystem.h"
+#include "platform/faulty_filesystem.h"
 
 #include <algorithm>
 
 #include "platform/errors.h"
 #include "platform/utf8.h"
 
-namespace qx::testing {
+namespace qx::platform {
 namespace {
 
 bool atOrBelow(const std::string& folder, const std::string& top) {
-    const auto f = platform::foldForCompare(folder);
-    auto t = platform::foldForCompare(top);
+    const auto f = foldForCompare(folder);
+    auto t = foldForCompare(top);
     if (f == t) return true;
     if (!t.empty() && t.back() != U'\\') t.push_back(U'\\');
     return f.size() > t.size() && f.compare(0, t.size(), t) == 0;
@@ -93,14 +93,14 @@ void FaultyFileSystem::countWrite() {
     }
 }
 
-std::vector<platform::DirEntry> FaultyFileSystem::dir(std::string_view pattern, unsigned attributes) const {
+std::vector<DirEntry> FaultyFileSystem::dir(std::string_view pattern, unsigned attributes) const {
     const bool folderOnly = pattern.empty() || pattern.back() == '\\' || pattern.back() == '/';
     if (vanished(folderOnly ? pattern : std::string_view(parentText(pattern)), true)) return {};
     auto entries = target().dir(pattern, attributes);
     if (!vanishedFolders_.empty() && !folderOnly) {
         const std::string parent = parentText(pattern);
-        std::erase_if(entries, [&](const platform::DirEntry& e) {
-            if (!(e.attributes & platform::attr::kDirectory) || e.name == "." || e.name == "..") return false;
+        std::erase_if(entries, [&](const DirEntry& e) {
+            if (!(e.attributes & attr::kDirectory) || e.name == "." || e.name == "..") return false;
             return vanished(parent + "\\" + e.name, true);
         });
     }
@@ -172,4 +172,4 @@ std::string FaultyFileSystem::hostPath(std::string_view path) const {
     return target().hostPath(path);
 }
 
-}  // namespace qx::testing
+}  // namespace qx::platform

@@ -1,4 +1,4 @@
-#include "jet/json_export.h"
+#include "output/json_export.h"
 
 #include <charconv>
 #include <cmath>

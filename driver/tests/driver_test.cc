@@ -6,9 +6,9 @@
 #include <string>
 
 #include "platform/testing/test_drive.h"
-#include "shell/driver.h"
+#include "driver/driver.h"
 
-namespace qx::shell {
+namespace qx::driver {
 namespace {
 
 class DriverTest : public ::testing::Test {
@@ -151,4 +151,4 @@ TEST_F(DriverTest, CloseOfTheLastFormEndsTheProgram) {
 }
 
 }  // namespace
-}  // namespace qx::shell
+}  // namespace qx::driver

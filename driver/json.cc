@@ -1,9 +1,9 @@
-#include "shell/json.h"
+#include "driver/json.h"
 
 #include <cstdint>
 #include <cstdio>
 
-namespace qx::shell::json {
+namespace qx::driver::json {
 
 std::string quote(std::string_view text) {
     std::string out;
@@ -165,4 +165,4 @@ std::optional<std::string> readString(std::string_view text, std::size_t& pos) {
     return std::nullopt;
 }
 
-}  // namespace qx::shell::json
+}  // namespace qx::driver::json

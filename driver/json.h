@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace qx::shell::json {
+namespace qx::driver::json {
 
 // `text` (UTF-8) as a JSON string literal with its quotes. Control characters, '"' and '\' are
 // escaped; everything else is copied as it is.
@@ -20,4 +20,4 @@ std::string stringArray(const std::vector<std::string>& items);
 // the closing quote and returns the decoded UTF-8 text. Nothing for a malformed literal.
 std::optional<std::string> readString(std::string_view text, std::size_t& pos);
 
-}  // namespace qx::shell::json
+}  // namespace qx::driver::json

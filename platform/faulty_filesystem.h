@@ -1,6 +1,6 @@
-// File systems for tests that need the file system to misbehave.
+// File systems that misbehave on request, for the script driver's `fault` lines and for tests.
 //
-// FileSystemWrapper forwards every call to another FileSystem, so a test double overrides only what
+// FileSystemWrapper forwards every call to another FileSystem, so a wrapper overrides only what
 // it changes. FaultyFileSystem uses it to inject the failures a real disk gives: a folder where
 // writing is refused (75, whoever runs the tests: file modes are not consulted), a folder that has
 // vanished, and the Nth write failing with disk full (61) or a device I/O error (57).
@@ -12,18 +12,18 @@
 
 #include "platform/filesystem.h"
 
-namespace qx::testing {
+namespace qx::platform {
 
-class FileSystemWrapper : public platform::FileSystem {
+class FileSystemWrapper : public FileSystem {
   public:
-    explicit FileSystemWrapper(platform::FileSystem& target) : target_(target) {}
+    explicit FileSystemWrapper(FileSystem& target) : target_(target) {}
     // Not copyable: with a copy constructor, wrapping a FaultyFileSystem (itself a wrapper) would
     // pick the copy and forward past its faults to the file system underneath.
     FileSystemWrapper(const FileSystemWrapper&) = delete;
     FileSystemWrapper& operator=(const FileSystemWrapper&) = delete;
-    platform::FileSystem& target() const { return target_; }
+    FileSystem& target() const { return target_; }
 
-    std::vector<platform::DirEntry> dir(std::string_view pattern, unsigned attributes) const override {
+    std::vector<DirEntry> dir(std::string_view pattern, unsigned attributes) const override {
         return target_.dir(pattern, attributes);
     }
     std::int64_t fileLen(std::string_view path) const override { return target_.fileLen(path); }
@@ -53,7 +53,7 @@ class FileSystemWrapper : public platform::FileSystem {
     std::string currentFolder(char drive) const override { return target_.currentFolder(drive); }
 
   private:
-    platform::FileSystem& target_;
+    FileSystem& target_;
 };
 
 class FaultyFileSystem final : public FileSystemWrapper {
@@ -72,7 +72,7 @@ class FaultyFileSystem final : public FileSystemWrapper {
     void clearFaults();
     int writes() const { return writes_; }
 
-    std::vector<platform::DirEntry> dir(std::string_view pattern, unsigned attributes) const override;
+    std::vector<DirEntry> dir(std::string_view pattern, unsigned attributes) const override;
     std::int64_t fileLen(std::string_view path) const override;
     std::string canonicalFolder(std::string_view path) const override;
     std::vector<std::string> subfolders(std::string_view folder) const override;
@@ -101,4 +101,4 @@ class FaultyFileSystem final : public FileSystemWrapper {
     int writes_ = 0;
 };
 
-}  // namespace qx::testing
+}  // namespace qx::platform

@@ -37,7 +37,7 @@
 #include <iosfwd>
 #include <string>
 
-namespace qx::shell {
+namespace qx::driver {
 
 struct DriverOptions {
     std::string root;  // --root DIR: the folder that stands for C: (the script's `root` overrides it)
@@ -45,4 +45,4 @@ struct DriverOptions {
 
 int runScript(std::istream& script, std::ostream& out, std::ostream& err, const DriverOptions& options);
 
-}  // namespace qx::shell
+}  // namespace qx::driver

@@ -1,0 +1,13 @@
+#include "assembly/subsystems.h"
+
+#include "diagnostics/wire.h"
+#include "search/wire.h"
+
+namespace qx::assembly {
+
+void wireSubsystems(forms::Program& program) {
+    diagnostics::wire(program);
+    search::wire(program);
+}
+
+}  // namespace qx::assembly

@@ -24,10 +24,10 @@
 #include "exercise.h"
 #include "jet/compact.h"
 #include "jet/database.h"
-#include "output/json_export.h"
 #include "jet/new_file.h"
 #include "jet/table.h"
 #include "mini_json.h"
+#include "output/json_export.h"
 #include "test_support.h"
 
 namespace {

@@ -371,7 +371,7 @@ struct DatabaseBuilder::TableWriter::Impl {
 
     // Index being written.
     struct Level {
-        std::vector<IndexEntry> entries;  // node levels: key + row of the child's last entry
+        std::vector<BuildEntry> entries;  // node levels: key + row of the child's last entry
         std::vector<std::uint32_t> children;
         std::size_t bytes = 0;  // sum of stored entry lengths without prefix compression
         std::uint32_t page = 0;
@@ -383,7 +383,7 @@ struct DatabaseBuilder::TableWriter::Impl {
     std::deque<Level> levels;
     std::size_t currentIndex = SIZE_MAX;
     std::uint64_t indexEntries = 0;
-    IndexEntry lastEntry;
+    BuildEntry lastEntry;
     bool haveLast = false;
     std::vector<std::uint32_t> indexPages;
     struct DoneIndex {
@@ -599,7 +599,7 @@ struct DatabaseBuilder::TableWriter::Impl {
 
     std::size_t entryArea() const { return f.pageSize - f.indexEntries; }
 
-    static std::string leafBytes(const IndexEntry& e) {
+    static std::string leafBytes(const BuildEntry& e) {
         std::string s = e.key;
         putBE24(s, e.row >> 8);
         s.push_back(static_cast<char>(e.row & 0xFF));
@@ -607,12 +607,12 @@ struct DatabaseBuilder::TableWriter::Impl {
     }
 
     // Bytes a page of `entries` needs with Jet 4 prefix compression (none in Jet 3).
-    std::size_t prefixOf(const std::vector<IndexEntry>& es) const {
+    std::size_t prefixOf(const std::vector<BuildEntry>& es) const {
         if (f.jet3 || es.size() < 2) return 0;
         return commonPrefix(es.front().key, es.back().key);
     }
 
-    void writeIndexPage(std::uint8_t type, std::uint32_t prev, const std::vector<IndexEntry>& es,
+    void writeIndexPage(std::uint8_t type, std::uint32_t prev, const std::vector<BuildEntry>& es,
                         const std::vector<std::uint32_t>* children, std::uint32_t tail,
                         std::vector<std::uint8_t>& buf) {
         buf.assign(f.pageSize, 0);
@@ -623,6 +623,8 @@ struct DatabaseBuilder::TableWriter::Impl {
         put32(buf.data() + f.indexTail, tail);
         std::size_t prefix = prefixOf(es);
         put16(buf.data() + f.indexPrefixLength, static_cast<std::uint16_t>(prefix));
+        // After the prefix length (1 byte in Jet 3, 2 in Jet 4) Access sets a byte on intermediate pages.
+        if (type == kPageIndexNode) buf[f.indexPrefixLength + (f.jet3 ? 1 : 2)] = 1;
         std::size_t pos = 0;
         for (std::size_t i = 0; i < es.size(); ++i) {
             std::string full = leafBytes(es[i]);
@@ -644,14 +646,14 @@ struct DatabaseBuilder::TableWriter::Impl {
         bool leaf = level == 0;
         std::vector<std::uint8_t> buf;
         std::uint32_t tail = 0;
-        std::vector<IndexEntry> stored = lv.entries;
+        std::vector<BuildEntry> stored = lv.entries;
         std::vector<std::uint32_t> kids = lv.children;
         if (!leaf && !stored.empty()) {
             tail = kids.back();
             stored.pop_back();
             kids.pop_back();
         }
-        IndexEntry up = lv.entries.empty() ? IndexEntry{} : lv.entries.back();
+        BuildEntry up = lv.entries.empty() ? BuildEntry{} : lv.entries.back();
         writeIndexPage(leaf ? kPageIndexLeaf : kPageIndexNode, lv.prevPage, stored, leaf ? nullptr : &kids,
                        tail, buf);
         // The held previous page learns its next page now.
@@ -671,7 +673,7 @@ struct DatabaseBuilder::TableWriter::Impl {
         pushUp(level + 1, up, finished);
     }
 
-    std::size_t pageBytes(const Level& lv, const IndexEntry& extra, std::size_t extraLen, bool node) const {
+    std::size_t pageBytes(const Level& lv, const BuildEntry& extra, std::size_t extraLen, bool node) const {
         // Size if `extra` were added: prefix of first and extra.
         std::size_t n = lv.entries.size() + 1;
         std::size_t prefix = f.jet3 || n < 2 ? 0 : commonPrefix(lv.entries.front().key, extra.key);
@@ -685,7 +687,7 @@ struct DatabaseBuilder::TableWriter::Impl {
         indexPages.push_back(lv.page);
     }
 
-    void pushUp(std::size_t level, const IndexEntry& e, std::uint32_t child) {
+    void pushUp(std::size_t level, const BuildEntry& e, std::uint32_t child) {
         if (levels.size() <= level) levels.emplace_back();
         Level& lv = levels[level];
         std::size_t len = e.key.size() + 8;
@@ -706,7 +708,7 @@ struct DatabaseBuilder::TableWriter::Impl {
         haveLast = false;
     }
 
-    void add(const IndexEntry& e) {
+    void add(const BuildEntry& e) {
         Level& lv = levels[0];
         std::size_t len = e.key.size() + 4;
         if (e.key.size() + 8 > entryArea() / 2) throw Error(errc::kCannotOpen, "index key too long");
@@ -879,7 +881,7 @@ void DatabaseBuilder::TableWriter::beginIndex(std::size_t real) {
     impl_->begin(real);
 }
 
-void DatabaseBuilder::TableWriter::addIndexEntry(const IndexEntry& e) {
+void DatabaseBuilder::TableWriter::addIndexEntry(const BuildEntry& e) {
     impl_->add(e);
 }
 

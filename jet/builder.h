@@ -94,7 +94,7 @@ using RowPointer = std::uint32_t;
 
 // One index entry: key bytes as Jet stores them (flags and encodings of every column) and the
 // row it points to.
-struct IndexEntry {
+struct BuildEntry {
     std::string key;
     RowPointer row = 0;
 };
@@ -169,7 +169,7 @@ class DatabaseBuilder::TableWriter {
     // Index `real` (position among the definition's real indexes): entries strictly in Jet's key
     // order (key bytes, then row pointer). Call once per real index, after the last addRow.
     void beginIndex(std::size_t real);
-    void addIndexEntry(const IndexEntry& e);
+    void addIndexEntry(const BuildEntry& e);
     void endIndex();
 
     // Foreign keys: the definition page of a related table, given its page in the source.

@@ -14,11 +14,12 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <functional>
 #include <unordered_map>
 #include <unordered_set>
 
 #include "jet/builder.h"
-#include "jet/index_source.h"
+#include "jet/index.h"
 #include "jet/new_file.h"
 #include "jet/store.h"
 #include "jet/table.h"
@@ -49,6 +50,21 @@ bool holdsTableId(std::string_view table, std::string_view column) {
            (sameName(table, "MSysACEs") && sameName(column, "ObjectId")) ||
            (sameName(table, "MSysNavPaneObjectIDs") && sameName(column, "Id")) ||
            (sameName(table, "MSysNavPaneGroupToObjects") && sameName(column, "ObjectID"));
+}
+
+// Every leaf entry of the index whose root is `root`, in key order, through the index module's
+// checked walk.
+void walkIndex(Store& store, std::uint32_t root,
+               const std::function<void(const std::string&, RowId)>& onEntry) {
+    StorePageIO io(store);
+    std::string key;
+    detail::walkIndex(
+        io, root,
+        [&](const IndexEntry& e) {
+            key.assign(reinterpret_cast<const char*>(e.key.data()), e.key.size());
+            onEntry(key, RowId{e.page, e.row});
+        },
+        store.path);
 }
 
 std::vector<std::uint8_t> definitionBytes(Store& store, std::uint32_t first) {
@@ -294,7 +310,7 @@ class Compactor {
                     rebuildIndex(*writer, layout, r, map, loss);
                     continue;
                 }
-                std::vector<IndexEntry> entries;
+                std::vector<BuildEntry> entries;
                 for (auto& h : rows) {
                     RowPointer p;
                     if (!map.find(h.old, p)) continue;
@@ -302,7 +318,7 @@ class Compactor {
                 }
                 // Keys over non-integer columns after the ids come from the source's own bytes.
                 if (!integerOnly(layout, r)) entries = spliceKeys(layout, r, rows, map, loss);
-                std::sort(entries.begin(), entries.end(), [](const IndexEntry& a, const IndexEntry& b) {
+                std::sort(entries.begin(), entries.end(), [](const BuildEntry& a, const BuildEntry& b) {
                     return a.key != b.key ? a.key < b.key : a.row < b.row;
                 });
                 writer->beginIndex(r);
@@ -401,9 +417,9 @@ class Compactor {
     }
 
     template <class Rows>
-    std::vector<IndexEntry> spliceKeys(const TableLayout& layout, std::size_t real, const Rows& rows,
+    std::vector<BuildEntry> spliceKeys(const TableLayout& layout, std::size_t real, const Rows& rows,
                                        const RowMap& map, SalvageLoss& loss) {
-        std::vector<IndexEntry> out;
+        std::vector<BuildEntry> out;
         std::unordered_map<std::uint32_t, std::size_t> byOld;
         for (std::size_t i = 0; i < rows.size(); ++i)
             byOld.emplace((rows[i].old.page << 8) | rows[i].old.row, i);
@@ -435,12 +451,12 @@ class Compactor {
     void rebuildIndex(DatabaseBuilder::TableWriter& w, const TableLayout& layout, std::size_t real,
                       const RowMap& map, SalvageLoss& loss) {
         w.beginIndex(real);
-        std::vector<IndexEntry> run;
+        std::vector<BuildEntry> run;
         std::string previous;
         bool havePrevious = false;
         auto flush = [&] {
             std::sort(run.begin(), run.end(),
-                      [](const IndexEntry& a, const IndexEntry& b) { return a.row < b.row; });
+                      [](const BuildEntry& a, const BuildEntry& b) { return a.row < b.row; });
             RowPointer last = 0;
             for (std::size_t i = 0; i < run.size(); ++i) {
                 if (i > 0 && run[i].row == last) continue;

@@ -480,6 +480,23 @@ RowId Cursor::rowId() const noexcept {
     return impl_->id;
 }
 
+bool Cursor::moveTo(RowId id) {
+    Impl& m = *impl_;
+    m.started = true;
+    m.done = true;
+    m.onRow = false;
+    if (id.page == 0 || id.page >= m.store->channel->pageCount()) return false;
+    PageRef candidate = m.store->page(id.page);
+    const std::uint8_t* p = candidate.data();
+    if (p[0] != kPageData || u32(p + m.f->dataOwner) != m.layout->tdefPage) return false;
+    m.page = std::move(candidate);
+    m.rowsOnPage = dataPageRowCount(*m.store, m.page);
+    if (id.row >= m.rowsOnPage) return false;
+    if (!m.loadRow(id.row)) return false;
+    m.onRow = true;
+    return true;
+}
+
 bool Cursor::isNull(std::size_t column) const {
     const Column& c = impl_->column(column);
     if (c.type == ColumnType::Boolean) return false;

@@ -141,6 +141,10 @@ class Cursor {
     // row is deleted or its page is no longer a data page of this table.
     bool seek(RowId id);
     RowId rowId() const noexcept;
+    // Makes the row at `id` (as rowId() gave it) the current row, for reading rows in an index's
+    // order. False when no live row of this table is there. Ends a scan in progress: next()
+    // returns false afterwards.
+    bool moveTo(RowId id);
 
     bool isNull(std::size_t column) const;
     Value value(std::size_t column) const;

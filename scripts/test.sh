@@ -14,6 +14,9 @@ echo "== build (Release) and test"
 bash scripts/build.sh build-release -DCMAKE_BUILD_TYPE=Release
 ctest --test-dir build-release --output-on-failure -j "$jobs"
 
+echo "== compaction killed at random moments (real processes, benchmark database)"
+bash scripts/compact-kill.sh 30 build-release
+
 echo "== build and test with AddressSanitizer and UndefinedBehaviorSanitizer"
 bash scripts/build.sh build-asan -DQX_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \

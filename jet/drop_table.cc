@@ -175,7 +175,8 @@ MapContents readMap(Transaction& tx, const Store& store, std::uint32_t pointer) 
     if (holder >= tx.pageCount()) store.corrupt(holder, 0, "usage map beyond the file");
     Bytes page(f.pageSize);
     tx.read(holder, page.data());
-    if (page.empty() || page.front() != kPageData) store.corrupt(holder, 0, "usage map is not on a data page");
+    if (page.empty() || page.front() != kPageData)
+        store.corrupt(holder, 0, "usage map is not on a data page");
     std::uint16_t count = rowCountOf(store, holder, page);
     if (rowNo >= count) store.corrupt(holder, f.dataRowCount, "usage map row missing");
     std::size_t entry = f.dataRowOffsets + 2u * rowNo;

@@ -13,14 +13,14 @@
 namespace qx {
 
 class RuntimeError : public std::runtime_error {
-public:
+  public:
     // An empty description takes the standard text for the number (errorDescription).
     explicit RuntimeError(std::int32_t number, std::string description = {});
 
     std::int32_t number() const noexcept { return number_; }
     const std::string& description() const noexcept { return description_; }
 
-private:
+  private:
     std::int32_t number_;
     std::string description_;
 };

@@ -31,13 +31,13 @@ inline constexpr unsigned kArchive = 32;
 }  // namespace attr
 
 struct DirEntry {
-    std::string name;        // as stored on disk
-    unsigned attributes = 0; // attr:: bits
-    std::int64_t length = 0; // bytes; 0 for folders
+    std::string name;         // as stored on disk
+    unsigned attributes = 0;  // attr:: bits
+    std::int64_t length = 0;  // bytes; 0 for folders
 };
 
 class FileSystem {
-public:
+  public:
     virtual ~FileSystem() = default;
 
     // VB's Dir(pattern, attributes): the entries of the folder named by `pattern` whose names match
@@ -76,7 +76,7 @@ public:
     // Windows-1252; the logic's strings are UTF-8.
     virtual void openForOutput(int number, std::string_view path) = 0;  // create or truncate
     virtual void openForInput(int number, std::string_view path) = 0;
-    virtual void printLine(int number, std::string_view text) = 0;       // text + CR LF
+    virtual void printLine(int number, std::string_view text) = 0;  // text + CR LF
     // VB's Input #n, var for one string: the next field (up to a comma or the line's end; a quoted
     // field keeps its commas; blanks around it dropped). 62 past the end.
     virtual std::string inputField(int number) = 0;

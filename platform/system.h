@@ -35,7 +35,7 @@ struct MemoryStatus {
 };
 
 class SystemInfo {
-public:
+  public:
     virtual ~SystemInfo() = default;
 
     // Exactly the contracts of GetWindowsDirectoryA / GetSystemDirectoryA: on success the path
@@ -67,7 +67,7 @@ public:
 // names may contain blanks. Files are Windows-1252 with CRLF or LF line ends; the value is returned
 // as UTF-8 and counted in characters. A missing file yields the default.
 class ProfileStrings {
-public:
+  public:
     virtual ~ProfileStrings() = default;
     virtual std::uint32_t GetPrivateProfileStringA(std::string_view section, std::string_view key,
                                                    std::string_view defaultValue, std::string& buffer,
@@ -80,7 +80,7 @@ struct LocalTime {
 };
 
 class Clock {
-public:
+  public:
     virtual ~Clock() = default;
     virtual LocalTime now() const = 0;
 };
@@ -90,14 +90,14 @@ enum class Icon { None, Critical, Question, Exclamation, Information };
 enum class Answer { OK = 1, Cancel = 2, Abort = 3, Retry = 4, Ignore = 5, Yes = 6, No = 7 };
 
 class MessageBoxes {
-public:
+  public:
     virtual ~MessageBoxes() = default;
     // Modal: returns only when the user has answered.
     virtual Answer show(std::string_view title, std::string_view text, Buttons buttons, Icon icon) = 0;
 };
 
 class Process {
-public:
+  public:
     virtual ~Process() = default;
     // VB's End: throws ProgramEnd after recording the end; never returns.
     [[noreturn]] virtual void end() = 0;

@@ -5,8 +5,8 @@
 #include <sstream>
 #include <string>
 
-#include "platform/testing/test_drive.h"
 #include "driver/driver.h"
+#include "platform/testing/test_drive.h"
 
 namespace qx::driver {
 namespace {

@@ -30,8 +30,8 @@ char32_t decodeUtf8(std::string_view text, std::size_t& pos) noexcept {
     } else if ((b0 & 0xF0) == 0xE0) {
         const int c1 = cont(1), c2 = c1 >= 0 ? cont(2) : -1;
         if (c2 >= 0) {
-            const char32_t c = (static_cast<char32_t>(b0 & 0x0F) << 12) |
-                               (static_cast<char32_t>(c1) << 6) | static_cast<char32_t>(c2);
+            const char32_t c = (static_cast<char32_t>(b0 & 0x0F) << 12) | (static_cast<char32_t>(c1) << 6) |
+                               static_cast<char32_t>(c2);
             if (c >= 0x800) {
                 pos += 3;
                 return c;
@@ -40,8 +40,7 @@ char32_t decodeUtf8(std::string_view text, std::size_t& pos) noexcept {
     } else if ((b0 & 0xF8) == 0xF0) {
         const int c1 = cont(1), c2 = c1 >= 0 ? cont(2) : -1, c3 = c2 >= 0 ? cont(3) : -1;
         if (c3 >= 0) {
-            const char32_t c = (static_cast<char32_t>(b0 & 0x07) << 18) |
-                               (static_cast<char32_t>(c1) << 12) |
+            const char32_t c = (static_cast<char32_t>(b0 & 0x07) << 18) | (static_cast<char32_t>(c1) << 12) |
                                (static_cast<char32_t>(c2) << 6) | static_cast<char32_t>(c3);
             if (c >= 0x10000 && c <= 0x10FFFF) {
                 pos += 4;
@@ -105,15 +104,39 @@ char32_t upperChar(char32_t c) noexcept {
     }
     if (c <= 0x24F) {
         switch (c) {
-            case 0x180: return 0x243;
-            case 0x183: case 0x185: case 0x188: case 0x18C: case 0x192: case 0x199:
-            case 0x1A1: case 0x1A3: case 0x1A5: case 0x1A8: case 0x1AD: case 0x1B0:
-            case 0x1B4: case 0x1B6: case 0x1B9: case 0x1BD:
+            case 0x180:
+                return 0x243;
+            case 0x183:
+            case 0x185:
+            case 0x188:
+            case 0x18C:
+            case 0x192:
+            case 0x199:
+            case 0x1A1:
+            case 0x1A3:
+            case 0x1A5:
+            case 0x1A8:
+            case 0x1AD:
+            case 0x1B0:
+            case 0x1B4:
+            case 0x1B6:
+            case 0x1B9:
+            case 0x1BD:
                 return c == 0x192 ? 0x191 : c - 1;
-            case 0x1C6: case 0x1C9: case 0x1CC: case 0x1F3: return c - 2;
-            case 0x1C5: case 0x1C8: case 0x1CB: case 0x1F2: return c - 1;
-            case 0x1DD: return 0x18E;
-            default: break;
+            case 0x1C6:
+            case 0x1C9:
+            case 0x1CC:
+            case 0x1F3:
+                return c - 2;
+            case 0x1C5:
+            case 0x1C8:
+            case 0x1CB:
+            case 0x1F2:
+                return c - 1;
+            case 0x1DD:
+                return 0x18E;
+            default:
+                break;
         }
         if (c >= 0x1CD && c <= 0x1DC) return pairedUpper(c, false);
         if ((c >= 0x1DE && c <= 0x1EF) || (c >= 0x1F8 && c <= 0x21F) || (c >= 0x222 && c <= 0x233) ||
@@ -124,12 +147,21 @@ char32_t upperChar(char32_t c) noexcept {
     if (c >= 0x370 && c <= 0x3FF) {
         if (c >= 0x3B1 && c <= 0x3CB && c != 0x3C2) return c - 0x20;
         switch (c) {
-            case 0x3C2: return 0x3A3;
-            case 0x3AC: return 0x386;
-            case 0x3AD: case 0x3AE: case 0x3AF: return c - 0x25;
-            case 0x3CC: return 0x38C;
-            case 0x3CD: case 0x3CE: return c - 0x3F;
-            default: break;
+            case 0x3C2:
+                return 0x3A3;
+            case 0x3AC:
+                return 0x386;
+            case 0x3AD:
+            case 0x3AE:
+            case 0x3AF:
+                return c - 0x25;
+            case 0x3CC:
+                return 0x38C;
+            case 0x3CD:
+            case 0x3CE:
+                return c - 0x3F;
+            default:
+                break;
         }
         if (c >= 0x3D8 && c <= 0x3EF) return pairedUpper(c, true);
         return c;
@@ -280,11 +312,16 @@ LikePattern::LikePattern(std::string_view pattern) {
         literal_.clear();
         return;
     }
-    if (leading && first >= last && elements_.size() == 1) shortcut_ = Shortcut::All;
-    else if (leading && trailing) shortcut_ = Shortcut::Contains;
-    else if (leading) shortcut_ = Shortcut::Suffix;
-    else if (trailing) shortcut_ = Shortcut::Prefix;
-    else shortcut_ = Shortcut::Equals;
+    if (leading && first >= last && elements_.size() == 1)
+        shortcut_ = Shortcut::All;
+    else if (leading && trailing)
+        shortcut_ = Shortcut::Contains;
+    else if (leading)
+        shortcut_ = Shortcut::Suffix;
+    else if (trailing)
+        shortcut_ = Shortcut::Prefix;
+    else
+        shortcut_ = Shortcut::Equals;
 }
 
 bool LikePattern::matches(std::string_view text) const {
@@ -297,13 +334,18 @@ bool LikePattern::matches(std::string_view text) const {
 bool LikePattern::matchesFolded(std::string_view folded) const {
     if (!valid_) return false;
     switch (shortcut_) {
-        case Shortcut::All: return true;
+        case Shortcut::All:
+            return true;
         case Shortcut::Contains:
             return literal_.empty() || folded.find(literal_) != std::string_view::npos;
-        case Shortcut::Prefix: return folded.starts_with(literal_);
-        case Shortcut::Suffix: return folded.ends_with(literal_);
-        case Shortcut::Equals: return folded == literal_;
-        case Shortcut::None: break;
+        case Shortcut::Prefix:
+            return folded.starts_with(literal_);
+        case Shortcut::Suffix:
+            return folded.ends_with(literal_);
+        case Shortcut::Equals:
+            return folded == literal_;
+        case Shortcut::None:
+            break;
     }
     thread_local std::u32string chars;
     chars.clear();
@@ -315,8 +357,10 @@ bool LikePattern::matchesFolded(std::string_view folded) const {
 bool LikePattern::matchElements(std::u32string_view text) const {
     auto one = [](const Element& e, char32_t c) {
         switch (e.kind) {
-            case Kind::One: return true;
-            case Kind::Char: return e.ch == c;
+            case Kind::One:
+                return true;
+            case Kind::Char:
+                return e.ch == c;
             case Kind::Set: {
                 bool in = false;
                 for (const auto& [lo, hi] : e.ranges) {
@@ -327,7 +371,8 @@ bool LikePattern::matchElements(std::u32string_view text) const {
                 }
                 return in != e.negated;
             }
-            case Kind::AnyRun: break;
+            case Kind::AnyRun:
+                break;
         }
         return false;
     };
@@ -444,8 +489,8 @@ std::string formatGeneralDate(DateTime value) {
     } else if (midnight) {
         std::snprintf(buf, sizeof buf, "%d/%d/%d", t.month, t.day, t.year);
     } else {
-        std::snprintf(buf, sizeof buf, "%d/%d/%d %d:%02d:%02d %s", t.month, t.day, t.year, h12,
-                      t.minute, t.second, ampm);
+        std::snprintf(buf, sizeof buf, "%d/%d/%d %d:%02d:%02d %s", t.month, t.day, t.year, h12, t.minute,
+                      t.second, ampm);
     }
     return buf;
 }

@@ -31,7 +31,7 @@ int compareText(std::string_view a, std::string_view b);
 // A compiled LIKE pattern. Construction never fails: an unterminated "[" group or a descending
 // range makes a pattern that matches nothing.
 class LikePattern {
-public:
+  public:
     explicit LikePattern(std::string_view pattern);
 
     // Does `text` match, without regard to case? `text` need not be folded.
@@ -44,12 +44,12 @@ public:
         return valid_ && shortcut_ == Shortcut::Contains ? std::string_view(literal_) : std::string_view();
     }
 
-private:
+  private:
     enum class Kind : std::uint8_t { AnyRun, One, Char, Set };
     struct Element {
         Kind kind;
         bool negated = false;
-        char32_t ch = 0;                                      // Char (folded)
+        char32_t ch = 0;                                    // Char (folded)
         std::vector<std::pair<char32_t, char32_t>> ranges;  // Set (folded, inclusive)
     };
     bool matchElements(std::u32string_view text) const;

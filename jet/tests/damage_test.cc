@@ -144,7 +144,8 @@ TEST(Truncated, EveryLengthReadsOrFailsWithAJetError) {
                 (void)jettest::exerciseDatabase(file);
             } catch (const jet::Error& e) {
                 ++failures;
-                EXPECT_TRUE(e.number() == jet::errc::kCannotOpen || e.number() == jet::errc::kUnrecognizedFormat)
+                EXPECT_TRUE(e.number() == jet::errc::kCannotOpen ||
+                            e.number() == jet::errc::kUnrecognizedFormat)
                     << length << ": " << e.description();
             }
         }

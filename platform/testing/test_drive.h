@@ -6,10 +6,10 @@
 #include <memory>
 #include <string>
 
+#include "platform/faulty_filesystem.h"
 #include "platform/posix_filesystem.h"
 #include "platform/system.h"
 #include "platform/testing/fakes.h"
-#include "platform/faulty_filesystem.h"
 
 namespace qx::testing {
 

@@ -67,14 +67,16 @@ Figures summarize(std::vector<double> times) {
 
 // Wall time of one mdb-sql run of `sql` on `file`, and the number of output lines it printed.
 std::pair<double, std::size_t> timeMdbSql(const std::string& file, const std::string& sql) {
-    const std::string command = "printf '%s\\ngo\\n' \"" + sql + "\" | mdb-sql -HFP '" + file + "' 2>/dev/null";
+    const std::string command =
+        "printf '%s\\ngo\\n' \"" + sql + "\" | mdb-sql -HFP '" + file + "' 2>/dev/null";
     const auto t0 = Clock::now();
     FILE* pipe = ::popen(command.c_str(), "r");
     if (!pipe) return {-1, 0};
     std::size_t lines = 0;
     char buf[65536];
     std::size_t n;
-    while ((n = std::fread(buf, 1, sizeof buf, pipe)) > 0) lines += static_cast<std::size_t>(std::count(buf, buf + n, '\n'));
+    while ((n = std::fread(buf, 1, sizeof buf, pipe)) > 0)
+        lines += static_cast<std::size_t>(std::count(buf, buf + n, '\n'));
     const int status = ::pclose(pipe);
     const auto t1 = Clock::now();
     if (status != 0) return {-1, lines};
@@ -104,8 +106,16 @@ int main(int argc, char** argv) {
     qx::forms::FrmWarning warning(context);
     qx::forms::FrmCompress compress(context);
     qx::forms::ShellHooks hooks;
-    qx::forms::Program program{qx::Runtime{host.platform(), g}, screen, main, sm, details, gridSecurity,
-                               date, warning, compress, hooks};
+    qx::forms::Program program{qx::Runtime{host.platform(), g},
+                               screen,
+                               main,
+                               sm,
+                               details,
+                               gridSecurity,
+                               date,
+                               warning,
+                               compress,
+                               hooks};
     qx::search::wire(program);
 
     struct Sequence {
@@ -153,12 +163,13 @@ int main(int argc, char** argv) {
             const Figures f = summarize(times);
             const Figures fc = summarize(cpu);
             worstMedian = std::max(worstMedian, f.median);
-            std::printf("\n%s\n  statement: %s\n  whole-table bind: %.2f ms\n", s.name, statement.c_str(), ms(c0, c1));
+            std::printf("\n%s\n  statement: %s\n  whole-table bind: %.2f ms\n", s.name, statement.c_str(),
+                        ms(c0, c1));
             std::printf("  records: %d, rows shown: %zu\n", count, shown);
-            std::printf("  wall:      first run %.2f ms   median %.2f ms   p95 %.2f ms   (%zu runs)\n", f.first,
-                        f.median, f.p95, f.runs);
-            std::printf("  processor: first run %.2f ms   median %.2f ms   p95 %.2f ms\n", fc.first, fc.median,
-                        fc.p95);
+            std::printf("  wall:      first run %.2f ms   median %.2f ms   p95 %.2f ms   (%zu runs)\n",
+                        f.first, f.median, f.p95, f.runs);
+            std::printf("  processor: first run %.2f ms   median %.2f ms   p95 %.2f ms\n", fc.first,
+                        fc.median, fc.p95);
         }
     } catch (const qx::RuntimeError& e) {
         std::fprintf(stderr, "error %d: %s\n", e.number(), e.description().c_str());
@@ -183,6 +194,7 @@ int main(int argc, char** argv) {
     const double mdbMedian = mdbTimes[mdbTimes.size() / 2];
     std::printf("\nmdb-sql %s: median %.1f ms over %zu runs (%zu lines)\n", mdbSql.c_str(), mdbMedian,
                 mdbTimes.size(), lines);
-    std::printf("slowest sequence median vs mdb-sql: %.1f times faster\n", mdbMedian / std::max(worstMedian, 1e-3));
+    std::printf("slowest sequence median vs mdb-sql: %.1f times faster\n",
+                mdbMedian / std::max(worstMedian, 1e-3));
     return 0;
 }

@@ -26,11 +26,11 @@ struct Category {
 };
 
 const std::map<std::int16_t, Category> kCategories{
-    {0, {0, "Property", "PropertyID"}},      {1, {1, "Invoice", "InvoiceID"}},
-    {2, {2, "Assigned", "AssignedID"}},      {3, {3, "Client", "ClientID"}},
-    {4, {4, "ClientContact", "ContactID"}},  {5, {5, "ClientFee", "ClientFeeID"}},
-    {6, {6, "Appraiser", "AppraiserID"}},    {7, {7, "AppraiserFee", "AppraiserFeeID"}},
-    {8, {8, "FormTypes", "Form"}},           {9, {9, "Company", "CompanyName"}},
+    {0, {0, "Property", "PropertyID"}},     {1, {1, "Invoice", "InvoiceID"}},
+    {2, {2, "Assigned", "AssignedID"}},     {3, {3, "Client", "ClientID"}},
+    {4, {4, "ClientContact", "ContactID"}}, {5, {5, "ClientFee", "ClientFeeID"}},
+    {6, {6, "Appraiser", "AppraiserID"}},   {7, {7, "AppraiserFee", "AppraiserFeeID"}},
+    {8, {8, "FormTypes", "Form"}},          {9, {9, "Company", "CompanyName"}},
     {10, {10, "Users", "UserID"}},
 };
 
@@ -54,17 +54,24 @@ std::string jsonString(std::string_view s) {
 }
 
 class PeerCompareTest : public ::testing::Test, public testing::SearchProgram {
-protected:
+  protected:
     forms::TextBox& box(const std::string& name, int index) {
         forms::FrmMain& f = main;
         const std::map<std::string, forms::ControlArray<forms::TextBox>*> boxes{
-            {"txtFileNumber", &f.txtFileNumber}, {"txtAddress", &f.txtAddress},
-            {"txtCity", &f.txtCity},             {"txtState", &f.txtState},
-            {"txtZip", &f.txtZip},               {"txtInvoiceDate", &f.txtInvoiceDate},
-            {"txtCheckNum", &f.txtCheckNum},     {"txtAppraiser", &f.txtAppraiser},
-            {"txtClient", &f.txtClient},         {"txtContactName", &f.txtContactName},
-            {"txtEmail", &f.txtEmail},           {"txtPhoneNum", &f.txtPhoneNum},
-            {"txtFormType", &f.txtFormType},     {"txtCategory", &f.txtCategory},
+            {"txtFileNumber", &f.txtFileNumber},
+            {"txtAddress", &f.txtAddress},
+            {"txtCity", &f.txtCity},
+            {"txtState", &f.txtState},
+            {"txtZip", &f.txtZip},
+            {"txtInvoiceDate", &f.txtInvoiceDate},
+            {"txtCheckNum", &f.txtCheckNum},
+            {"txtAppraiser", &f.txtAppraiser},
+            {"txtClient", &f.txtClient},
+            {"txtContactName", &f.txtContactName},
+            {"txtEmail", &f.txtEmail},
+            {"txtPhoneNum", &f.txtPhoneNum},
+            {"txtFormType", &f.txtFormType},
+            {"txtCategory", &f.txtCategory},
         };
         return (*boxes.at(name))(index);
     }
@@ -77,14 +84,15 @@ protected:
     // %...%, the check number as typed over the three check columns.
     static std::string peerCase(const Case& c) {
         const Category& cat = kCategories.at(c.index);
-        std::string out = "{\"table\":" + jsonString(cat.table) + ",\"key\":" + jsonString(cat.key) + ",\"criteria\":[";
+        std::string out =
+            "{\"table\":" + jsonString(cat.table) + ",\"key\":" + jsonString(cat.key) + ",\"criteria\":[";
         bool first = true;
         for (const auto& t : c.typed) {
             if (vb::Trim(t.text).empty()) continue;
             if (!first) out += ",";
             first = false;
-            out += "{\"columns\":[" + jsonString(t.column) + "],\"pattern\":" +
-                   jsonString("%" + vb::UCase(vb::Trim(t.text)) + "%") + "}";
+            out += "{\"columns\":[" + jsonString(t.column) +
+                   "],\"pattern\":" + jsonString("%" + vb::UCase(vb::Trim(t.text)) + "%") + "}";
         }
         if (!vb::Trim(c.checkNumber).empty()) {
             if (!first) out += ",";
@@ -105,7 +113,8 @@ protected:
             out << "]";
         }
         const std::string command = "node " + std::string(QX_SOURCE_DIR) + "/search/tests/peer_search.mjs '" +
-                                    host.drive().host("KELDATA\\Office.mdb").string() + "' '" + casesFile.string() + "'";
+                                    host.drive().host("KELDATA\\Office.mdb").string() + "' '" +
+                                    casesFile.string() + "'";
         std::string output;
         FILE* pipe = ::popen(command.c_str(), "r");
         if (!pipe) return {};
@@ -122,7 +131,8 @@ protected:
             std::size_t at = line.find('\t');
             while (at != std::string::npos) {
                 const auto next = line.find('\t', at + 1);
-                keys.push_back(line.substr(at + 1, next == std::string::npos ? std::string::npos : next - at - 1));
+                keys.push_back(
+                    line.substr(at + 1, next == std::string::npos ? std::string::npos : next - at - 1));
                 at = next;
             }
             results.push_back(std::move(keys));
@@ -144,7 +154,8 @@ protected:
         while (keyAt < columns.size() && columns[keyAt] != cat.key) ++keyAt;
         EXPECT_LT(keyAt, columns.size());
         std::vector<std::string> keys;
-        for (std::size_t r = 0; r < main.grdData.rowCount(); ++r) keys.push_back(main.grdData.rowTexts(r).at(keyAt));
+        for (std::size_t r = 0; r < main.grdData.rowCount(); ++r)
+            keys.push_back(main.grdData.rowTexts(r).at(keyAt));
         return keys;
     }
 };
@@ -197,7 +208,9 @@ std::vector<Case> allCases() {
     add(4, {{"txtContactName", "Contact", "moore"}});
     add(4, {{"txtEmail", "Email", "@EXAMPLE"}});
     add(4, {{"txtPhoneNum", "Phone", "(5"}});
-    add(4, {{"txtClient", "Client", "a"}, {"txtContactName", "Contact", "e"}, {"txtEmail", "Email", "m"},
+    add(4, {{"txtClient", "Client", "a"},
+            {"txtContactName", "Contact", "e"},
+            {"txtEmail", "Email", "m"},
             {"txtPhoneNum", "Phone", "5"}});
     add(5, {{"txtClient", "Client", "first"}});
     add(5, {{"txtFormType", "Form", "1004c"}});
@@ -237,11 +250,16 @@ TEST_F(PeerCompareTest, AQuoteInAnyCategoryGivesTheSyntaxErrorOfTheTable) {
             main.searchTableName = cat.table;
             AdoConnectTableANDDatabase(program, cat.table, "office.mdb", g.dataDir);
             clearBoxes();
-            if (index == 1) box("txtCheckNum", 1).setText("o'b");
-            else if (index == 0 || index == 2) box("txtFileNumber", index).setText("o'b");
-            else if (index == 3 || index == 4 || index == 5) box("txtClient", index).setText("o'b");
-            else if (index == 6 || index == 7) box("txtAppraiser", index).setText("o'b");
-            else box("txtFormType", index).setText("o'b");
+            if (index == 1)
+                box("txtCheckNum", 1).setText("o'b");
+            else if (index == 0 || index == 2)
+                box("txtFileNumber", index).setText("o'b");
+            else if (index == 3 || index == 4 || index == 5)
+                box("txtClient", index).setText("o'b");
+            else if (index == 6 || index == 7)
+                box("txtAppraiser", index).setText("o'b");
+            else
+                box("txtFormType", index).setText("o'b");
             RunSearch(program, index);
             ADD_FAILURE() << "no error for category " << index;
         } catch (const RuntimeError& e) {

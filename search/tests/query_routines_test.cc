@@ -16,10 +16,11 @@ namespace qx::search {
 namespace {
 
 class SearchTest : public ::testing::Test, public testing::SearchProgram {
-protected:
+  protected:
     // Rows of `table` in the suite's Office.mdb whose `column` text contains `needle` exactly
     // (case and all), counted straight from the engine.
-    std::size_t countContaining(const std::string& table, const std::string& column, const std::string& needle) {
+    std::size_t countContaining(const std::string& table, const std::string& column,
+                                const std::string& needle) {
         const jet::Database db = jet::Database::open(host.drive().host("KELDATA\\Office.mdb"));
         const jet::Table t = db.openTable(table);
         const auto col = static_cast<std::size_t>(t.findColumn(column));
@@ -46,7 +47,6 @@ protected:
         }
         return {0, ""};
     }
-
 };
 
 // ---- Statements -----------------------------------------------------------------------------
@@ -59,19 +59,22 @@ TEST_F(SearchTest, TheExampleStatements) {
     EXPECT_EQ(BuildSearchSQL(main, "Property", 0),
               "SELECT * FROM Property WHERE UCASE(CITY) LIKE '%YORK%' AND UCASE(ZIP) LIKE '%12%'");
     main.txtCheckNum(1).setText("105");
-    EXPECT_EQ(BuildSearchSQL(main, "Invoice", 1),
-              "SELECT * FROM Invoice WHERE (check1 like '%105%' or check2 like '%105%' or check3 like '%105%')");
+    EXPECT_EQ(
+        BuildSearchSQL(main, "Invoice", 1),
+        "SELECT * FROM Invoice WHERE (check1 like '%105%' or check2 like '%105%' or check3 like '%105%')");
     main.txtFileNumber(1).setText("a7");
     EXPECT_EQ(BuildSearchSQL(main, "Invoice", 1),
               "SELECT * FROM Invoice WHERE UCASE(FILENUMBER) LIKE '%A7%'AND (check1 like '%105%' or check2 "
               "like '%105%' or check3 like '%105%')");
     main.txtPhoneNum(4).setText("555");
-    EXPECT_EQ(BuildSearchSQL(main, "ClientContact", 4), "SELECT * FROM ClientContact WHERE UCASE(PHONE) LIKE '%555%'");
+    EXPECT_EQ(BuildSearchSQL(main, "ClientContact", 4),
+              "SELECT * FROM ClientContact WHERE UCASE(PHONE) LIKE '%555%'");
 }
 
 TEST_F(SearchTest, FileNumberWithBlanksThenACity) {
     main.txtFileNumber(0).setText("ab 12 ");
-    EXPECT_EQ(BuildSearchSQL(main, "Property", 0), "SELECT * FROM Property WHERE UCASE(FILENUMBER) LIKE '%AB 12%'");
+    EXPECT_EQ(BuildSearchSQL(main, "Property", 0),
+              "SELECT * FROM Property WHERE UCASE(FILENUMBER) LIKE '%AB 12%'");
     main.txtCity(0).setText("york");
     EXPECT_EQ(BuildSearchSQL(main, "Property", 0),
               "SELECT * FROM Property WHERE UCASE(FILENUMBER) LIKE '%AB 12%' AND UCASE(CITY) LIKE '%YORK%'");
@@ -87,7 +90,8 @@ TEST_F(SearchTest, EveryCategoryNamesItsColumnsInOrder) {
               "SELECT * FROM Property WHERE UCASE(FILENUMBER) LIKE '%F%' AND UCASE(ADDRESS) LIKE '%A%' AND "
               "UCASE(CITY) LIKE '%C%' AND UCASE(ST) LIKE '%S%' AND UCASE(ZIP) LIKE '%Z%'");
     main.txtInvoiceDate(1).setText("11/20/2006");
-    EXPECT_EQ(BuildSearchSQL(main, "Invoice", 1), "SELECT * FROM Invoice WHERE UCASE(INVOICEDATE) LIKE '%11/20/2006%'");
+    EXPECT_EQ(BuildSearchSQL(main, "Invoice", 1),
+              "SELECT * FROM Invoice WHERE UCASE(INVOICEDATE) LIKE '%11/20/2006%'");
     main.txtFileNumber(2).setText("x");
     main.txtAppraiser(2).setText("y");
     EXPECT_EQ(BuildSearchSQL(main, "Assigned", 2),
@@ -106,7 +110,8 @@ TEST_F(SearchTest, EveryCategoryNamesItsColumnsInOrder) {
     EXPECT_EQ(BuildSearchSQL(main, "ClientFee", 5),
               "SELECT * FROM ClientFee WHERE UCASE(CLIENT) LIKE '%K%' AND UCASE(FORM) LIKE '%1004%'");
     main.txtAppraiser(6).setText("miller");
-    EXPECT_EQ(BuildSearchSQL(main, "Appraiser", 6), "SELECT * FROM Appraiser WHERE UCASE(APPRAISER) LIKE '%MILLER%'");
+    EXPECT_EQ(BuildSearchSQL(main, "Appraiser", 6),
+              "SELECT * FROM Appraiser WHERE UCASE(APPRAISER) LIKE '%MILLER%'");
     main.txtAppraiser(7).setText("j");
     main.txtFormType(7).setText("c");
     EXPECT_EQ(BuildSearchSQL(main, "AppraiserFee", 7),
@@ -131,7 +136,8 @@ TEST_F(SearchTest, BlanksAroundATextCriterionGoBlanksInsideStay) {
 }
 
 TEST_F(SearchTest, CheckNumberIsUsedExactlyAsTyped) {
-    EXPECT_EQ(LookAtChecks("", " 105"), "(check1 like '% 105%' or check2 like '% 105%' or check3 like '% 105%')");
+    EXPECT_EQ(LookAtChecks("", " 105"),
+              "(check1 like '% 105%' or check2 like '% 105%' or check3 like '% 105%')");
     EXPECT_EQ(LookAtChecks("", "ab "), "(check1 like '%ab %' or check2 like '%ab %' or check3 like '%ab %')");
     const std::string after = LookAtChecks("UCASE(FILENUMBER) LIKE '%A7%'", "105");
     EXPECT_EQ(after.substr(0, 38), "UCASE(FILENUMBER) LIKE '%A7%'AND (chec");
@@ -140,7 +146,8 @@ TEST_F(SearchTest, CheckNumberIsUsedExactlyAsTyped) {
 
 TEST_F(SearchTest, OrSqlWhereUsesOr) {
     EXPECT_EQ(ORSQLWhere("", "Zip", "1"), "UCASE(ZIP) LIKE '%1%'");
-    EXPECT_EQ(ORSQLWhere("UCASE(ZIP) LIKE '%1%'", "Zip", "2"), "UCASE(ZIP) LIKE '%1%' OR UCASE(ZIP) LIKE '%2%'");
+    EXPECT_EQ(ORSQLWhere("UCASE(ZIP) LIKE '%1%'", "Zip", "2"),
+              "UCASE(ZIP) LIKE '%1%' OR UCASE(ZIP) LIKE '%2%'");
     EXPECT_EQ(ORSQLWhere("a", "Zip", " "), "a");
 }
 
@@ -158,8 +165,9 @@ TEST_F(SearchTest, CompanyUsersAndUnknownIndexesGiveTheWholeTable) {
 TEST_F(SearchTest, ConnectBindsTheWholeTable) {
     choose("Property", 0);
     const AdoBinding& b = binding(program);
-    EXPECT_EQ(b.connectionString(),
-              "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=C:\\KELDATA\\office.mdb;Persist Security Info=False");
+    EXPECT_EQ(
+        b.connectionString(),
+        "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=C:\\KELDATA\\office.mdb;Persist Security Info=False");
     EXPECT_EQ(b.recordSource(), "Select * from Property");
     EXPECT_EQ(g.adoOpen, kVbTrue);
     const jet::Database db = jet::Database::open(host.drive().host("KELDATA\\Office.mdb"));
@@ -175,8 +183,9 @@ TEST_F(SearchTest, DirectoryWithoutBackslashGetsOneButTheCallersTextStays) {
     const std::string directory = "C:\\KELDATA";
     AdoConnectTableANDDatabase(program, "Client", "office.mdb", directory);
     EXPECT_EQ(directory, "C:\\KELDATA");
-    EXPECT_EQ(binding(program).connectionString(),
-              "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=C:\\KELDATA\\office.mdb;Persist Security Info=False");
+    EXPECT_EQ(
+        binding(program).connectionString(),
+        "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=C:\\KELDATA\\office.mdb;Persist Security Info=False");
     EXPECT_GT(binding(program).recordCount(), 0);
 }
 
@@ -208,10 +217,11 @@ TEST_F(SearchTest, BindingFailures) {
     };
     EXPECT_EQ(failure("Property", "nothere.mdb", "C:\\KELDATA"),
               std::make_pair(-2147467259, std::string("Could not find file 'C:\\KELDATA\\nothere.mdb'.")));
-    EXPECT_EQ(failure("Property", "office.mdb", "C:\\NOFOLDER"),
-              std::make_pair(-2147467259, std::string("'C:\\NOFOLDER\\office.mdb' is not a valid path.  Make sure "
-                                                      "that the path name is spelled correctly and that you are "
-                                                      "connected to the server on which the file resides.")));
+    EXPECT_EQ(
+        failure("Property", "office.mdb", "C:\\NOFOLDER"),
+        std::make_pair(-2147467259, std::string("'C:\\NOFOLDER\\office.mdb' is not a valid path.  Make sure "
+                                                "that the path name is spelled correctly and that you are "
+                                                "connected to the server on which the file resides.")));
     EXPECT_EQ(failure("Invoices", "office.mdb", "C:\\KELDATA").first, -2147217865);
     // A table whose name needs brackets cannot be opened with the plain statement.
     EXPECT_EQ(failure("Rates-2006", "office.mdb", "C:\\KELDATA"),

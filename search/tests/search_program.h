@@ -26,7 +26,15 @@ struct SearchProgram {
           date(context),
           warning(context),
           compress(context),
-          program{Runtime{host.platform(), g}, screen, main, sm, details, gridSecurity, date, warning, compress,
+          program{Runtime{host.platform(), g},
+                  screen,
+                  main,
+                  sm,
+                  details,
+                  gridSecurity,
+                  date,
+                  warning,
+                  compress,
                   hooks} {
         g.dataDir = "C:\\KELDATA\\";
         wire(program);

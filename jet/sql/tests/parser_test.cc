@@ -7,7 +7,9 @@
 namespace jet::sql {
 namespace {
 
-const SelectStatement& asSelect(const Statement& s) { return std::get<SelectStatement>(s); }
+const SelectStatement& asSelect(const Statement& s) {
+    return std::get<SelectStatement>(s);
+}
 
 // Runs the parser and returns the error it raises ("" when it accepts the statement).
 std::pair<std::int32_t, std::string> failure(std::string_view sql) {
@@ -114,7 +116,8 @@ TEST(Parser, ExpressionErrors) {
               "Syntax error (missing operator) in query expression ''.");
     EXPECT_EQ(failure("SELECT * FROM t WHERE a LIKE").second,
               "Syntax error (missing operator) in query expression 'a LIKE'.");
-    EXPECT_EQ(failure("SELECT * FROM t WHERE MID(a) = 'x'").second, "Undefined function 'MID' in expression.");
+    EXPECT_EQ(failure("SELECT * FROM t WHERE MID(a) = 'x'").second,
+              "Undefined function 'MID' in expression.");
     EXPECT_EQ(failure("SELECT * FROM t WHERE UCASE(a, b) = 'x'").second,
               "Wrong number of arguments used with function in query expression 'UCASE(a, b) = 'x''.");
 }

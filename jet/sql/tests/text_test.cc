@@ -20,7 +20,10 @@ TEST(Upper, LeavesEverythingElseAsItIs) {
     EXPECT_EQ(upper("ALREADY"), "ALREADY");
     EXPECT_EQ(upper(""), "");
     // A stray byte that is not UTF-8 comes out unchanged.
-    EXPECT_EQ(upper(std::string("a\xFF" "b")), std::string("A\xFF" "B"));
+    EXPECT_EQ(upper(std::string("a\xFF"
+                                "b")),
+              std::string("A\xFF"
+                          "B"));
 }
 
 TEST(CompareText, IgnoresCaseButNotAccents) {
@@ -30,7 +33,9 @@ TEST(CompareText, IgnoresCaseButNotAccents) {
     EXPECT_GT(compareText("b", "A"), 0);
 }
 
-bool like(std::string_view text, std::string_view pattern) { return LikePattern(pattern).matches(text); }
+bool like(std::string_view text, std::string_view pattern) {
+    return LikePattern(pattern).matches(text);
+}
 
 TEST(Like, PercentMatchesAnyRunAndUnderscoreOneCharacter) {
     EXPECT_TRUE(like("New York", "%YORK%"));
@@ -140,20 +145,31 @@ TEST(Like, AgreesWithAPlainReferenceOnRandomPatterns) {
         for (int i = static_cast<int>(next() % 7); i > 0; --i) text += letters[next() % letters.size()];
         for (int i = static_cast<int>(next() % 6); i > 0; --i) {
             switch (next() % 6) {
-                case 0: pattern += '%'; break;
-                case 1: pattern += '_'; break;
-                case 2: pattern += (next() % 2) ? "[ab]" : "[!a]"; break;
-                default: pattern += letters[next() % letters.size()]; break;
+                case 0:
+                    pattern += '%';
+                    break;
+                case 1:
+                    pattern += '_';
+                    break;
+                case 2:
+                    pattern += (next() % 2) ? "[ab]" : "[!a]";
+                    break;
+                default:
+                    pattern += letters[next() % letters.size()];
+                    break;
             }
         }
         const bool expected = referenceLike(text, pattern);
-        EXPECT_EQ(LikePattern(pattern).matches(text), expected) << "'" << text << "' LIKE '" << pattern << "'";
+        EXPECT_EQ(LikePattern(pattern).matches(text), expected)
+            << "'" << text << "' LIKE '" << pattern << "'";
         matched += expected ? 1 : 0;
     }
     EXPECT_GT(matched, 1000);
 }
 
-Value dateValue(double days) { return Value(ColumnType::DateTime, Value::Storage(DateTime{days})); }
+Value dateValue(double days) {
+    return Value(ColumnType::DateTime, Value::Storage(DateTime{days}));
+}
 
 TEST(ToText, DatesInTheUnitedStatesGeneralForm) {
     // 2006-11-20 is day 39041.

@@ -34,7 +34,9 @@ const Entry& entry(Failure failure) noexcept {
 
 }  // namespace
 
-std::int32_t errorNumber(Failure failure) noexcept { return entry(failure).number; }
+std::int32_t errorNumber(Failure failure) noexcept {
+    return entry(failure).number;
+}
 
 std::string errorText(Failure failure, std::string_view argument) {
     const std::string_view text = entry(failure).text;

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <limits>
 
+#include "platform/cp1252.h"
 #include "platform/errors.h"
 #include "platform/utf8.h"
 
@@ -16,37 +17,10 @@ using platform::utf8Length;
 using platform::utf8Offset;
 
 char32_t upper(char32_t c) {
-    if (c >= U'a' && c <= U'z') return c - 32;
-    if (c >= 0xE0 && c <= 0xFE && c != 0xF7) return c - 32;
-    switch (c) {
-        case 0x0161:
-            return 0x0160;
-        case 0x0153:
-            return 0x0152;
-        case 0x017E:
-            return 0x017D;
-        case 0x00FF:
-            return 0x0178;
-        default:
-            return c;
-    }
+    return platform::upperCp1252Letter(c);
 }
-
 char32_t lower(char32_t c) {
-    if (c >= U'A' && c <= U'Z') return c + 32;
-    if (c >= 0xC0 && c <= 0xDE && c != 0xD7) return c + 32;
-    switch (c) {
-        case 0x0160:
-            return 0x0161;
-        case 0x0152:
-            return 0x0153;
-        case 0x017D:
-            return 0x017E;
-        case 0x0178:
-            return 0x00FF;
-        default:
-            return c;
-    }
+    return platform::lowerCp1252Letter(c);
 }
 
 template <class F>

@@ -1,6 +1,8 @@
 #include "driver/driver.h"
 
+#include <algorithm>
 #include <charconv>
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <istream>
@@ -11,6 +13,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "assembly/subsystems.h"
@@ -31,26 +34,19 @@ namespace {
 
 // ---- Time arithmetic for the script clock ------------------------------------------------------
 
-// Days since 1970-01-01 of a civil date (proleptic Gregorian).
+// Days since 1970-01-01 of a civil date, and back (proleptic Gregorian, the standard library's
+// calendar, as the test clock's).
 std::int64_t daysFromCivil(std::int64_t y, unsigned m, unsigned d) {
-    y -= m <= 2;
-    const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
-    const auto yoe = static_cast<unsigned>(y - era * 400);
-    const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-    const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-    return era * 146097 + static_cast<std::int64_t>(doe) - 719468;
+    using namespace std::chrono;
+    return sys_days{year{static_cast<int>(y)} / month{m} / day{d}}.time_since_epoch().count();
 }
 
 void civilFromDays(std::int64_t z, int& y, int& m, int& d) {
-    z += 719468;
-    const std::int64_t era = (z >= 0 ? z : z - 146096) / 146097;
-    const auto doe = static_cast<unsigned>(z - era * 146097);
-    const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-    const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-    const unsigned mp = (5 * doy + 2) / 153;
-    d = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
-    m = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
-    y = static_cast<int>(static_cast<std::int64_t>(yoe) + era * 400 + (m <= 2));
+    using namespace std::chrono;
+    const year_month_day ymd{sys_days{days{z}}};
+    y = static_cast<int>(ymd.year());
+    m = static_cast<int>(static_cast<unsigned>(ymd.month()));
+    d = static_cast<int>(static_cast<unsigned>(ymd.day()));
 }
 
 platform::LocalTime addMilliseconds(const platform::LocalTime& t, std::int64_t ms) {
@@ -272,138 +268,60 @@ std::string intArray(const std::vector<int>& items) {
     return out + "]";
 }
 
-std::string describeControl(const forms::Control& c) {
-    using forms::ControlKind;
-    std::string out = "{\"control\":" + json::quote(c.path());
-    auto field = [&out](const char* key, const std::string& value) {
-        out += ",\"";
-        out += key;
-        out += "\":";
-        out += value;
-    };
-    switch (c.kind()) {
-        case ControlKind::Label: {
-            const auto& l = static_cast<const forms::Label&>(c);
-            field("caption", json::quote(l.caption()));
-            field("visible", boolean(l.visible()));
-            break;
-        }
-        case ControlKind::CommandButton: {
-            const auto& b = static_cast<const forms::CommandButton&>(c);
-            field("caption", json::quote(b.caption()));
-            field("visible", boolean(b.visible()));
-            field("enabled", boolean(b.enabled()));
-            break;
-        }
-        case ControlKind::CheckBox: {
-            const auto& b = static_cast<const forms::CheckBox&>(c);
-            field("value", std::to_string(b.value()));
-            field("caption", json::quote(b.caption()));
-            break;
-        }
-        case ControlKind::OptionButton: {
-            const auto& o = static_cast<const forms::OptionButton&>(c);
-            field("value", boolean(o.value()));
-            field("caption", json::quote(o.caption()));
-            field("visible", boolean(o.visible()));
-            break;
-        }
-        case ControlKind::Frame: {
-            const auto& f = static_cast<const forms::Frame&>(c);
-            field("caption", json::quote(f.caption()));
-            field("visible", boolean(f.visible()));
-            break;
-        }
-        case ControlKind::TextBox: {
-            const auto& t = static_cast<const forms::TextBox&>(c);
-            field("text", json::quote(t.text()));
-            field("visible", boolean(t.visible()));
-            break;
-        }
-        case ControlKind::ListBox: {
-            const auto& l = static_cast<const forms::ListBox&>(c);
-            field("items", json::stringArray(l.items()));
-            field("listIndex", std::to_string(l.listIndex()));
-            field("selected", intArray(l.selectedIndexes()));
-            field("visible", boolean(l.visible()));
-            break;
-        }
-        case ControlKind::DirListBox: {
-            const auto& d = static_cast<const forms::DirListBox&>(c);
-            field("path", json::quote(d.dirPath()));
-            field("items", json::stringArray(d.items()));
-            break;
-        }
-        case ControlKind::FileListBox: {
-            const auto& f = static_cast<const forms::FileListBox&>(c);
-            field("path", json::quote(f.dirPath()));
-            field("pattern", json::quote(f.pattern()));
-            field("items", json::stringArray(f.items()));
-            break;
-        }
-        case ControlKind::DriveListBox: {
-            const auto& d = static_cast<const forms::DriveListBox&>(c);
-            field("drive", json::quote(d.drive()));
-            field("items", json::stringArray(d.items()));
-            break;
-        }
-        case ControlKind::Grid: {
-            const auto& g = static_cast<const forms::Grid&>(c);
-            field("columns", json::stringArray(g.columns()));
-            std::string rows = "[";
-            for (std::size_t r = 0; r < g.rowCount(); ++r) {
-                if (r > 0) rows += ',';
-                rows += json::stringArray(g.rowTexts(r));
-            }
-            field("rows", rows + "]");
-            field("visible", boolean(g.visible()));
-            field("allowAddNew", boolean(g.allowAddNew()));
-            field("allowDelete", boolean(g.allowDelete()));
-            field("allowUpdate", boolean(g.allowUpdate()));
-            break;
-        }
-        case ControlKind::ProgressBar: {
-            const auto& p = static_cast<const forms::ProgressBar&>(c);
-            field("min", number(p.min()));
-            field("max", number(p.max()));
-            field("value", number(p.value()));
-            break;
-        }
-        case ControlKind::MenuItem: {
-            const auto& m = static_cast<const forms::MenuItem&>(c);
-            field("caption", json::quote(m.caption()));
-            field("checked", boolean(m.checked()));
-            field("visible", boolean(m.visible()));
-            break;
-        }
-        case ControlKind::Timer: {
-            const auto& t = static_cast<const forms::Timer&>(c);
-            field("interval", std::to_string(t.interval()));
-            field("enabled", boolean(t.enabled()));
-            break;
-        }
-        case ControlKind::Calendar: {
-            const auto& cal = static_cast<const forms::Calendar&>(c);
-            char buf[16];
-            std::snprintf(buf, sizeof buf, "%04d-%02d-%02d", cal.value().year, cal.value().month,
-                          cal.value().day);
-            field("value", json::quote(buf));
-            break;
-        }
-        case ControlKind::TabStrip: {
-            const auto& t = static_cast<const forms::TabStrip&>(c);
-            field("tab", std::to_string(t.tab()));
-            std::vector<std::string> captions;
-            for (int i = 0; i < t.tabCount(); ++i) captions.push_back(t.tabCaption(i));
-            field("captions", json::stringArray(captions));
-            break;
-        }
-        case ControlKind::Image:
-        case ControlKind::DataControl:
-            field("visible", boolean(c.visible()));
-            break;
+// A control's properties as one JSON object, {"control":PATH,"key":value,...}, in the order the
+// control describes them. A grid's rows are read a window at a time; with `range` (first row,
+// count) only those rows are printed, preceded by "firstRow" and the grid's whole "rowCount".
+class JsonProperties final : public forms::PropertyVisitor {
+  public:
+    JsonProperties(const std::string& path, std::optional<std::pair<std::size_t, std::size_t>> range)
+        : out_("{\"control\":" + json::quote(path)), range_(range) {}
+    std::string finish() { return out_ + "}"; }
+
+    void text(std::string_view name, const std::string& value) override { field(name, json::quote(value)); }
+    void flag(std::string_view name, bool value) override { field(name, boolean(value)); }
+    void integer(std::string_view name, std::int64_t value) override { field(name, std::to_string(value)); }
+    void real(std::string_view name, float value) override { field(name, number(value)); }
+    void texts(std::string_view name, const std::vector<std::string>& values) override {
+        field(name, json::stringArray(values));
     }
-    return out + "}";
+    void integers(std::string_view name, const std::vector<int>& values) override {
+        field(name, intArray(values));
+    }
+    void rows(std::string_view name, std::size_t count, const RowWindow& window) override {
+        constexpr std::size_t kWindow = 256;
+        std::size_t first = 0, end = count;
+        if (range_) {
+            first = std::min(range_->first, count);
+            end = first + std::min(range_->second, count - first);
+            field("firstRow", std::to_string(first));
+            field("rowCount", std::to_string(count));
+        }
+        std::string rows = "[";
+        for (std::size_t at = first; at < end; at += kWindow) {
+            for (const auto& row : window(at, std::min(kWindow, end - at))) {
+                if (rows.size() > 1) rows += ',';
+                rows += json::stringArray(row);
+            }
+        }
+        field(name, rows + "]");
+    }
+
+  private:
+    void field(std::string_view key, const std::string& value) {
+        out_ += ",\"";
+        out_ += key;
+        out_ += "\":";
+        out_ += value;
+    }
+    std::string out_;
+    std::optional<std::pair<std::size_t, std::size_t>> range_;
+};
+
+std::string describeControl(const forms::Control& c,
+                            std::optional<std::pair<std::size_t, std::size_t>> range = std::nullopt) {
+    JsonProperties out(c.path(), range);
+    c.describe(out);
+    return out.finish();
 }
 
 std::string describeForm(const forms::Form& f) {
@@ -458,6 +376,24 @@ class Driver {
     void event(const std::function<void()>& action);
     void advance(std::int64_t ms);
     void fault(const std::vector<Token>& t);
+    // The commands of a script line (see runLine).
+    void runRoot(const std::vector<Token>& t);
+    void runOs(const std::vector<Token>& t);
+    void runCmdline(const std::vector<Token>& t);
+    void runMemory(const std::vector<Token>& t);
+    void runNow(const std::vector<Token>& t);
+    void runAnswer(const std::vector<Token>& t);
+    void runStart(const std::vector<Token>& t);
+    void runClick(const std::vector<Token>& t);
+    void runDblclick(const std::vector<Token>& t);
+    void runKey(const std::vector<Token>& t);
+    void runType(const std::vector<Token>& t);
+    void runSelect(const std::vector<Token>& t);
+    void runTab(const std::vector<Token>& t);
+    void runDbltab(const std::vector<Token>& t);
+    void runAdvance(const std::vector<Token>& t);
+    void runClose(const std::vector<Token>& t);
+    void runPrint(const std::vector<Token>& t);
     // A folder named by a fault, as the program would name it; a script error when it is missing.
     std::string existingFolder(const Token& token) const;
 
@@ -633,145 +569,199 @@ void Driver::advance(std::int64_t ms) {
 
 bool Driver::runLine(const std::vector<Token>& t) {
     if (t.empty()) return true;
-    const std::string& command = t[0].text;
     if (t[0].quoted) throw ScriptError("a line starts with a command, not a string");
-
-    if (command == "root") {
-        expectArgs(t, 1, "root DIR");
-        requireNotStarted(command);
-        root_ = t[1].text;
-    } else if (command == "os") {
-        expectArgs(t, 4, "os MAJOR MINOR PLATFORMID \"SERVICEPACK\"");
-        requireNotStarted(command);
-        platform::OsVersionInfo v = platform::defaultVersionRecord();
-        v.dwMajorVersion = static_cast<std::uint32_t>(parseInteger(t[1], 0, 0xFFFFFFFFLL, "a major version"));
-        v.dwMinorVersion = static_cast<std::uint32_t>(parseInteger(t[2], 0, 0xFFFFFFFFLL, "a minor version"));
-        v.dwPlatformId = static_cast<std::uint32_t>(parseInteger(t[3], 0, 0xFFFFFFFFLL, "a platform id"));
-        if (!t[4].quoted) throw ScriptError("the service pack is a quoted string");
-        v.szCSDVersion = platform::csdField(t[4].text);
-        version_ = v;
-    } else if (command == "cmdline") {
-        expectArgs(t, 1, "cmdline \"ARGS\"");
-        requireNotStarted(command);
-        commandLine_ = t[1].text;
-    } else if (command == "memory") {
-        expectArgs(t, 7, "memory LOAD TOTALPHYS AVAILPHYS TOTALPAGE AVAILPAGE TOTALVIRTUAL AVAILVIRTUAL");
-        std::uint32_t f[7];
-        for (int i = 0; i < 7; ++i)
-            // Negative figures stand for the same 32 bits read signed (-1 is 0xFFFFFFFF).
-            f[i] = static_cast<std::uint32_t>(parseInteger(t[static_cast<std::size_t>(i) + 1], -2147483648LL,
-                                                           0xFFFFFFFFLL, "a 32-bit figure"));
-        platform::MemoryStatus m;
-        m.dwMemoryLoad = f[0];
-        m.dwTotalPhys = f[1];
-        m.dwAvailPhys = f[2];
-        m.dwTotalPageFile = f[3];
-        m.dwAvailPageFile = f[4];
-        m.dwTotalVirtual = f[5];
-        m.dwAvailVirtual = f[6];
-        memory_ = m;
-    } else if (command == "now") {
-        expectArgs(t, 1, "now YYYY-MM-DDTHH:MM:SS");
-        clock_.set(parseDateTime(t[1].text, true));
-    } else if (command == "answer") {
-        expectArgs(t, 1, "answer OK|Cancel|Abort|Retry|Ignore|Yes|No");
-        messages_.queue(parseAnswer(t[1]));
-    } else if (command == "fault") {
-        fault(t);
-    } else if (command == "start") {
-        expectArgs(t, 0, "start");
-        if (app_) throw ScriptError("start given twice");
-        start();
-        if (app_->ended()) emit("{\"exit\":true}");
-    } else if (command == "click") {
-        if (t.size() != 2 && t.size() != 3) throw ScriptError("usage: click CONTROL [\"YYYY-MM-DD\"]");
-        forms::Control& c = resolveControl(t[1]);
-        if (c.kind() == forms::ControlKind::Calendar) {
-            if (t.size() != 3) throw ScriptError("usage: click CALENDAR \"YYYY-MM-DD\"");
-            const auto d = parseDateTime(t[2].text, false);
-            auto& cal = static_cast<forms::Calendar&>(c);
-            gesture(c, [&cal, d] { return cal.userClickDate({d.year, d.month, d.day}); });
-        } else {
-            if (t.size() != 2) throw ScriptError("only a calendar click takes a date");
-            if (c.kind() == forms::ControlKind::TabStrip) throw ScriptError("use tab N for the tab strip");
-            gesture(c, [&c] { return c.userClick(); });
-        }
-    } else if (command == "dblclick") {
-        expectArgs(t, 1, "dblclick CONTROL");
-        forms::Control& c = resolveControl(t[1]);
-        gesture(c, [&c] { return c.userDblClick(); });
-    } else if (command == "key") {
-        expectArgs(t, 2, "key CONTROL CODE");
-        forms::Control& c = resolveControl(t[1]);
-        const int code = static_cast<int>(parseInteger(t[2], 0, 65535, "a character code"));
-        gesture(c, [&c, code] { return c.userKeyPress(code); });
-    } else if (command == "type" || command == "settext") {
-        expectArgs(t, 2, "type|settext CONTROL \"text\"");
-        forms::Control& c = resolveControl(t[1]);
-        if (!t[2].quoted) throw ScriptError("the text is a quoted string");
-        if (c.kind() != forms::ControlKind::TextBox) throw ScriptError(t[1].text + " is not a text box");
-        auto& box = static_cast<forms::TextBox&>(c);
-        const std::string text = t[2].text;
-        if (command == "type") {
-            gesture(c, [&box, text] { return box.userType(text); });
-        } else {
-            gesture(c, [&box, text] {
-                box.setText(text);
-                return true;
-            });
-        }
-    } else if (command == "select" || command == "selected") {
-        const bool mark = command == "selected";
-        expectArgs(t, mark ? 3 : 2, mark ? "selected CONTROL INDEX 0|1" : "select CONTROL INDEX");
-        forms::Control& c = resolveControl(t[1]);
-        auto* list = dynamic_cast<forms::ListBox*>(&c);
-        if (list == nullptr) throw ScriptError(t[1].text + " is not a list");
-        const int index = static_cast<int>(parseInteger(t[2], 0, 1 << 30, "a line index"));
-        if (static_cast<std::size_t>(index) >= list->listCount()) {
-            emit("{\"refused\":" + json::quote(c.path()) + ",\"reason\":\"it has no line " +
-                 std::to_string(index) + "\"}");
-            return true;
-        }
-        if (mark) {
-            const bool on = parseInteger(t[3], 0, 1, "0 or 1") == 1;
-            gesture(c, [list, index, on] {
-                list->setSelected(index, on);
-                return true;
-            });
-        } else {
-            gesture(c, [list, index] { return list->userSelect(index); });
-        }
-    } else if (command == "tab") {
-        expectArgs(t, 1, "tab N");
-        forms::TabStrip& strip = app().frmMain().SSTab1;
-        const int tab = static_cast<int>(parseInteger(t[1], 0, strip.tabCount() - 1, "a tab index"));
-        gesture(strip, [&strip, tab] { return strip.userSelectTab(tab); });
-    } else if (command == "dbltab") {
-        expectArgs(t, 0, "dbltab");
-        forms::TabStrip& strip = app().frmMain().SSTab1;
-        gesture(strip, [&strip] { return strip.userDblClick(); });
-    } else if (command == "advance") {
-        expectArgs(t, 1, "advance MS");
-        advance(parseInteger(t[1], 0, 1LL << 40, "milliseconds"));
-    } else if (command == "close") {
-        expectArgs(t, 1, "close FORM");
-        forms::Form& form = resolveForm(t[1]);
-        if (auto reason = formRefusal(form)) {
-            emit("{\"refused\":" + json::quote(form.name()) + ",\"reason\":" + json::quote(*reason) + "}");
-        } else {
-            event([this, &form] { app().closeForm(form); });
-        }
-    } else if (command == "print") {
-        expectArgs(t, 1, "print CONTROL|FORM");
-        if (t[1].text.find('.') == std::string::npos) {
-            emit(describeForm(resolveForm(t[1])));
-        } else {
-            emit(describeControl(resolveControl(t[1])));
-        }
-    } else {
-        throw ScriptError("unknown command '" + command + "'");
-    }
+    // The script's commands by their first word; each handler reads the rest of its line.
+    static const std::map<std::string_view, void (Driver::*)(const std::vector<Token>&)> kCommands{
+        {"root", &Driver::runRoot},         {"os", &Driver::runOs},         {"cmdline", &Driver::runCmdline},
+        {"memory", &Driver::runMemory},     {"now", &Driver::runNow},       {"answer", &Driver::runAnswer},
+        {"fault", &Driver::fault},          {"start", &Driver::runStart},   {"click", &Driver::runClick},
+        {"dblclick", &Driver::runDblclick}, {"key", &Driver::runKey},       {"type", &Driver::runType},
+        {"settext", &Driver::runType},      {"select", &Driver::runSelect}, {"selected", &Driver::runSelect},
+        {"tab", &Driver::runTab},           {"dbltab", &Driver::runDbltab}, {"advance", &Driver::runAdvance},
+        {"close", &Driver::runClose},       {"print", &Driver::runPrint},
+    };
+    const auto it = kCommands.find(t[0].text);
+    if (it == kCommands.end()) throw ScriptError("unknown command '" + t[0].text + "'");
+    (this->*it->second)(t);
     return !(app_ && app_->ended());
+}
+
+void Driver::runRoot(const std::vector<Token>& t) {
+    const std::string& command = t[0].text;
+    expectArgs(t, 1, "root DIR");
+    requireNotStarted(command);
+    root_ = t[1].text;
+}
+
+void Driver::runOs(const std::vector<Token>& t) {
+    const std::string& command = t[0].text;
+    expectArgs(t, 4, "os MAJOR MINOR PLATFORMID \"SERVICEPACK\"");
+    requireNotStarted(command);
+    platform::OsVersionInfo v = platform::defaultVersionRecord();
+    v.dwMajorVersion = static_cast<std::uint32_t>(parseInteger(t[1], 0, 0xFFFFFFFFLL, "a major version"));
+    v.dwMinorVersion = static_cast<std::uint32_t>(parseInteger(t[2], 0, 0xFFFFFFFFLL, "a minor version"));
+    v.dwPlatformId = static_cast<std::uint32_t>(parseInteger(t[3], 0, 0xFFFFFFFFLL, "a platform id"));
+    if (!t[4].quoted) throw ScriptError("the service pack is a quoted string");
+    v.szCSDVersion = platform::csdField(t[4].text);
+    version_ = v;
+}
+
+void Driver::runCmdline(const std::vector<Token>& t) {
+    const std::string& command = t[0].text;
+    expectArgs(t, 1, "cmdline \"ARGS\"");
+    requireNotStarted(command);
+    commandLine_ = t[1].text;
+}
+
+void Driver::runMemory(const std::vector<Token>& t) {
+    expectArgs(t, 7, "memory LOAD TOTALPHYS AVAILPHYS TOTALPAGE AVAILPAGE TOTALVIRTUAL AVAILVIRTUAL");
+    std::uint32_t f[7];
+    for (int i = 0; i < 7; ++i)
+        // Negative figures stand for the same 32 bits read signed (-1 is 0xFFFFFFFF).
+        f[i] = static_cast<std::uint32_t>(
+            parseInteger(t[static_cast<std::size_t>(i) + 1], -2147483648LL, 0xFFFFFFFFLL, "a 32-bit figure"));
+    platform::MemoryStatus m;
+    m.dwMemoryLoad = f[0];
+    m.dwTotalPhys = f[1];
+    m.dwAvailPhys = f[2];
+    m.dwTotalPageFile = f[3];
+    m.dwAvailPageFile = f[4];
+    m.dwTotalVirtual = f[5];
+    m.dwAvailVirtual = f[6];
+    memory_ = m;
+}
+
+void Driver::runNow(const std::vector<Token>& t) {
+    expectArgs(t, 1, "now YYYY-MM-DDTHH:MM:SS");
+    clock_.set(parseDateTime(t[1].text, true));
+}
+
+void Driver::runAnswer(const std::vector<Token>& t) {
+    expectArgs(t, 1, "answer OK|Cancel|Abort|Retry|Ignore|Yes|No");
+    messages_.queue(parseAnswer(t[1]));
+}
+
+void Driver::runStart(const std::vector<Token>& t) {
+    expectArgs(t, 0, "start");
+    if (app_) throw ScriptError("start given twice");
+    start();
+    if (app_->ended()) emit("{\"exit\":true}");
+}
+
+void Driver::runClick(const std::vector<Token>& t) {
+    if (t.size() != 2 && t.size() != 3) throw ScriptError("usage: click CONTROL [\"YYYY-MM-DD\"]");
+    forms::Control& c = resolveControl(t[1]);
+    if (c.kind() == forms::ControlKind::Calendar) {
+        if (t.size() != 3) throw ScriptError("usage: click CALENDAR \"YYYY-MM-DD\"");
+        const auto d = parseDateTime(t[2].text, false);
+        auto& cal = static_cast<forms::Calendar&>(c);
+        gesture(c, [&cal, d] { return cal.userClickDate({d.year, d.month, d.day}); });
+    } else {
+        if (t.size() != 2) throw ScriptError("only a calendar click takes a date");
+        if (c.kind() == forms::ControlKind::TabStrip) throw ScriptError("use tab N for the tab strip");
+        gesture(c, [&c] { return c.userClick(); });
+    }
+}
+
+void Driver::runDblclick(const std::vector<Token>& t) {
+    expectArgs(t, 1, "dblclick CONTROL");
+    forms::Control& c = resolveControl(t[1]);
+    gesture(c, [&c] { return c.userDblClick(); });
+}
+
+void Driver::runKey(const std::vector<Token>& t) {
+    expectArgs(t, 2, "key CONTROL CODE");
+    forms::Control& c = resolveControl(t[1]);
+    const int code = static_cast<int>(parseInteger(t[2], 0, 65535, "a character code"));
+    gesture(c, [&c, code] { return c.userKeyPress(code); });
+}
+
+void Driver::runType(const std::vector<Token>& t) {
+    const std::string& command = t[0].text;
+    expectArgs(t, 2, "type|settext CONTROL \"text\"");
+    forms::Control& c = resolveControl(t[1]);
+    if (!t[2].quoted) throw ScriptError("the text is a quoted string");
+    if (c.kind() != forms::ControlKind::TextBox) throw ScriptError(t[1].text + " is not a text box");
+    auto& box = static_cast<forms::TextBox&>(c);
+    const std::string text = t[2].text;
+    if (command == "type") {
+        gesture(c, [&box, text] { return box.userType(text); });
+    } else {
+        gesture(c, [&box, text] {
+            box.setText(text);
+            return true;
+        });
+    }
+}
+
+void Driver::runSelect(const std::vector<Token>& t) {
+    const std::string& command = t[0].text;
+    const bool mark = command == "selected";
+    expectArgs(t, mark ? 3 : 2, mark ? "selected CONTROL INDEX 0|1" : "select CONTROL INDEX");
+    forms::Control& c = resolveControl(t[1]);
+    auto* list = dynamic_cast<forms::ListBox*>(&c);
+    if (list == nullptr) throw ScriptError(t[1].text + " is not a list");
+    const int index = static_cast<int>(parseInteger(t[2], 0, 1 << 30, "a line index"));
+    if (static_cast<std::size_t>(index) >= list->listCount()) {
+        emit("{\"refused\":" + json::quote(c.path()) + ",\"reason\":\"it has no line " +
+             std::to_string(index) + "\"}");
+        return;
+    }
+    if (mark) {
+        const bool on = parseInteger(t[3], 0, 1, "0 or 1") == 1;
+        gesture(c, [list, index, on] {
+            list->setSelected(index, on);
+            return true;
+        });
+    } else {
+        gesture(c, [list, index] { return list->userSelect(index); });
+    }
+}
+
+void Driver::runTab(const std::vector<Token>& t) {
+    expectArgs(t, 1, "tab N");
+    forms::TabStrip& strip = app().frmMain().SSTab1;
+    const int tab = static_cast<int>(parseInteger(t[1], 0, strip.tabCount() - 1, "a tab index"));
+    gesture(strip, [&strip, tab] { return strip.userSelectTab(tab); });
+}
+
+void Driver::runDbltab(const std::vector<Token>& t) {
+    expectArgs(t, 0, "dbltab");
+    forms::TabStrip& strip = app().frmMain().SSTab1;
+    gesture(strip, [&strip] { return strip.userDblClick(); });
+}
+
+void Driver::runAdvance(const std::vector<Token>& t) {
+    expectArgs(t, 1, "advance MS");
+    advance(parseInteger(t[1], 0, 1LL << 40, "milliseconds"));
+}
+
+void Driver::runClose(const std::vector<Token>& t) {
+    expectArgs(t, 1, "close FORM");
+    forms::Form& form = resolveForm(t[1]);
+    if (auto reason = formRefusal(form)) {
+        emit("{\"refused\":" + json::quote(form.name()) + ",\"reason\":" + json::quote(*reason) + "}");
+    } else {
+        event([this, &form] { app().closeForm(form); });
+    }
+}
+
+void Driver::runPrint(const std::vector<Token>& t) {
+    if (t.size() == 4) {
+        // print GRID FIRST COUNT: a window of a large grid's rows.
+        forms::Control& c = resolveControl(t[1]);
+        if (c.kind() != forms::ControlKind::Grid) throw ScriptError(t[1].text + " is not a grid");
+        const auto first = static_cast<std::size_t>(parseInteger(t[2], 0, 1LL << 40, "a first row"));
+        const auto count = static_cast<std::size_t>(parseInteger(t[3], 0, 1LL << 40, "a row count"));
+        emit(describeControl(c, std::make_pair(first, count)));
+        return;
+    }
+    expectArgs(t, 1, "print CONTROL|FORM | print GRID FIRST COUNT");
+    if (t[1].text.find('.') == std::string::npos) {
+        emit(describeForm(resolveForm(t[1])));
+    } else {
+        emit(describeControl(resolveControl(t[1])));
+    }
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 //   actions:       click CONTROL ["YYYY-MM-DD" for a calendar] | dblclick CONTROL | key CONTROL CODE
 //                  type CONTROL "text" | settext CONTROL "text" | select CONTROL INDEX
 //                  selected CONTROL INDEX 0|1 | tab N | dbltab | advance MS | close FORM
-//   print CONTROL | print FORM
+//   print CONTROL | print FORM | print GRID FIRST COUNT   (rows FIRST .. FIRST+COUNT-1 only)
 //
 // Output, in the order things happen:
 //   {"msgbox":{"title":T,"text":X,"buttons":B,"icon":I},"answer":A}

@@ -1,49 +1,16 @@
 #include "driver/json.h"
 
 #include <cstdint>
-#include <cstdio>
+
+#include "output/json_export.h"
+#include "platform/utf8.h"
 
 namespace qx::driver::json {
 
 std::string quote(std::string_view text) {
     std::string out;
     out.reserve(text.size() + 2);
-    out += '"';
-    for (char c : text) {
-        switch (c) {
-            case '"':
-                out += "\\\"";
-                break;
-            case '\\':
-                out += "\\\\";
-                break;
-            case '\n':
-                out += "\\n";
-                break;
-            case '\r':
-                out += "\\r";
-                break;
-            case '\t':
-                out += "\\t";
-                break;
-            case '\b':
-                out += "\\b";
-                break;
-            case '\f':
-                out += "\\f";
-                break;
-            default:
-                if (static_cast<unsigned char>(c) < 0x20) {
-                    char buf[8];
-                    std::snprintf(buf, sizeof buf, "\\u%04x",
-                                  static_cast<unsigned>(static_cast<unsigned char>(c)));
-                    out += buf;
-                } else {
-                    out += c;
-                }
-        }
-    }
-    out += '"';
+    jet::json::appendString(out, text);
     return out;
 }
 
@@ -58,24 +25,6 @@ std::string stringArray(const std::vector<std::string>& items) {
 }
 
 namespace {
-
-void appendUtf8(std::string& out, std::uint32_t cp) {
-    if (cp < 0x80) {
-        out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
-}
 
 std::optional<std::uint32_t> hex4(std::string_view text, std::size_t pos) {
     if (pos + 4 > text.size()) return std::nullopt;
@@ -155,7 +104,7 @@ std::optional<std::string> readString(std::string_view text, std::size_t& pos) {
                 } else if (*cp >= 0xDC00 && *cp <= 0xDFFF) {
                     return std::nullopt;
                 }
-                appendUtf8(out, *cp);
+                platform::appendUtf8(out, *cp);
                 break;
             }
             default:

@@ -1,5 +1,7 @@
 #include "platform/utf8.h"
 
+#include "platform/cp1252.h"
+
 namespace qx::platform {
 
 char32_t decodeUtf8(std::string_view text, std::size_t& pos) {
@@ -76,23 +78,6 @@ std::size_t utf8Offset(std::string_view text, std::size_t chars) {
 namespace qx::platform {
 namespace {
 
-char32_t foldOne(char32_t c) {
-    if (c >= U'a' && c <= U'z') return c - 32;
-    if (c >= 0xE0 && c <= 0xFE && c != 0xF7) return c - 32;
-    switch (c) {
-        case 0x0161:
-            return 0x0160;
-        case 0x0153:
-            return 0x0152;
-        case 0x017E:
-            return 0x017D;
-        case 0x00FF:
-            return 0x0178;
-        default:
-            return c;
-    }
-}
-
 bool globMatch(const std::u32string& s, const std::u32string& p) {
     // Iterative glob with single-star backtracking: linear in practice, never exponential.
     std::size_t si = 0, pi = 0, starP = std::u32string::npos, starS = 0;
@@ -122,7 +107,7 @@ std::u32string foldForCompare(std::string_view text) {
         const std::size_t start = i;
         char32_t c = decodeUtf8(text, i);
         if (c == kInvalidUtf8) c = 0xDC00 + static_cast<unsigned char>(text[start]);  // keeps it distinct
-        out.push_back(foldOne(c));
+        out.push_back(upperCp1252Letter(c));
     }
     return out;
 }

@@ -23,5 +23,8 @@ ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:ha
 echo "== short fuzz run"
 bash scripts/fuzz.sh 60
 
+echo "== include layers (README.md, Layout)"
+bash scripts/check-layers.sh
+
 echo "== format (.clang-format, clang-format 14)"
 bash scripts/check-format.sh

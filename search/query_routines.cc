@@ -23,29 +23,15 @@ const std::string& boxText(const forms::ControlArray<forms::TextBox>& boxes, int
     return boxes(index).text();
 }
 
-// The data control's Refresh: the binding re-opens, and every grid bound to the control takes up
-// the new recordset, as bound grids do when their data control refreshes.
-void refreshDataControl(forms::Program& program) {
-    forms::FrmMain& f = program.frmMain;
-    AdoBinding& b = binding(program);
-    try {
-        b.refresh();
-    } catch (...) {
-        for (forms::Grid* grid : {&f.grdListing, &f.grdData})
-            if (grid->dataSource() == &f.adodata) grid->refresh();
-        throw;
-    }
-    for (forms::Grid* grid : {&f.grdListing, &f.grdData})
-        if (grid->dataSource() == &f.adodata) grid->rebind();
-}
-
 }  // namespace
 
-std::string AddSQLWhere(const std::string& InputStr, const std::string& fieldname, const std::string& TextBox) {
+std::string AddSQLWhere(const std::string& InputStr, const std::string& fieldname,
+                        const std::string& TextBox) {
     return appendCriterion(InputStr, fieldname, TextBox, " AND ");
 }
 
-std::string ORSQLWhere(const std::string& InputStr, const std::string& fieldname, const std::string& TextBox) {
+std::string ORSQLWhere(const std::string& InputStr, const std::string& fieldname,
+                       const std::string& TextBox) {
     return appendCriterion(InputStr, fieldname, TextBox, " OR ");
 }
 
@@ -65,45 +51,12 @@ std::string BuildSearchSQL(const forms::FrmMain& form, const std::string& TableN
     if (i >= 0 && i < forms::FrmMain::kSearchCategories) {
         for (const auto& c : forms::searchCategories()[static_cast<std::size_t>(i)].criteria) {
             const std::string& text = boxText(form.*c.box, i);
-            where = c.column.empty() ? LookAtChecks(where, text) : AddSQLWhere(where, std::string(c.column), text);
+            where = c.column.empty() ? LookAtChecks(where, text)
+                                     : AddSQLWhere(where, std::string(c.column), text);
         }
     }
     if (!vb::Trim(where).empty()) return "SELECT * FROM " + TableName + " WHERE " + where;
     return "SELECT * FROM " + TableName;
-}
-
-AdoBinding& binding(forms::Program& program) {
-    forms::DataControl& control = program.frmMain.adodata;
-    if (auto* existing = dynamic_cast<AdoBinding*>(control.binding())) return *existing;
-    auto made = std::make_shared<AdoBinding>(program.rt.os.fs);
-    AdoBinding& ref = *made;
-    control.setBinding(std::move(made));
-    return ref;
-}
-
-void AdoConnectTableANDDatabase(forms::Program& program, const std::string& TableName,
-                                const std::string& DatabaseName, const std::string& Directory) {
-    forms::FrmMain& f = program.frmMain;
-    f.fraSearch(0).setVisible(true);
-    // The caller's directory is not changed: the backslash goes on a copy.
-    std::string directory = Directory;
-    CkRSlash(program.rt, directory);
-    AdoBinding& b = binding(program);
-    b.setConnectionString(std::string(kConnectPrefix) + directory + DatabaseName + std::string(kConnectSuffix));
-    b.setRecordSource("Select * from " + TableName);
-    refreshDataControl(program);
-    program.rt.g.adoOpen = kVbTrue;
-}
-
-void AdoConnectTable(forms::Program& program, const std::string& TableName) {
-    AdoConnectTableANDDatabase(program, TableName, "office.mdb", program.rt.g.dataDir);
-}
-
-void CloseADOifOpen(forms::Program& program, forms::Grid& GridName) {
-    if (program.rt.g.adoOpen == kVbFalse) return;
-    binding(program).closeRecordset();
-    GridName.close();
-    program.rt.g.adoOpen = kVbFalse;
 }
 
 void RunSearch(forms::Program& program, std::int16_t Index) {
@@ -111,7 +64,7 @@ void RunSearch(forms::Program& program, std::int16_t Index) {
     program.screen.setMousePointer(11);
     const std::string statement = BuildSearchSQL(f, f.searchTableName, Index);
     binding(program).setRecordSource(statement);
-    refreshDataControl(program);
+    shell::refreshDataControl(program);
     f.grdData.refresh();
     program.screen.setMousePointer(0);
 }

@@ -4,9 +4,8 @@
 
 namespace qx::search {
 
-void wire(forms::Program& program) {
-    binding(program);
-    program.hooks.closeAdoIfOpen = [&program](forms::Grid& grid) { CloseADOifOpen(program, grid); };
+void wire([[maybe_unused]] forms::Program& program) {
+    // The category options and the criteria boxes get their handlers here with the search tab.
 }
 
 }  // namespace qx::search

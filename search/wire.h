@@ -1,5 +1,4 @@
-// Wiring of the search subsystem into the program: the binding object behind frmMain.adodata and
-// the shell's CloseADOifOpen hook.
+// Wiring of the search subsystem into the program: the handlers of the "Database Search" tab.
 #pragma once
 
 #include "shell/program.h"

@@ -4,6 +4,7 @@
 
 #include "common/modmaster.h"
 #include "config/config.h"
+#include "shell/data_control.h"
 
 #ifndef QX_VERSION_MAJOR
 #error "the build gives the tool's version numbers (QX_VERSION_MAJOR, _MINOR, _REVISION)"
@@ -42,6 +43,7 @@ Application::Application(platform::Platform& os, Version version, const Wiring& 
     // The shared routines set the screen's pointer through the program-wide state.
     globals_.onScreenMousePointer = [this](int pointer) { screen_.setMousePointer(pointer); };
     wireShell();
+    hooks_.closeAdoIfOpen = [this](forms::Grid& grid) { CloseADOifOpen(*program_, grid); };
     if (wireSubsystems) wireSubsystems(*program_);
 }
 

@@ -1,54 +1,14 @@
 #include "shell/controls.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <utility>
 
 #include "platform/errors.h"
+#include "platform/utf8.h"
 #include "shell/form.h"
 
 namespace qx::forms {
-
-std::string_view kindName(ControlKind kind) {
-    switch (kind) {
-        case ControlKind::Label:
-            return "label";
-        case ControlKind::CommandButton:
-            return "button";
-        case ControlKind::CheckBox:
-            return "checkbox";
-        case ControlKind::OptionButton:
-            return "option";
-        case ControlKind::Frame:
-            return "frame";
-        case ControlKind::TextBox:
-            return "textbox";
-        case ControlKind::ListBox:
-            return "listbox";
-        case ControlKind::DirListBox:
-            return "dirlist";
-        case ControlKind::FileListBox:
-            return "filelist";
-        case ControlKind::DriveListBox:
-            return "drivelist";
-        case ControlKind::Grid:
-            return "grid";
-        case ControlKind::ProgressBar:
-            return "progressbar";
-        case ControlKind::MenuItem:
-            return "menu";
-        case ControlKind::Timer:
-            return "timer";
-        case ControlKind::Image:
-            return "image";
-        case ControlKind::Calendar:
-            return "calendar";
-        case ControlKind::TabStrip:
-            return "tabstrip";
-        case ControlKind::DataControl:
-            return "datacontrol";
-    }
-    return "control";
-}
 
 void raiseMissingArrayElement(int index) {
     qx::raise(kErrControlArrayElementMissing,
@@ -308,24 +268,6 @@ void TextBox::setText(std::string text) {
 
 namespace {
 
-void appendUtf8(std::string& out, std::uint32_t cp) {
-    if (cp < 0x80) {
-        out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
-}
-
 // Removes the last UTF-8 character (not byte) of `text`.
 void dropLastCharacter(std::string& text) {
     if (text.empty()) return;
@@ -378,7 +320,7 @@ bool TextBox::userKeyPress(int code) {
     } else if (keyAscii < 32) {
         return true;  // Enter, Tab and other control keys put nothing into a one-line box
     } else {
-        appendUtf8(next, static_cast<std::uint16_t>(keyAscii));
+        platform::appendUtf8(next, static_cast<std::uint16_t>(keyAscii));
     }
     setText(std::move(next));
     return true;
@@ -679,6 +621,11 @@ std::vector<std::string> Grid::rowTexts(std::size_t row) const {
     return source_->rowTexts(row);
 }
 
+std::vector<std::vector<std::string>> Grid::rowWindow(std::size_t first, std::size_t count) const {
+    if (first >= rowCount()) return {};
+    return source_->rowWindow(first, count);
+}
+
 void Grid::setAllowAddNew(bool allow) {
     if (allowAddNew_ == allow) return;
     allowAddNew_ = allow;
@@ -720,6 +667,9 @@ std::size_t DataControl::rowCount() const {
 }
 std::vector<std::string> DataControl::rowTexts(std::size_t row) const {
     return isOpen() ? binding_->rowTexts(row) : std::vector<std::string>{};
+}
+std::vector<std::vector<std::string>> DataControl::rowWindow(std::size_t first, std::size_t count) const {
+    return isOpen() ? binding_->rowWindow(first, count) : std::vector<std::vector<std::string>>{};
 }
 
 // ---- ProgressBar ------------------------------------------------------------------------------
@@ -858,6 +808,110 @@ void TabStrip::captureDesign() {
 void TabStrip::restoreDesign() {
     tab_ = designTab_;
     Control::restoreDesign();
+}
+
+}  // namespace qx::forms
+
+// ---- What each kind shows -----------------------------------------------------------------------
+
+namespace qx::forms {
+
+void Control::describe(PropertyVisitor& v) const {
+    v.flag("visible", visible());
+}
+
+void Label::describe(PropertyVisitor& v) const {
+    v.text("caption", caption());
+    v.flag("visible", visible());
+}
+
+void Frame::describe(PropertyVisitor& v) const {
+    v.text("caption", caption());
+    v.flag("visible", visible());
+}
+
+void CommandButton::describe(PropertyVisitor& v) const {
+    v.text("caption", caption());
+    v.flag("visible", visible());
+    v.flag("enabled", enabled());
+}
+
+void CheckBox::describe(PropertyVisitor& v) const {
+    v.integer("value", value());
+    v.text("caption", caption());
+}
+
+void OptionButton::describe(PropertyVisitor& v) const {
+    v.flag("value", value());
+    v.text("caption", caption());
+    v.flag("visible", visible());
+}
+
+void TextBox::describe(PropertyVisitor& v) const {
+    v.text("text", text());
+    v.flag("visible", visible());
+}
+
+void ListBox::describe(PropertyVisitor& v) const {
+    v.texts("items", items());
+    v.integer("listIndex", listIndex());
+    v.integers("selected", selectedIndexes());
+    v.flag("visible", visible());
+}
+
+void DirListBox::describe(PropertyVisitor& v) const {
+    v.text("path", dirPath());
+    v.texts("items", items());
+}
+
+void FileListBox::describe(PropertyVisitor& v) const {
+    v.text("path", dirPath());
+    v.text("pattern", pattern());
+    v.texts("items", items());
+}
+
+void DriveListBox::describe(PropertyVisitor& v) const {
+    v.text("drive", drive());
+    v.texts("items", items());
+}
+
+void Grid::describe(PropertyVisitor& v) const {
+    v.texts("columns", columns());
+    v.rows("rows", rowCount(), [this](std::size_t first, std::size_t n) { return rowWindow(first, n); });
+    v.flag("visible", visible());
+    v.flag("allowAddNew", allowAddNew());
+    v.flag("allowDelete", allowDelete());
+    v.flag("allowUpdate", allowUpdate());
+}
+
+void ProgressBar::describe(PropertyVisitor& v) const {
+    v.real("min", min());
+    v.real("max", max());
+    v.real("value", value());
+}
+
+void MenuItem::describe(PropertyVisitor& v) const {
+    v.text("caption", caption());
+    v.flag("checked", checked());
+    v.flag("visible", visible());
+}
+
+void Timer::describe(PropertyVisitor& v) const {
+    v.integer("interval", interval());
+    v.flag("enabled", enabled());
+}
+
+void Calendar::describe(PropertyVisitor& v) const {
+    char buf[16];
+    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d", value().year, value().month, value().day);
+    v.text("value", buf);
+}
+
+void TabStrip::describe(PropertyVisitor& v) const {
+    v.integer("tab", tab());
+    std::vector<std::string> captions;
+    for (int i = 0; i < tabCount(); ++i) captions.push_back(tabCaption(i));
+    v.texts("captions", captions);
 }
 
 }  // namespace qx::forms

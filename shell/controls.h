@@ -29,6 +29,7 @@
 #include <string_view>
 #include <vector>
 
+#include "ado/row_source.h"
 #include "common/listmodel.h"
 #include "platform/system.h"
 #include "shell/notifier.h"
@@ -58,8 +59,23 @@ enum class ControlKind {
     DataControl,
 };
 
-// "label", "button", "checkbox", ... (stable names for views and transcripts).
-std::string_view kindName(ControlKind kind);
+// A control's properties as a view shows them, one call per property, in the order of
+// Control::describe. The script driver prints them; a new kind of control describes itself and
+// every view that lists properties shows it without a change.
+class PropertyVisitor {
+  public:
+    virtual ~PropertyVisitor() = default;
+    virtual void text(std::string_view name, const std::string& value) = 0;
+    virtual void flag(std::string_view name, bool value) = 0;
+    virtual void integer(std::string_view name, std::int64_t value) = 0;
+    virtual void real(std::string_view name, float value) = 0;
+    virtual void texts(std::string_view name, const std::vector<std::string>& values) = 0;
+    virtual void integers(std::string_view name, const std::vector<int>& values) = 0;
+    // Rows of texts, `count` of them, read by window: window(first, n) gives rows first ..
+    // first + n - 1 (and raises what reading them raises).
+    using RowWindow = std::function<std::vector<std::vector<std::string>>(std::size_t first, std::size_t n)>;
+    virtual void rows(std::string_view name, std::size_t count, const RowWindow& window) = 0;
+};
 
 // Mouse pointer values of the screen and of a form.
 inline constexpr int kPointerDefault = 0;
@@ -83,6 +99,9 @@ class Control {
     Control& operator=(const Control&) = delete;
 
     virtual ControlKind kind() const = 0;
+    // Hands every property a view shows to `visitor` (see PropertyVisitor). The base gives
+    // `visible` only.
+    virtual void describe(PropertyVisitor& visitor) const;
 
     Form& form() const noexcept { return *form_; }
     const std::string& name() const noexcept { return name_; }
@@ -157,6 +176,7 @@ class Label final : public Control {
   public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::Label; }
+    void describe(PropertyVisitor& visitor) const override;
     const std::string& caption() const noexcept { return caption_; }
     void setCaption(std::string caption);
     void captureDesign() override;
@@ -170,6 +190,7 @@ class Frame final : public Control {
   public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::Frame; }
+    void describe(PropertyVisitor& visitor) const override;
     const std::string& caption() const noexcept { return caption_; }
     void setCaption(std::string caption);
     void captureDesign() override;
@@ -189,6 +210,7 @@ class CommandButton final : public Control {
   public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::CommandButton; }
+    void describe(PropertyVisitor& visitor) const override;
     const std::string& caption() const noexcept { return caption_; }
     void setCaption(std::string caption);
 
@@ -216,6 +238,7 @@ class CheckBox final : public Control {
   public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::CheckBox; }
+    void describe(PropertyVisitor& visitor) const override;
     const std::string& caption() const noexcept { return caption_; }
     void setCaption(std::string caption);
     // 0 unchecked, 1 checked, 2 greyed. Any other value: error 380.
@@ -236,6 +259,7 @@ class OptionButton final : public Control {
   public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::OptionButton; }
+    void describe(PropertyVisitor& visitor) const override;
     const std::string& caption() const noexcept { return caption_; }
     void setCaption(std::string caption);
     bool value() const noexcept { return value_; }
@@ -259,6 +283,7 @@ class TextBox final : public Control {
   public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::TextBox; }
+    void describe(PropertyVisitor& visitor) const override;
     const std::string& text() const noexcept { return text_; }
     // Raises Change when the text differs from the present one.
     void setText(std::string text);
@@ -283,6 +308,7 @@ class ListBox : public Control, public ListModel {
   public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::ListBox; }
+    void describe(PropertyVisitor& visitor) const override;
 
     // 0 single selection; 1 simple and 2 extended multi-selection.
     int multiSelect() const noexcept { return multiSelect_; }
@@ -355,6 +381,7 @@ class DirListBox final : public ListBox {
   public:
     using ListBox::ListBox;
     ControlKind kind() const override { return ControlKind::DirListBox; }
+    void describe(PropertyVisitor& visitor) const override;
     const std::string& dirPath() const noexcept { return path_; }
     // Resolves `path` through FileSystem::canonicalFolder (errors 76 / 68 pass through, the path
     // stays as it was); a different folder refreshes the items and raises Change.
@@ -374,6 +401,7 @@ class FileListBox final : public ListBox {
   public:
     using ListBox::ListBox;
     ControlKind kind() const override { return ControlKind::FileListBox; }
+    void describe(PropertyVisitor& visitor) const override;
     const std::string& dirPath() const noexcept { return path_; }
     // As DirListBox::setPath; a different folder raises PathChange.
     void setPath(std::string_view path);
@@ -397,6 +425,7 @@ class DriveListBox final : public ListBox {
   public:
     using ListBox::ListBox;
     ControlKind kind() const override { return ControlKind::DriveListBox; }
+    void describe(PropertyVisitor& visitor) const override;
     // "c:"; setting "C:\..." or "c" selects drive c. Error 68 for a drive that is not mapped.
     const std::string& drive() const noexcept { return drive_; }
     void setDrive(std::string_view drive);
@@ -408,23 +437,15 @@ class DriveListBox final : public ListBox {
     std::string drive_;
 };
 
-// What a grid shows: the rows of its data source. The data-control binding implements it.
-class RowSource {
-  public:
-    virtual ~RowSource() = default;
-    // False while nothing is open (no connection, or the recordset was closed).
-    virtual bool isOpen() const = 0;
-    virtual std::vector<std::string> columnNames() const = 0;
-    virtual std::size_t rowCount() const = 0;
-    // The displayed texts of one row, one per column; row < rowCount().
-    virtual std::vector<std::string> rowTexts(std::size_t row) const = 0;
-};
+// What a grid shows: the rows of its data source (ado/row_source.h).
+using RowSource = ado::RowSource;
 
 // A data grid bound to a row source.
 class Grid final : public Control {
   public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::Grid; }
+    void describe(PropertyVisitor& visitor) const override;
 
     // The data source it is bound to at design time (frmMain's data control). Not owned.
     void setDataSource(const RowSource* source) noexcept { source_ = source; }
@@ -442,6 +463,8 @@ class Grid final : public Control {
     std::vector<std::string> columns() const;
     std::size_t rowCount() const;
     std::vector<std::string> rowTexts(std::size_t row) const;
+    // Rows first .. first + count - 1 of what is shown, cut at rowCount().
+    std::vector<std::vector<std::string>> rowWindow(std::size_t first, std::size_t count) const;
 
     // The three editing permissions (the grid's properties 1, 2 and 4).
     bool allowAddNew() const noexcept { return allowAddNew_; }
@@ -464,9 +487,9 @@ class Grid final : public Control {
     } design_;
 };
 
-// Where frmMain's data control `adodata` sits. The binding object itself belongs to the search
-// subsystem, which installs it with setBinding; the grids read their rows through this slot so
-// they need not know the binding's type.
+// Where frmMain's data control `adodata` sits. The data control object itself (ado::Adodc) is
+// installed with setBinding on first use (shell/data_control.h); the grids read their rows through
+// this slot.
 class DataControl final : public Control, public RowSource {
   public:
     using Control::Control;
@@ -478,6 +501,7 @@ class DataControl final : public Control, public RowSource {
     std::vector<std::string> columnNames() const override;
     std::size_t rowCount() const override;
     std::vector<std::string> rowTexts(std::size_t row) const override;
+    std::vector<std::vector<std::string>> rowWindow(std::size_t first, std::size_t count) const override;
 
   private:
     std::shared_ptr<RowSource> binding_;
@@ -487,6 +511,7 @@ class ProgressBar final : public Control {
   public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::ProgressBar; }
+    void describe(PropertyVisitor& visitor) const override;
     // Single-precision, as the original control. Values are kept as given, never clamped: a value
     // outside min..max is the view's to draw (full or empty).
     float min() const noexcept { return min_; }
@@ -509,6 +534,7 @@ class MenuItem final : public Control {
   public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::MenuItem; }
+    void describe(PropertyVisitor& visitor) const override;
     const std::string& caption() const noexcept { return caption_; }
     void setCaption(std::string caption);
     bool checked() const noexcept { return checked_; }
@@ -532,6 +558,7 @@ class Timer final : public Control {
   public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::Timer; }
+    void describe(PropertyVisitor& visitor) const override;
     int interval() const noexcept { return interval_; }
     void setInterval(int ms);  // error 380 when negative; 0 stops ticking
     // VB's Enabled: setting it (or the interval) starts the count again.
@@ -563,6 +590,7 @@ class Calendar final : public Control {
   public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::Calendar; }
+    void describe(PropertyVisitor& visitor) const override;
     const Date& value() const noexcept { return value_; }
     void setValue(Date date);
     // Today's date from the platform clock.
@@ -579,6 +607,7 @@ class TabStrip final : public Control {
   public:
     using Control::Control;
     ControlKind kind() const override { return ControlKind::TabStrip; }
+    void describe(PropertyVisitor& visitor) const override;
     int tabCount() const noexcept { return static_cast<int>(captions_.size()); }
     const std::string& tabCaption(int tab) const;
     void addTab(std::string caption) { captions_.push_back(std::move(caption)); }

@@ -3,8 +3,7 @@
 //
 // Wiring a subsystem: it provides `<subsystem>/wire.h` declaring
 //     namespace qx::<subsystem> { void wire(forms::Program& program); }
-// which fills in the event slots of the controls it owns (and, for the search subsystem, the
-// CloseADOifOpen hook and the binding object of frmMain.adodata). The application object calls it
+// which fills in the event slots of the controls it owns. The application object calls it
 // once, after the shell's own handlers are in place and before start-up, through the wiring the
 // host hands it (assembly/subsystems.cc names every subsystem). A subsystem must not replace a slot that
 // the shell fills (Form_Load, cmdClear, cmdexit, mnuFileClear, mnuFileExit, SSTab1).
@@ -28,10 +27,11 @@ class FrmDate;
 class FrmWarning;
 class FrmCompress;
 
-// Routines of later subsystems that the shell calls. An empty hook does nothing, which is what the
-// program does until that subsystem is wired in.
+// Routines that the shell calls at the points where it reaches into the tabs. An empty hook does
+// nothing, which is what the program does until the subsystem behind it is wired in.
 struct ShellHooks {
-    // CloseADOifOpen(grid): releases the shared data control if it is open, closing `grid`.
+    // CloseADOifOpen(grid): releases the shared data control if it is open, closing `grid`. The
+    // application installs the shell's own routine (shell/data_control.h).
     std::function<void(Grid& grid)> closeAdoIfOpen;
 };
 

@@ -107,8 +107,39 @@ class FormBinding final : public QObject {
         QObject* object;
     };
 
+    // One kind of control in this host: see viewOf.
+    struct KindView {
+        void (FormBinding::*connect)(Control*, QObject*);
+        void (FormBinding::*show)(Control*, QObject*);
+    };
+    static const KindView* viewOf(ControlKind kind);
     void connectGestures(Control* control, QObject* object);
     void syncControl(Control* control, QObject* object);
+    void connectButton(Control* control, QObject* object);
+    void connectToggle(Control* control, QObject* object);
+    void connectTextBox(Control* control, QObject* object);
+    void connectListBox(Control* control, QObject* object);
+    void connectDirListBox(Control* control, QObject* object);
+    void connectDriveListBox(Control* control, QObject* object);
+    void connectMenuItem(Control* control, QObject* object);
+    void connectTabStrip(Control* control, QObject* object);
+    void connectCalendar(Control* control, QObject* object);
+    void connectTimer(Control* control, QObject* object);
+    void showLabel(Control* control, QObject* object);
+    void showFrame(Control* control, QObject* object);
+    void showCommandButton(Control* control, QObject* object);
+    void showCheckBox(Control* control, QObject* object);
+    void showOptionButton(Control* control, QObject* object);
+    void showTextBox(Control* control, QObject* object);
+    void showListBox(Control* control, QObject* object);
+    void showDirListBox(Control* control, QObject* object);
+    void showDriveListBox(Control* control, QObject* object);
+    void showGrid(Control* control, QObject* object);
+    void showProgressBar(Control* control, QObject* object);
+    void showMenuItem(Control* control, QObject* object);
+    void showTabStrip(Control* control, QObject* object);
+    void showCalendar(Control* control, QObject* object);
+    void showTimer(Control* control, QObject* object);
     void syncList(forms::ListBox& list, QListWidget& widget);
     void syncDirList(forms::DirListBox& list, QListWidget& widget);
     void syncGrid(forms::Grid& grid, QTableView& widget);
@@ -196,120 +227,148 @@ void FormBinding::gesture(const std::function<void()>& action) {
     binder_.dispatch(action);
 }
 
+// How this host shows and drives each kind of control: `connect` turns the widget's signals into
+// the control's gestures, `show` copies the control's state into the widget (after the properties
+// every control has). A kind without an entry (the data control) has no widget. A new kind of
+// control is one entry here and its two functions.
+const FormBinding::KindView* FormBinding::viewOf(ControlKind kind) {
+    static const std::map<ControlKind, KindView> kViews{
+        {ControlKind::Label, {nullptr, &FormBinding::showLabel}},
+        {ControlKind::CommandButton, {&FormBinding::connectButton, &FormBinding::showCommandButton}},
+        {ControlKind::CheckBox, {&FormBinding::connectToggle, &FormBinding::showCheckBox}},
+        {ControlKind::OptionButton, {&FormBinding::connectToggle, &FormBinding::showOptionButton}},
+        {ControlKind::Frame, {nullptr, &FormBinding::showFrame}},
+        {ControlKind::TextBox, {&FormBinding::connectTextBox, &FormBinding::showTextBox}},
+        {ControlKind::ListBox, {&FormBinding::connectListBox, &FormBinding::showListBox}},
+        {ControlKind::DirListBox, {&FormBinding::connectDirListBox, &FormBinding::showDirListBox}},
+        {ControlKind::FileListBox, {&FormBinding::connectListBox, &FormBinding::showListBox}},
+        {ControlKind::DriveListBox, {&FormBinding::connectDriveListBox, &FormBinding::showDriveListBox}},
+        {ControlKind::Grid, {nullptr, &FormBinding::showGrid}},
+        {ControlKind::ProgressBar, {nullptr, &FormBinding::showProgressBar}},
+        {ControlKind::MenuItem, {&FormBinding::connectMenuItem, &FormBinding::showMenuItem}},
+        {ControlKind::Timer, {&FormBinding::connectTimer, &FormBinding::showTimer}},
+        {ControlKind::Image, {&FormBinding::connectButton, nullptr}},
+        {ControlKind::Calendar, {&FormBinding::connectCalendar, &FormBinding::showCalendar}},
+        {ControlKind::TabStrip, {&FormBinding::connectTabStrip, &FormBinding::showTabStrip}},
+    };
+    const auto it = kViews.find(kind);
+    return it == kViews.end() ? nullptr : &it->second;
+}
+
 void FormBinding::connectGestures(Control* control, QObject* object) {
-    switch (control->kind()) {
-        case ControlKind::CommandButton:
-        case ControlKind::Image:
-            if (auto* b = qobject_cast<QAbstractButton*>(object)) {
-                QObject::connect(b, &QAbstractButton::clicked, this,
-                                 [this, control] { gesture([control] { control->userClick(); }); });
-            }
-            break;
-        case ControlKind::CheckBox:
-        case ControlKind::OptionButton:
-            if (auto* b = qobject_cast<QAbstractButton*>(object)) {
-                // The model keeps the state and its exclusivity (a hidden option stands for "none").
-                if (auto* radio = qobject_cast<QRadioButton*>(b)) radio->setAutoExclusive(false);
-                QObject::connect(b, &QAbstractButton::clicked, this,
-                                 [this, control] { gesture([control] { control->userClick(); }); });
-            }
-            break;
-        case ControlKind::TextBox: {
-            auto* box = static_cast<forms::TextBox*>(control);
-            if (auto* line = qobject_cast<QLineEdit*>(object)) {
-                line->installEventFilter(this);
-                QObject::connect(line, &QLineEdit::textEdited, this, [this, box](const QString& text) {
-                    gesture([box, t = s(text)] { box->setText(t); });
-                });
-            } else if (auto* plain = qobject_cast<QPlainTextEdit*>(object)) {
-                QObject::connect(plain, &QPlainTextEdit::textChanged, this, [this, box, plain] {
-                    gesture([box, t = s(plain->toPlainText())] { box->setText(t); });
-                });
-            }
-            break;
-        }
-        case ControlKind::ListBox:
-        case ControlKind::FileListBox:
-            if (auto* list = qobject_cast<QListWidget*>(object)) {
-                auto* model = static_cast<forms::ListBox*>(control);
-                list->installEventFilter(this);
-                list->viewport()->installEventFilter(this);
-                QObject::connect(list, &QListWidget::itemPressed, this,
-                                 [this, model, list](QListWidgetItem* item) {
-                                     const int row = list->row(item);
-                                     if (row >= 0) gesture([model, row] { model->userSelect(row); });
-                                 });
-                QObject::connect(list, &QListWidget::currentRowChanged, this, [this, model, list](int row) {
-                    // Keyboard moves in a single-selection list; mouse presses come through itemPressed.
-                    if (row < 0 || model->multiSelect() != 0 || QApplication::mouseButtons() != Qt::NoButton)
-                        return;
-                    if (row == model->listIndex()) return;
-                    (void)list;
-                    gesture([model, row] { model->userSelect(row); });
-                });
-                QObject::connect(
-                    list, &QListWidget::itemDoubleClicked, this,
-                    [this, model](QListWidgetItem*) { gesture([model] { model->userDblClick(); }); });
-            }
-            break;
-        case ControlKind::DirListBox:
-            if (auto* list = qobject_cast<QListWidget*>(object)) {
-                auto* dir = static_cast<forms::DirListBox*>(control);
-                // A double-click opens the folder of its line: an ancestor above the items, or one of
-                // the sub-folders (the model's items); a single click makes a sub-folder current.
-                QObject::connect(list, &QListWidget::itemDoubleClicked, this,
-                                 [this, dir, list](QListWidgetItem* item) {
-                                     const std::string target = s(item->data(Qt::UserRole).toString());
-                                     if (target.empty()) return;
-                                     gesture([dir, target] { dir->setPath(target); });
-                                     (void)list;
-                                 });
-                QObject::connect(list, &QListWidget::itemPressed, this,
-                                 [this, dir, list](QListWidgetItem* item) {
-                                     const int row = list->row(item) - dirRowOffset_[list];
-                                     if (row >= 0) gesture([dir, row] { dir->userSelect(row); });
-                                 });
-            }
-            break;
-        case ControlKind::DriveListBox:
-            if (auto* combo = qobject_cast<QComboBox*>(object)) {
-                auto* drive = static_cast<forms::DriveListBox*>(control);
-                QObject::connect(combo, &QComboBox::activated, this, [this, drive, combo](int row) {
-                    const std::string letter = s(combo->itemText(row));
-                    gesture([drive, letter] { drive->setDrive(letter); });
-                });
-            }
-            break;
-        case ControlKind::MenuItem:
-            if (auto* action = qobject_cast<QAction*>(object)) {
-                QObject::connect(action, &QAction::triggered, this,
-                                 [this, control] { gesture([control] { control->userClick(); }); });
-            }
-            break;
-        case ControlKind::TabStrip:
-            if (auto* tabs = qobject_cast<QTabWidget*>(object)) {
-                auto* strip = static_cast<forms::TabStrip*>(control);
-                QObject::connect(tabs, &QTabWidget::currentChanged, this, [this, strip](int tab) {
-                    if (tab < 0 || tab == strip->tab()) return;
-                    gesture([strip, tab] { strip->userSelectTab(tab); });
-                });
-            }
-            break;
-        case ControlKind::Calendar:
-            if (auto* calendar = qobject_cast<QCalendarWidget*>(object)) {
-                auto* model = static_cast<forms::Calendar*>(control);
-                QObject::connect(calendar, &QCalendarWidget::clicked, this, [this, model](QDate date) {
-                    gesture([model, date] { model->userClickDate({date.year(), date.month(), date.day()}); });
-                });
-            }
-            break;
-        case ControlKind::Timer:
-            if (auto* timer = qobject_cast<QTimer*>(object)) {
-                QObject::connect(timer, &QTimer::timeout, this, [this] { binder_.timerDue(); });
-            }
-            break;
-        default:
-            break;
+    if (const KindView* view = viewOf(control->kind()); view && view->connect)
+        (this->*view->connect)(control, object);
+}
+
+void FormBinding::connectButton(Control* control, QObject* object) {
+    if (auto* b = qobject_cast<QAbstractButton*>(object)) {
+        QObject::connect(b, &QAbstractButton::clicked, this,
+                         [this, control] { gesture([control] { control->userClick(); }); });
+    }
+}
+
+void FormBinding::connectToggle(Control* control, QObject* object) {
+    if (auto* b = qobject_cast<QAbstractButton*>(object)) {
+        // The model keeps the state and its exclusivity (a hidden option stands for "none").
+        if (auto* radio = qobject_cast<QRadioButton*>(b)) radio->setAutoExclusive(false);
+        QObject::connect(b, &QAbstractButton::clicked, this,
+                         [this, control] { gesture([control] { control->userClick(); }); });
+    }
+}
+
+void FormBinding::connectTextBox(Control* control, QObject* object) {
+    auto* box = static_cast<forms::TextBox*>(control);
+    if (auto* line = qobject_cast<QLineEdit*>(object)) {
+        line->installEventFilter(this);
+        QObject::connect(line, &QLineEdit::textEdited, this, [this, box](const QString& text) {
+            gesture([box, t = s(text)] { box->setText(t); });
+        });
+    } else if (auto* plain = qobject_cast<QPlainTextEdit*>(object)) {
+        QObject::connect(plain, &QPlainTextEdit::textChanged, this, [this, box, plain] {
+            gesture([box, t = s(plain->toPlainText())] { box->setText(t); });
+        });
+    }
+}
+
+void FormBinding::connectListBox(Control* control, QObject* object) {
+    if (auto* list = qobject_cast<QListWidget*>(object)) {
+        auto* model = static_cast<forms::ListBox*>(control);
+        list->installEventFilter(this);
+        list->viewport()->installEventFilter(this);
+        QObject::connect(list, &QListWidget::itemPressed, this, [this, model, list](QListWidgetItem* item) {
+            const int row = list->row(item);
+            if (row >= 0) gesture([model, row] { model->userSelect(row); });
+        });
+        QObject::connect(list, &QListWidget::currentRowChanged, this, [this, model, list](int row) {
+            // Keyboard moves in a single-selection list; mouse presses come through itemPressed.
+            if (row < 0 || model->multiSelect() != 0 || QApplication::mouseButtons() != Qt::NoButton) return;
+            if (row == model->listIndex()) return;
+            (void)list;
+            gesture([model, row] { model->userSelect(row); });
+        });
+        QObject::connect(list, &QListWidget::itemDoubleClicked, this,
+                         [this, model](QListWidgetItem*) { gesture([model] { model->userDblClick(); }); });
+    }
+}
+
+void FormBinding::connectDirListBox(Control* control, QObject* object) {
+    if (auto* list = qobject_cast<QListWidget*>(object)) {
+        auto* dir = static_cast<forms::DirListBox*>(control);
+        // A double-click opens the folder of its line: an ancestor above the items, or one of
+        // the sub-folders (the model's items); a single click makes a sub-folder current.
+        QObject::connect(list, &QListWidget::itemDoubleClicked, this,
+                         [this, dir, list](QListWidgetItem* item) {
+                             const std::string target = s(item->data(Qt::UserRole).toString());
+                             if (target.empty()) return;
+                             gesture([dir, target] { dir->setPath(target); });
+                             (void)list;
+                         });
+        QObject::connect(list, &QListWidget::itemPressed, this, [this, dir, list](QListWidgetItem* item) {
+            const int row = list->row(item) - dirRowOffset_[list];
+            if (row >= 0) gesture([dir, row] { dir->userSelect(row); });
+        });
+    }
+}
+
+void FormBinding::connectDriveListBox(Control* control, QObject* object) {
+    if (auto* combo = qobject_cast<QComboBox*>(object)) {
+        auto* drive = static_cast<forms::DriveListBox*>(control);
+        QObject::connect(combo, &QComboBox::activated, this, [this, drive, combo](int row) {
+            const std::string letter = s(combo->itemText(row));
+            gesture([drive, letter] { drive->setDrive(letter); });
+        });
+    }
+}
+
+void FormBinding::connectMenuItem(Control* control, QObject* object) {
+    if (auto* action = qobject_cast<QAction*>(object)) {
+        QObject::connect(action, &QAction::triggered, this,
+                         [this, control] { gesture([control] { control->userClick(); }); });
+    }
+}
+
+void FormBinding::connectTabStrip(Control* control, QObject* object) {
+    if (auto* tabs = qobject_cast<QTabWidget*>(object)) {
+        auto* strip = static_cast<forms::TabStrip*>(control);
+        QObject::connect(tabs, &QTabWidget::currentChanged, this, [this, strip](int tab) {
+            if (tab < 0 || tab == strip->tab()) return;
+            gesture([strip, tab] { strip->userSelectTab(tab); });
+        });
+    }
+}
+
+void FormBinding::connectCalendar(Control* control, QObject* object) {
+    if (auto* calendar = qobject_cast<QCalendarWidget*>(object)) {
+        auto* model = static_cast<forms::Calendar*>(control);
+        QObject::connect(calendar, &QCalendarWidget::clicked, this, [this, model](QDate date) {
+            gesture([model, date] { model->userClickDate({date.year(), date.month(), date.day()}); });
+        });
+    }
+}
+
+void FormBinding::connectTimer(Control* /*control*/, QObject* object) {
+    if (auto* timer = qobject_cast<QTimer*>(object)) {
+        QObject::connect(timer, &QTimer::timeout, this, [this] { binder_.timerDue(); });
     }
 }
 
@@ -388,152 +447,160 @@ void FormBinding::syncControl(Control* control, QObject* object) {
         if (widget->toolTip() != tip) widget->setToolTip(tip);
     }
 
-    switch (control->kind()) {
-        case ControlKind::Label:
-            if (auto* label = qobject_cast<QLabel*>(object)) {
-                const QString text = q(static_cast<forms::Label*>(control)->caption());
-                if (label->text() != text) label->setText(text);
-            }
-            break;
-        case ControlKind::Frame:
-            if (auto* frame = qobject_cast<QGroupBox*>(object)) {
-                const QString text = q(static_cast<forms::Frame*>(control)->caption());
-                if (frame->title() != text) frame->setTitle(text);
-            }
-            break;
-        case ControlKind::CommandButton:
-            if (auto* button = qobject_cast<QAbstractButton*>(object)) {
-                auto* model = static_cast<forms::CommandButton*>(control);
-                const QString text = q(model->caption());
-                if (button->text() != text) button->setText(text);
-                button->setDown(model->pressed());
-            }
-            break;
-        case ControlKind::CheckBox:
-            if (auto* box = qobject_cast<QCheckBox*>(object)) {
-                auto* model = static_cast<forms::CheckBox*>(control);
-                const QString text = q(model->caption());
-                if (box->text() != text) box->setText(text);
-                const Qt::CheckState state = model->value() == 1   ? Qt::Checked
-                                             : model->value() == 2 ? Qt::PartiallyChecked
-                                                                   : Qt::Unchecked;
-                QSignalBlocker block(box);
-                box->setCheckState(state);
-            }
-            break;
-        case ControlKind::OptionButton:
-            if (auto* radio = qobject_cast<QRadioButton*>(object)) {
-                auto* model = static_cast<forms::OptionButton*>(control);
-                const QString text = q(model->caption());
-                if (radio->text() != text) radio->setText(text);
-                QSignalBlocker block(radio);
-                radio->setChecked(model->value());
-            }
-            break;
-        case ControlKind::TextBox: {
-            const QString text = q(static_cast<forms::TextBox*>(control)->text());
-            if (auto* line = qobject_cast<QLineEdit*>(object)) {
-                if (line->text() != text) {
-                    QSignalBlocker block(line);
-                    line->setText(text);
-                }
-            } else if (auto* plain = qobject_cast<QPlainTextEdit*>(object)) {
-                if (plain->toPlainText() != text) {
-                    QSignalBlocker block(plain);
-                    plain->setPlainText(text);
-                }
-            }
-            break;
-        }
-        case ControlKind::ListBox:
-        case ControlKind::FileListBox:
-            if (auto* list = qobject_cast<QListWidget*>(object))
-                syncList(*static_cast<forms::ListBox*>(control), *list);
-            break;
-        case ControlKind::DirListBox:
-            if (auto* list = qobject_cast<QListWidget*>(object))
-                syncDirList(*static_cast<forms::DirListBox*>(control), *list);
-            break;
-        case ControlKind::DriveListBox:
-            if (auto* combo = qobject_cast<QComboBox*>(object)) {
-                auto* model = static_cast<forms::DriveListBox*>(control);
-                QSignalBlocker block(combo);
-                QStringList items;
-                for (const auto& item : model->items()) items << q(item);
-                QStringList shown;
-                for (int i = 0; i < combo->count(); ++i) shown << combo->itemText(i);
-                if (items != shown) {
-                    combo->clear();
-                    combo->addItems(items);
-                }
-                combo->setCurrentIndex(static_cast<int>(items.indexOf(q(model->drive()))));
-            }
-            break;
-        case ControlKind::Grid:
-            if (auto* table = qobject_cast<QTableView*>(object))
-                syncGrid(*static_cast<forms::Grid*>(control), *table);
-            break;
-        case ControlKind::ProgressBar:
-            if (auto* bar = qobject_cast<QProgressBar*>(object)) {
-                auto* model = static_cast<forms::ProgressBar*>(control);
-                const double lo = model->min(), hi = model->max(), v = model->value();
-                int scaled = 0;
-                if (hi > lo && std::isfinite(v)) {
-                    // A value outside min..max draws an empty or a full bar; the model keeps it as set.
-                    const double fraction = std::clamp((v - lo) / (hi - lo), 0.0, 1.0);
-                    scaled = static_cast<int>(std::lround(fraction * kProgressScale));
-                }
-                if (bar->maximum() != kProgressScale) bar->setRange(0, kProgressScale);
-                if (bar->value() != scaled) bar->setValue(scaled);
-            }
-            break;
-        case ControlKind::MenuItem: {
-            auto* model = static_cast<forms::MenuItem*>(control);
-            if (auto* action = qobject_cast<QAction*>(object)) {
-                if (!model->isSeparator() && action->text() != q(model->caption()))
-                    action->setText(q(model->caption()));
-                if (model->checked() && !action->isCheckable()) action->setCheckable(true);
-                if (action->isChecked() != model->checked()) {
-                    QSignalBlocker block(action);
-                    action->setChecked(model->checked());
-                }
-                if (action->isVisible() != model->visible()) action->setVisible(model->visible());
-                if (action->isEnabled() != model->enabled()) action->setEnabled(model->enabled());
-            } else if (auto* menu = qobject_cast<QMenu*>(object)) {
-                if (menu->title() != q(model->caption())) menu->setTitle(q(model->caption()));
-                menu->menuAction()->setVisible(model->visible());
-                menu->menuAction()->setEnabled(model->enabled());
-            }
-            break;
-        }
-        case ControlKind::TabStrip:
-            if (auto* tabs = qobject_cast<QTabWidget*>(object)) {
-                auto* strip = static_cast<forms::TabStrip*>(control);
-                QSignalBlocker block(tabs);
-                for (int i = 0; i < strip->tabCount() && i < tabs->count(); ++i) {
-                    if (tabs->tabText(i) != q(strip->tabCaption(i)))
-                        tabs->setTabText(i, q(strip->tabCaption(i)));
-                }
-                if (tabs->currentIndex() != strip->tab()) tabs->setCurrentIndex(strip->tab());
-            }
-            break;
-        case ControlKind::Calendar:
-            if (auto* calendar = qobject_cast<QCalendarWidget*>(object)) {
-                const auto& d = static_cast<forms::Calendar*>(control)->value();
-                const QDate date(d.year, d.month, d.day);
-                if (date.isValid() && calendar->selectedDate() != date) {
-                    QSignalBlocker block(calendar);
-                    calendar->setSelectedDate(date);
-                }
-            }
-            break;
-        case ControlKind::Timer:
-            if (auto* timer = qobject_cast<QTimer*>(object))
-                syncTimer(*static_cast<forms::Timer*>(control), *timer);
-            break;
-        default:
-            break;
+    if (const KindView* view = viewOf(control->kind()); view && view->show)
+        (this->*view->show)(control, object);
+}
+
+void FormBinding::showLabel(Control* control, QObject* object) {
+    if (auto* label = qobject_cast<QLabel*>(object)) {
+        const QString text = q(static_cast<forms::Label*>(control)->caption());
+        if (label->text() != text) label->setText(text);
     }
+}
+
+void FormBinding::showFrame(Control* control, QObject* object) {
+    if (auto* frame = qobject_cast<QGroupBox*>(object)) {
+        const QString text = q(static_cast<forms::Frame*>(control)->caption());
+        if (frame->title() != text) frame->setTitle(text);
+    }
+}
+
+void FormBinding::showCommandButton(Control* control, QObject* object) {
+    if (auto* button = qobject_cast<QAbstractButton*>(object)) {
+        auto* model = static_cast<forms::CommandButton*>(control);
+        const QString text = q(model->caption());
+        if (button->text() != text) button->setText(text);
+        button->setDown(model->pressed());
+    }
+}
+
+void FormBinding::showCheckBox(Control* control, QObject* object) {
+    if (auto* box = qobject_cast<QCheckBox*>(object)) {
+        auto* model = static_cast<forms::CheckBox*>(control);
+        const QString text = q(model->caption());
+        if (box->text() != text) box->setText(text);
+        const Qt::CheckState state = model->value() == 1   ? Qt::Checked
+                                     : model->value() == 2 ? Qt::PartiallyChecked
+                                                           : Qt::Unchecked;
+        QSignalBlocker block(box);
+        box->setCheckState(state);
+    }
+}
+
+void FormBinding::showOptionButton(Control* control, QObject* object) {
+    if (auto* radio = qobject_cast<QRadioButton*>(object)) {
+        auto* model = static_cast<forms::OptionButton*>(control);
+        const QString text = q(model->caption());
+        if (radio->text() != text) radio->setText(text);
+        QSignalBlocker block(radio);
+        radio->setChecked(model->value());
+    }
+}
+
+void FormBinding::showTextBox(Control* control, QObject* object) {
+    const QString text = q(static_cast<forms::TextBox*>(control)->text());
+    if (auto* line = qobject_cast<QLineEdit*>(object)) {
+        if (line->text() != text) {
+            QSignalBlocker block(line);
+            line->setText(text);
+        }
+    } else if (auto* plain = qobject_cast<QPlainTextEdit*>(object)) {
+        if (plain->toPlainText() != text) {
+            QSignalBlocker block(plain);
+            plain->setPlainText(text);
+        }
+    }
+}
+
+void FormBinding::showListBox(Control* control, QObject* object) {
+    if (auto* list = qobject_cast<QListWidget*>(object))
+        syncList(*static_cast<forms::ListBox*>(control), *list);
+}
+
+void FormBinding::showDirListBox(Control* control, QObject* object) {
+    if (auto* list = qobject_cast<QListWidget*>(object))
+        syncDirList(*static_cast<forms::DirListBox*>(control), *list);
+}
+
+void FormBinding::showDriveListBox(Control* control, QObject* object) {
+    if (auto* combo = qobject_cast<QComboBox*>(object)) {
+        auto* model = static_cast<forms::DriveListBox*>(control);
+        QSignalBlocker block(combo);
+        QStringList items;
+        for (const auto& item : model->items()) items << q(item);
+        QStringList shown;
+        for (int i = 0; i < combo->count(); ++i) shown << combo->itemText(i);
+        if (items != shown) {
+            combo->clear();
+            combo->addItems(items);
+        }
+        combo->setCurrentIndex(static_cast<int>(items.indexOf(q(model->drive()))));
+    }
+}
+
+void FormBinding::showGrid(Control* control, QObject* object) {
+    if (auto* table = qobject_cast<QTableView*>(object))
+        syncGrid(*static_cast<forms::Grid*>(control), *table);
+}
+
+void FormBinding::showProgressBar(Control* control, QObject* object) {
+    if (auto* bar = qobject_cast<QProgressBar*>(object)) {
+        auto* model = static_cast<forms::ProgressBar*>(control);
+        const double lo = model->min(), hi = model->max(), v = model->value();
+        int scaled = 0;
+        if (hi > lo && std::isfinite(v)) {
+            // A value outside min..max draws an empty or a full bar; the model keeps it as set.
+            const double fraction = std::clamp((v - lo) / (hi - lo), 0.0, 1.0);
+            scaled = static_cast<int>(std::lround(fraction * kProgressScale));
+        }
+        if (bar->maximum() != kProgressScale) bar->setRange(0, kProgressScale);
+        if (bar->value() != scaled) bar->setValue(scaled);
+    }
+}
+
+void FormBinding::showMenuItem(Control* control, QObject* object) {
+    auto* model = static_cast<forms::MenuItem*>(control);
+    if (auto* action = qobject_cast<QAction*>(object)) {
+        if (!model->isSeparator() && action->text() != q(model->caption()))
+            action->setText(q(model->caption()));
+        if (model->checked() && !action->isCheckable()) action->setCheckable(true);
+        if (action->isChecked() != model->checked()) {
+            QSignalBlocker block(action);
+            action->setChecked(model->checked());
+        }
+        if (action->isVisible() != model->visible()) action->setVisible(model->visible());
+        if (action->isEnabled() != model->enabled()) action->setEnabled(model->enabled());
+    } else if (auto* menu = qobject_cast<QMenu*>(object)) {
+        if (menu->title() != q(model->caption())) menu->setTitle(q(model->caption()));
+        menu->menuAction()->setVisible(model->visible());
+        menu->menuAction()->setEnabled(model->enabled());
+    }
+}
+
+void FormBinding::showTabStrip(Control* control, QObject* object) {
+    if (auto* tabs = qobject_cast<QTabWidget*>(object)) {
+        auto* strip = static_cast<forms::TabStrip*>(control);
+        QSignalBlocker block(tabs);
+        for (int i = 0; i < strip->tabCount() && i < tabs->count(); ++i) {
+            if (tabs->tabText(i) != q(strip->tabCaption(i))) tabs->setTabText(i, q(strip->tabCaption(i)));
+        }
+        if (tabs->currentIndex() != strip->tab()) tabs->setCurrentIndex(strip->tab());
+    }
+}
+
+void FormBinding::showCalendar(Control* control, QObject* object) {
+    if (auto* calendar = qobject_cast<QCalendarWidget*>(object)) {
+        const auto& d = static_cast<forms::Calendar*>(control)->value();
+        const QDate date(d.year, d.month, d.day);
+        if (date.isValid() && calendar->selectedDate() != date) {
+            QSignalBlocker block(calendar);
+            calendar->setSelectedDate(date);
+        }
+    }
+}
+
+void FormBinding::showTimer(Control* control, QObject* object) {
+    if (auto* timer = qobject_cast<QTimer*>(object)) syncTimer(*static_cast<forms::Timer*>(control), *timer);
 }
 
 void FormBinding::syncList(forms::ListBox& list, QListWidget& widget) {
@@ -613,9 +680,9 @@ void FormBinding::syncDirList(forms::DirListBox& list, QListWidget& widget) {
 
 void FormBinding::syncGrid(forms::Grid& grid, QTableView& widget) {
     GridTableModel* model = gridModel(&widget);
-    // The rows come from the database as they are drawn. A read that fails there (a file gone or
-    // locked since the table was opened) cannot be reported from inside painting: the grid shows
-    // what it can and leaves the rest blank, as a grid over a broken recordset does.
+    // The rows come from the database as they are drawn, a window at a time. A read that fails
+    // there (a damaged page, a file gone or locked since the table was opened) cannot be reported
+    // from inside painting: the rows that fail show "#Error" with the error as their tooltip.
     std::vector<std::string> columns;
     std::size_t rows = 0;
     try {
@@ -629,12 +696,8 @@ void FormBinding::syncGrid(forms::Grid& grid, QTableView& widget) {
     if (gridDirty_[&widget] || shown.first != columns || shown.second != rows) {
         gridDirty_[&widget] = false;
         shown = {columns, rows};
-        model->setSource(columns, rows, [&grid](std::size_t row) -> std::vector<std::string> {
-            try {
-                return grid.rowTexts(row);
-            } catch (const std::exception&) {
-                return {};
-            }
+        model->setSource(columns, rows, [&grid](std::size_t first, std::size_t count) {
+            return grid.rowWindow(first, count);
         });
     }
     widget.setEditTriggers(QAbstractItemView::NoEditTriggers);

@@ -11,8 +11,11 @@
 #include <QRadioButton>
 #include <QTableView>
 
+#include <algorithm>
 #include <climits>
+#include <exception>
 
+#include "platform/errors.h"
 #include "ui/control_name.h"
 
 namespace qx::ui {
@@ -98,24 +101,60 @@ GridTableModel* gridModel(QTableView* grid) {
     return static_cast<GridTableModel*>(grid->model());
 }
 
-void GridTableModel::setSource(std::vector<std::string> columns, std::size_t rows, RowFetcher fetch) {
+void GridTableModel::setSource(std::vector<std::string> columns, std::size_t rows, WindowFetcher fetch) {
     beginResetModel();
     columns_ = std::move(columns);
     rows_ = fetch ? rows : 0;
     fetch_ = std::move(fetch);
-    haveCached_ = false;
-    cached_.clear();
+    window_.clear();
     endResetModel();
+}
+
+namespace {
+
+std::string errorText(const std::exception& error) {
+    if (const auto* e = dynamic_cast<const RuntimeError*>(&error))
+        return "Run-time error '" + std::to_string(e->number()) + "': " + e->description();
+    return error.what();
+}
+
+}  // namespace
+
+const GridTableModel::Row& GridTableModel::rowAt(std::size_t row) const {
+    if (row < windowFirst_ || row >= windowFirst_ + window_.size()) {
+        window_.clear();
+        windowFirst_ = row - row % kWindow;
+        const std::size_t count = std::min(kWindow, rows_ - windowFirst_);
+        try {
+            for (auto& texts : fetch_(windowFirst_, count)) window_.push_back({std::move(texts), {}});
+        } catch (const std::exception&) {
+            // Some row of the window cannot be read: read them one by one, so that only the rows
+            // that fail show the error.
+            window_.clear();
+            for (std::size_t r = windowFirst_; r < windowFirst_ + count; ++r) {
+                try {
+                    auto one = fetch_(r, 1);
+                    window_.push_back(
+                        {one.empty() ? std::vector<std::string>{} : std::move(one.front()), {}});
+                } catch (const std::exception& error) {
+                    window_.push_back(
+                        {std::vector<std::string>(columns_.size(), kErrorCell), errorText(error)});
+                }
+            }
+        }
+        window_.resize(count);
+    }
+    return window_[row - windowFirst_];
 }
 
 std::vector<std::string> GridTableModel::rowTexts(std::size_t row) const {
     if (row >= rows_) return {};
-    if (!haveCached_ || cachedRow_ != row) {
-        cached_ = fetch_(row);
-        cachedRow_ = row;
-        haveCached_ = true;
-    }
-    return cached_;
+    return rowAt(row).texts;
+}
+
+std::string GridTableModel::rowError(std::size_t row) const {
+    if (row >= rows_) return {};
+    return rowAt(row).error;
 }
 
 int GridTableModel::rowCount(const QModelIndex& parent) const {
@@ -128,13 +167,15 @@ int GridTableModel::columnCount(const QModelIndex& parent) const {
 }
 
 QVariant GridTableModel::data(const QModelIndex& index, int role) const {
-    if (role != Qt::DisplayRole || !index.isValid() || index.row() < 0 || index.column() < 0) return {};
+    if (!index.isValid() || index.row() < 0 || index.column() < 0) return {};
+    if (role != Qt::DisplayRole && role != Qt::ToolTipRole) return {};
     const auto r = static_cast<std::size_t>(index.row());
     const auto c = static_cast<std::size_t>(index.column());
     if (r >= rows_) return {};
-    rowTexts(r);
-    if (c >= cached_.size()) return {};
-    return q(cached_[c]);
+    const Row& row = rowAt(r);
+    if (role == Qt::ToolTipRole) return row.error.empty() ? QVariant() : QVariant(q(row.error));
+    if (c >= row.texts.size()) return {};
+    return q(row.texts[c]);
 }
 
 QVariant GridTableModel::headerData(int section, Qt::Orientation orientation, int role) const {

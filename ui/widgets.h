@@ -50,16 +50,25 @@ QListWidget* makeList(QWidget* parent, std::string_view name, std::optional<int>
 QProgressBar* makeProgress(QWidget* parent, std::string_view name);
 QTableView* makeGrid(QWidget* parent, std::string_view name);
 
-// The rows a data grid shows, read from its source on demand (a table may hold many thousand rows;
-// only the rows on screen are fetched). Read only: the grid's editing permissions are kept by the
-// form model, and the view never writes back to a database.
+// The rows a data grid shows, read from its source on demand, a window of rows at a time (a table
+// may hold many thousand rows; only the rows around those on screen are fetched). A row that cannot
+// be read shows "#Error" in every cell, with the error's text as the cells' tooltip, instead of
+// passing for an empty row. Read only: the grid's editing permissions are kept by the form model,
+// and the view never writes back to a database.
 class GridTableModel final : public QAbstractTableModel {
   public:
-    using RowFetcher = std::function<std::vector<std::string>(std::size_t row)>;
+    // Rows first .. first + count - 1; throws (qx::RuntimeError) when they cannot be read.
+    using WindowFetcher =
+        std::function<std::vector<std::vector<std::string>>(std::size_t first, std::size_t count)>;
     using QAbstractTableModel::QAbstractTableModel;
 
-    // Replaces the whole content: column names, the number of rows and how to read one row.
-    void setSource(std::vector<std::string> columns, std::size_t rows, RowFetcher fetch);
+    // Rows read at once.
+    static constexpr std::size_t kWindow = 64;
+    // What the cells of a row that cannot be read show.
+    static constexpr const char* kErrorCell = "#Error";
+
+    // Replaces the whole content: column names, the number of rows and how to read them.
+    void setSource(std::vector<std::string> columns, std::size_t rows, WindowFetcher fetch);
     void clear() { setSource({}, 0, {}); }
 
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -69,17 +78,24 @@ class GridTableModel final : public QAbstractTableModel {
 
     const std::vector<std::string>& columns() const { return columns_; }
     std::size_t rows() const { return rows_; }
-    // The displayed texts of one row ({} outside the table).
+    // The displayed texts of one row ({} outside the table; "#Error" cells for a row that failed).
     std::vector<std::string> rowTexts(std::size_t row) const;
+    // Why `row` could not be read ("" when it was).
+    std::string rowError(std::size_t row) const;
 
   private:
+    struct Row {
+        std::vector<std::string> texts;
+        std::string error;
+    };
+    const Row& rowAt(std::size_t row) const;
+
     std::vector<std::string> columns_;
     std::size_t rows_ = 0;
-    RowFetcher fetch_;
-    // The last row read: a row is drawn cell by cell, so one fetch serves all its cells.
-    mutable std::size_t cachedRow_ = 0;
-    mutable std::vector<std::string> cached_;
-    mutable bool haveCached_ = false;
+    WindowFetcher fetch_;
+    // The window of rows read last: rows are drawn cell by cell and near each other.
+    mutable std::size_t windowFirst_ = 0;
+    mutable std::vector<Row> window_;
 };
 
 // The model behind a grid made by makeGrid.

@@ -5,10 +5,10 @@
 #include <memory>
 #include <string>
 
+#include "ado/adodc.h"
 #include "jet/database.h"
 #include "jet/table.h"
 #include "platform/errors.h"
-#include "search/binding.h"
 #include "search/query_routines.h"
 #include "search/tests/search_program.h"
 
@@ -339,10 +339,9 @@ TEST_F(SearchTest, CloseWithTheFlagSetButTheRecordsetClosedFails) {
     EXPECT_EQ(g.adoOpen, kVbTrue);
 }
 
-TEST_F(SearchTest, TheShellHookReleasesTheBinding) {
+TEST_F(SearchTest, TheShellsRoutineReleasesTheBinding) {
     choose("Company", 9);
-    ASSERT_TRUE(hooks.closeAdoIfOpen);
-    hooks.closeAdoIfOpen(main.grdData);
+    CloseADOifOpen(program, main.grdData);
     EXPECT_EQ(g.adoOpen, kVbFalse);
 }
 

@@ -306,6 +306,62 @@ TEST_F(ControlsTest, GridShowsItsSourceUntilClosedAndAgainAfterRebind) {
     EXPECT_TRUE(bench.grid.allowAddNew() && bench.grid.allowDelete() && bench.grid.allowUpdate());
 }
 
+// Writes what a control describes as "name=value" lines; rows are read through the window.
+class Recorder final : public PropertyVisitor {
+  public:
+    std::vector<std::string> lines;
+    void text(std::string_view n, const std::string& v) override { add(n, v); }
+    void flag(std::string_view n, bool v) override { add(n, v ? "true" : "false"); }
+    void integer(std::string_view n, std::int64_t v) override { add(n, std::to_string(v)); }
+    void real(std::string_view n, float v) override { add(n, std::to_string(v)); }
+    void texts(std::string_view n, const std::vector<std::string>& v) override { add(n, join(v)); }
+    void integers(std::string_view n, const std::vector<int>& v) override {
+        std::vector<std::string> t;
+        for (int i : v) t.push_back(std::to_string(i));
+        add(n, join(t));
+    }
+    void rows(std::string_view n, std::size_t count, const RowWindow& window) override {
+        std::vector<std::string> all;
+        for (const auto& row : window(0, count)) all.push_back(join(row));
+        add(n, join(all));
+    }
+
+  private:
+    static std::string join(const std::vector<std::string>& v) {
+        std::string out;
+        for (const auto& s : v) out += (out.empty() ? "" : "|") + s;
+        return out;
+    }
+    void add(std::string_view n, const std::string& v) { lines.push_back(std::string(n) + "=" + v); }
+};
+
+TEST_F(ControlsTest, AGridDescribesItsRowsThroughWindows) {
+    TwoRows rows;
+    bench.grid.setDataSource(&rows);
+    EXPECT_EQ(bench.grid.rowWindow(1, 5), (std::vector<std::vector<std::string>>{{"2", "Bob"}}));
+    EXPECT_TRUE(bench.grid.rowWindow(2, 1).empty());
+    Recorder r;
+    bench.grid.describe(r);
+    EXPECT_EQ(r.lines,
+              (std::vector<std::string>{"columns=ID|Name", "rows=1|Ann|2|Bob", "visible=true",
+                                        "allowAddNew=false", "allowDelete=false", "allowUpdate=false"}));
+    bench.grid.close();
+    Recorder closed;
+    bench.grid.describe(closed);
+    EXPECT_EQ(closed.lines.at(1), "rows=");
+}
+
+TEST_F(ControlsTest, EveryKindDescribesWhatItShows) {
+    Recorder label;
+    bench.label.setCaption("Passed");
+    bench.label.describe(label);
+    EXPECT_EQ(label.lines, (std::vector<std::string>{"caption=Passed", "visible=true"}));
+    Recorder check;
+    bench.check.setValue(1);
+    bench.check.describe(check);
+    EXPECT_EQ(check.lines.at(0), "value=1");
+}
+
 TEST_F(ControlsTest, TimerRunsOnlyWhileItsFormIsLoadedAndEnabled) {
     EXPECT_FALSE(bench.timer.running());
     screen.setElapsedMs(500);

@@ -5,6 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/errors.h"
 #include "search/query_routines.h"
 #include "ui/tests/session.h"
 #include "ui/widgets.h"
@@ -106,6 +111,36 @@ TEST(GridWindow, ThePagesClearEmptiesTheSearchGrid) {
     EXPECT_EQ(gridModel(view)->rowCount(), 0);
     EXPECT_EQ(user.text("lblCount"), "Record Count:");
     EXPECT_EQ(user.text("lblFCount"), "Field Count:");
+}
+
+// A row the source cannot read shows "#Error" in each cell with the error as its tooltip; the
+// other rows of its window still show, and rows are read a window at a time.
+TEST(GridWindow, ARowThatCannotBeReadShowsTheErrorNotABlankRow) {
+    Session user;  // a QApplication for the model
+    GridTableModel model;
+    std::vector<std::pair<std::size_t, std::size_t>> reads;
+    model.setSource({"A", "B"}, 200, [&reads](std::size_t first, std::size_t count) {
+        reads.emplace_back(first, count);
+        std::vector<std::vector<std::string>> rows;
+        for (std::size_t r = first; r < first + count; ++r) {
+            if (r == 70) throw RuntimeError(-2147467259, "Cannot open database 'x'.");
+            rows.push_back({std::to_string(r), "b"});
+        }
+        return rows;
+    });
+    EXPECT_EQ(cell(model, 3, 0), "3");
+    EXPECT_EQ(cell(model, 63, 1), "b");
+    ASSERT_EQ(reads.size(), 1u);
+    EXPECT_EQ(reads[0], std::make_pair(std::size_t{0}, GridTableModel::kWindow));
+    EXPECT_EQ(cell(model, 70, 0), GridTableModel::kErrorCell);
+    EXPECT_EQ(cell(model, 70, 1), GridTableModel::kErrorCell);
+    EXPECT_EQ(s(model.data(model.index(70, 0), Qt::ToolTipRole).toString()),
+              "Run-time error '-2147467259': Cannot open database 'x'.");
+    EXPECT_EQ(model.rowError(70), "Run-time error '-2147467259': Cannot open database 'x'.");
+    EXPECT_EQ(cell(model, 71, 0), "71");
+    EXPECT_EQ(model.rowError(71), "");
+    EXPECT_FALSE(model.data(model.index(71, 0), Qt::ToolTipRole).isValid());
+    EXPECT_EQ(cell(model, 199, 0), "199");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "search/binding.h"
+#include "ado/adodc.h"
 
 #include <map>
 
@@ -9,7 +9,7 @@
 #include "jet/sql/text.h"
 #include "platform/errors.h"
 
-namespace qx::search {
+namespace qx::ado {
 
 namespace {
 
@@ -35,14 +35,15 @@ std::map<std::string, std::string> connectionProperties(std::string_view text) {
 // Windows path.
 std::string inWindowsTerms(std::string text, const std::string& hostPath, const std::string& windowsPath) {
     if (hostPath.empty()) return text;
-    for (auto at = text.find(hostPath); at != std::string::npos; at = text.find(hostPath, at + windowsPath.size())) {
+    for (auto at = text.find(hostPath); at != std::string::npos;
+         at = text.find(hostPath, at + windowsPath.size())) {
         text.replace(at, hostPath.size(), windowsPath);
     }
     return text;
 }
 
-[[noreturn]] void raiseFailure(ado::Failure failure, std::string_view argument = {}) {
-    throw RuntimeError(ado::errorNumber(failure), ado::errorText(failure, argument));
+[[noreturn]] void raiseFailure(Failure failure, std::string_view argument = {}) {
+    throw RuntimeError(errorNumber(failure), errorText(failure, argument));
 }
 
 }  // namespace
@@ -54,32 +55,45 @@ std::string displayText(const jet::Value& value) {
     return jet::sql::toText(value);
 }
 
-AdoBinding::AdoBinding(const platform::FileSystem& fs) : fs_(fs) {}
-AdoBinding::~AdoBinding() = default;
+Adodc::Adodc(const platform::FileSystem& fs) : fs_(fs) {}
+Adodc::~Adodc() = default;
 
-std::string AdoBinding::dataSource() const {
-    const auto props = connectionProperties(connectionString_);
-    const auto it = props.find("DATA SOURCE");
-    return it == props.end() ? std::string() : it->second;
+void Adodc::setConnectionString(std::string text) {
+    const auto props = connectionProperties(text);
+    connection_ = {};
+    if (const auto it = props.find("PROVIDER"); it != props.end()) connection_.provider = it->second;
+    if (const auto it = props.find("DATA SOURCE"); it != props.end()) connection_.dataSource = it->second;
+    connectionString_ = std::move(text);
 }
 
-void AdoBinding::refresh() {
+void Adodc::connect(std::string_view folder, std::string_view file) {
+    std::string path = std::string(folder) + std::string(file);
+    connectionString_ = std::string(kJetConnectPrefix) + path + std::string(kJetConnectSuffix);
+    connection_ = {std::string(kJetProviderName), std::move(path)};
+}
+
+void Adodc::setRecordSource(std::string statement) {
+    recordSource_ = {RecordSource::Kind::Statement, {}, std::move(statement)};
+}
+
+void Adodc::openTable(std::string_view table) {
+    recordSource_ = {RecordSource::Kind::Table, std::string(table), "Select * from " + std::string(table)};
+}
+
+void Adodc::refresh() {
     everRefreshed_ = true;
     rows_.reset();
 
-    const auto props = connectionProperties(connectionString_);
-    const auto provider = props.find("PROVIDER");
-    if (provider == props.end() || vb::UCase(provider->second) != kJetProvider)
-        raiseFailure(ado::Failure::ProviderNotFound);
-    const std::string source = dataSource();
+    if (vb::UCase(connection_.provider) != kJetProvider) raiseFailure(Failure::ProviderNotFound);
+    const std::string& source = connection_.dataSource;
 
     std::string host;
     try {
         host = fs_.hostPath(source);
     } catch (const RuntimeError&) {
-        raiseFailure(ado::Failure::InvalidPath, source);
+        raiseFailure(Failure::InvalidPath, source);
     }
-    if (vb::Trim(recordSource_).empty()) raiseFailure(ado::Failure::CommandTextNotSet);
+    if (vb::Trim(recordSource_.statement).empty()) raiseFailure(Failure::CommandTextNotSet);
 
     try {
         jet::Database db = [&] {
@@ -89,43 +103,45 @@ void AdoBinding::refresh() {
                 throw jet::sql::throughProvider(e);
             }
         }();
-        rows_.emplace(jet::sql::RowSet::open(db, recordSource_));
+        rows_.emplace(jet::sql::RowSet::open(db, recordSource_.statement));
     } catch (const jet::Error& e) {
         rows_.reset();
         throw RuntimeError(e.number(), inWindowsTerms(e.description(), host, source));
     }
 }
 
-void AdoBinding::requireOpen() const {
+void Adodc::requireOpen() const {
     if (!everRefreshed_) raise(err::kObjectVariableNotSet);
-    if (!rows_) raiseFailure(ado::Failure::ObjectClosed);
+    if (!rows_) raiseFailure(Failure::ObjectClosed);
 }
 
-std::int32_t AdoBinding::fieldsCount() const {
+std::int32_t Adodc::fieldsCount() const {
     requireOpen();
     return static_cast<std::int32_t>(rows_->fields().size());
 }
 
-std::int32_t AdoBinding::recordCount() const {
+std::int32_t Adodc::recordCount() const {
     requireOpen();
     return static_cast<std::int32_t>(rows_->recordCount());
 }
 
-void AdoBinding::closeRecordset() {
+void Adodc::closeRecordset() {
     requireOpen();
     rows_.reset();
 }
 
-std::vector<std::string> AdoBinding::columnNames() const {
+std::vector<std::string> Adodc::columnNames() const {
     std::vector<std::string> out;
     if (!rows_) return out;
     for (const auto& f : rows_->fields()) out.push_back(f.name);
     return out;
 }
 
-std::size_t AdoBinding::rowCount() const { return rows_ ? rows_->recordCount() : 0; }
+std::size_t Adodc::rowCount() const {
+    return rows_ ? rows_->recordCount() : 0;
+}
 
-std::vector<std::string> AdoBinding::rowTexts(std::size_t row) const {
+std::vector<std::string> Adodc::rowTexts(std::size_t row) const {
     std::vector<std::string> out;
     if (!rows_ || row >= rows_->recordCount()) return out;
     try {
@@ -138,4 +154,4 @@ std::vector<std::string> AdoBinding::rowTexts(std::size_t row) const {
     return out;
 }
 
-}  // namespace qx::search
+}  // namespace qx::ado

@@ -45,8 +45,8 @@ int runSchema(Invocation& inv) {
 }
 
 const CommandRegistration registration{Command{
-    "jet schema", "jet schema FILE [TABLE]  (CREATE TABLE and CREATE INDEX statements that remake the tables)",
-    runSchema}};
+    "jet schema",
+    "jet schema FILE [TABLE]  (CREATE TABLE and CREATE INDEX statements that remake the tables)", runSchema}};
 
 }  // namespace
 }  // namespace qx::cli

@@ -20,33 +20,60 @@ struct TypeName {
 };
 
 constexpr std::array kTypeNames{
-    TypeName{"BIT", ColumnType::Boolean},          TypeName{"YESNO", ColumnType::Boolean},
-    TypeName{"LOGICAL", ColumnType::Boolean},      TypeName{"LOGICAL1", ColumnType::Boolean},
-    TypeName{"BOOLEAN", ColumnType::Boolean},      TypeName{"BYTE", ColumnType::Byte},
-    TypeName{"INTEGER1", ColumnType::Byte},        TypeName{"TINYINT", ColumnType::Byte},
-    TypeName{"SHORT", ColumnType::Integer},        TypeName{"SMALLINT", ColumnType::Integer},
-    TypeName{"INTEGER2", ColumnType::Integer},     TypeName{"LONG", ColumnType::Long},
-    TypeName{"INT", ColumnType::Long},             TypeName{"INTEGER", ColumnType::Long},
-    TypeName{"INTEGER4", ColumnType::Long},        TypeName{"SINGLE", ColumnType::Single},
-    TypeName{"REAL", ColumnType::Single},          TypeName{"FLOAT4", ColumnType::Single},
-    TypeName{"IEEESINGLE", ColumnType::Single},    TypeName{"DOUBLE", ColumnType::Double},
-    TypeName{"FLOAT", ColumnType::Double},         TypeName{"FLOAT8", ColumnType::Double},
-    TypeName{"NUMBER", ColumnType::Double},        TypeName{"IEEEDOUBLE", ColumnType::Double},
-    TypeName{"CURRENCY", ColumnType::Currency},    TypeName{"MONEY", ColumnType::Currency},
-    TypeName{"DATETIME", ColumnType::DateTime},    TypeName{"DATE", ColumnType::DateTime},
-    TypeName{"TIME", ColumnType::DateTime},        TypeName{"TIMESTAMP", ColumnType::DateTime},
-    TypeName{"TEXT", ColumnType::Text},            TypeName{"VARCHAR", ColumnType::Text},
-    TypeName{"CHAR", ColumnType::Text},            TypeName{"CHARACTER", ColumnType::Text},
-    TypeName{"STRING", ColumnType::Text},          TypeName{"ALPHANUMERIC", ColumnType::Text},
-    TypeName{"NVARCHAR", ColumnType::Text},        TypeName{"MEMO", ColumnType::Memo},
-    TypeName{"LONGTEXT", ColumnType::Memo},        TypeName{"NOTE", ColumnType::Memo},
-    TypeName{"LONGCHAR", ColumnType::Memo},        TypeName{"NTEXT", ColumnType::Memo},
-    TypeName{"LONGBINARY", ColumnType::OLE},       TypeName{"OLEOBJECT", ColumnType::OLE},
-    TypeName{"GENERAL", ColumnType::OLE},          TypeName{"IMAGE", ColumnType::OLE},
-    TypeName{"BINARY", ColumnType::Binary},        TypeName{"VARBINARY", ColumnType::Binary},
-    TypeName{"GUID", ColumnType::GUID},            TypeName{"UNIQUEIDENTIFIER", ColumnType::GUID},
-    TypeName{"DECIMAL", ColumnType::Decimal},      TypeName{"NUMERIC", ColumnType::Decimal},
-    TypeName{"DEC", ColumnType::Decimal},          TypeName{"COUNTER", ColumnType::Long, true},
+    TypeName{"BIT", ColumnType::Boolean},
+    TypeName{"YESNO", ColumnType::Boolean},
+    TypeName{"LOGICAL", ColumnType::Boolean},
+    TypeName{"LOGICAL1", ColumnType::Boolean},
+    TypeName{"BOOLEAN", ColumnType::Boolean},
+    TypeName{"BYTE", ColumnType::Byte},
+    TypeName{"INTEGER1", ColumnType::Byte},
+    TypeName{"TINYINT", ColumnType::Byte},
+    TypeName{"SHORT", ColumnType::Integer},
+    TypeName{"SMALLINT", ColumnType::Integer},
+    TypeName{"INTEGER2", ColumnType::Integer},
+    TypeName{"LONG", ColumnType::Long},
+    TypeName{"INT", ColumnType::Long},
+    TypeName{"INTEGER", ColumnType::Long},
+    TypeName{"INTEGER4", ColumnType::Long},
+    TypeName{"SINGLE", ColumnType::Single},
+    TypeName{"REAL", ColumnType::Single},
+    TypeName{"FLOAT4", ColumnType::Single},
+    TypeName{"IEEESINGLE", ColumnType::Single},
+    TypeName{"DOUBLE", ColumnType::Double},
+    TypeName{"FLOAT", ColumnType::Double},
+    TypeName{"FLOAT8", ColumnType::Double},
+    TypeName{"NUMBER", ColumnType::Double},
+    TypeName{"IEEEDOUBLE", ColumnType::Double},
+    TypeName{"CURRENCY", ColumnType::Currency},
+    TypeName{"MONEY", ColumnType::Currency},
+    TypeName{"DATETIME", ColumnType::DateTime},
+    TypeName{"DATE", ColumnType::DateTime},
+    TypeName{"TIME", ColumnType::DateTime},
+    TypeName{"TIMESTAMP", ColumnType::DateTime},
+    TypeName{"TEXT", ColumnType::Text},
+    TypeName{"VARCHAR", ColumnType::Text},
+    TypeName{"CHAR", ColumnType::Text},
+    TypeName{"CHARACTER", ColumnType::Text},
+    TypeName{"STRING", ColumnType::Text},
+    TypeName{"ALPHANUMERIC", ColumnType::Text},
+    TypeName{"NVARCHAR", ColumnType::Text},
+    TypeName{"MEMO", ColumnType::Memo},
+    TypeName{"LONGTEXT", ColumnType::Memo},
+    TypeName{"NOTE", ColumnType::Memo},
+    TypeName{"LONGCHAR", ColumnType::Memo},
+    TypeName{"NTEXT", ColumnType::Memo},
+    TypeName{"LONGBINARY", ColumnType::OLE},
+    TypeName{"OLEOBJECT", ColumnType::OLE},
+    TypeName{"GENERAL", ColumnType::OLE},
+    TypeName{"IMAGE", ColumnType::OLE},
+    TypeName{"BINARY", ColumnType::Binary},
+    TypeName{"VARBINARY", ColumnType::Binary},
+    TypeName{"GUID", ColumnType::GUID},
+    TypeName{"UNIQUEIDENTIFIER", ColumnType::GUID},
+    TypeName{"DECIMAL", ColumnType::Decimal},
+    TypeName{"NUMERIC", ColumnType::Decimal},
+    TypeName{"DEC", ColumnType::Decimal},
+    TypeName{"COUNTER", ColumnType::Long, true},
     TypeName{"AUTOINCREMENT", ColumnType::Long, true},
 };
 
@@ -131,8 +158,8 @@ class ChangeParser {
         take();
         c.type = type->type;
         c.autoNumber = type->autoNumber;
-        if (c.type == ColumnType::Decimal && version_ != FormatVersion::Jet4 && version_ != FormatVersion::Ace12 &&
-            version_ != FormatVersion::Ace14)
+        if (c.type == ColumnType::Decimal && version_ != FormatVersion::Jet4 &&
+            version_ != FormatVersion::Ace12 && version_ != FormatVersion::Ace14)
             throw changeError(ChangeFailure::FieldSyntax);
         if (c.type == ColumnType::Text && keywordIs(toks_[pos_ - 1], "CHARACTER")) takeKeyword("VARYING");
         if (c.autoNumber && takeIf(Tok::LParen)) {
@@ -268,7 +295,8 @@ class ChangeParser {
                 primary = true;
             }
             for (std::size_t j = 0; j < i; ++j)
-                if (sameName(t.indexes[j].name, ix.name)) throw changeError(ChangeFailure::IndexExists, t.name, ix.name);
+                if (sameName(t.indexes[j].name, ix.name))
+                    throw changeError(ChangeFailure::IndexExists, t.name, ix.name);
             for (const auto& k : ix.columns) {
                 bool found = false;
                 for (const auto& c : t.columns) found = found || sameName(c.name, k.name);
@@ -323,8 +351,7 @@ class ChangeParser {
         if (t.kind == Tok::String) {
             v.kind = InsertValue::Kind::Text;
             v.text = take().text;
-        } else if (t.kind == Tok::Number || t.kind == Tok::Minus ||
-                   (t.kind == Tok::Other && t.text == "+")) {
+        } else if (t.kind == Tok::Number || t.kind == Tok::Minus || (t.kind == Tok::Other && t.text == "+")) {
             const bool negative = take().kind == Tok::Minus;
             if (t.kind == Tok::Number) {
                 v.number = t.text;
@@ -459,8 +486,10 @@ std::optional<DateTime> parseDateLiteral(std::string_view text) {
             year = nums[0], month = nums[1], day = nums[2];
         } else {
             month = nums[0], day = nums[1], year = nums[2];
-            if (year < 30) year += 2000;
-            else if (year < 100) year += 1900;
+            if (year < 30)
+                year += 2000;
+            else if (year < 100)
+                year += 1900;
         }
     }
     const std::size_t timeParts = nums.size() - dateParts;

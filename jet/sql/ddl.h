@@ -34,9 +34,9 @@ namespace jet::sql {
 struct ColumnDefinition {
     std::string name;
     ColumnType type = ColumnType::Text;
-    std::uint16_t size = 0;  // Text: characters; Binary: bytes; 0 for every other type
-    bool required = false;   // NOT NULL
-    bool autoNumber = false;  // COUNTER (a Long)
+    std::uint16_t size = 0;                 // Text: characters; Binary: bytes; 0 for every other type
+    bool required = false;                  // NOT NULL
+    bool autoNumber = false;                // COUNTER (a Long)
     std::uint8_t precision = 0, scale = 0;  // Decimal
     friend bool operator==(const ColumnDefinition&, const ColumnDefinition&) = default;
 };

@@ -25,8 +25,8 @@ enum class ChangeFailure {
     NoSuchIndex,         // 3265 DROP INDEX of an index the table lacks
     DuplicateKey,        // 3022
     RequiredNull,        // 3314 names the field
-    ValueDoesNotFit,     // 3163 "The field is too small to accept the amount of data you attempted to add. ..."
-    TypeConversion,      // 3464 "Data type mismatch in criteria expression."
+    ValueDoesNotFit,  // 3163 "The field is too small to accept the amount of data you attempted to add. ..."
+    TypeConversion,   // 3464 "Data type mismatch in criteria expression."
 };
 
 // `a` and `b` fill the text's places (names), in order.

@@ -4,8 +4,12 @@
 
 namespace jet::sql::lex {
 
-bool isSpace(char c) noexcept { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v'; }
-bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
+bool isSpace(char c) noexcept {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v';
+}
+bool isDigit(char c) noexcept {
+    return c >= '0' && c <= '9';
+}
 bool isIdentChar(char c) noexcept {
     const auto u = static_cast<unsigned char>(c);
     return (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z') || isDigit(c) || c == '_' || u >= 0x80;
@@ -81,14 +85,30 @@ std::vector<Token> tokenize(std::string_view s) {
         } else {
             ++i;
             switch (c) {
-                case '(': t.kind = Tok::LParen; break;
-                case ')': t.kind = Tok::RParen; break;
-                case ',': t.kind = Tok::Comma; break;
-                case '*': t.kind = Tok::Star; break;
-                case '.': t.kind = Tok::Dot; break;
-                case ';': t.kind = Tok::Semicolon; break;
-                case '=': t.kind = Tok::Eq; break;
-                case '-': t.kind = Tok::Minus; break;
+                case '(':
+                    t.kind = Tok::LParen;
+                    break;
+                case ')':
+                    t.kind = Tok::RParen;
+                    break;
+                case ',':
+                    t.kind = Tok::Comma;
+                    break;
+                case '*':
+                    t.kind = Tok::Star;
+                    break;
+                case '.':
+                    t.kind = Tok::Dot;
+                    break;
+                case ';':
+                    t.kind = Tok::Semicolon;
+                    break;
+                case '=':
+                    t.kind = Tok::Eq;
+                    break;
+                case '-':
+                    t.kind = Tok::Minus;
+                    break;
                 case '<':
                     if (i < s.size() && s[i] == '>') {
                         t.kind = Tok::Ne;

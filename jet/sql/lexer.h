@@ -12,8 +12,25 @@
 namespace jet::sql::lex {
 
 enum class Tok {
-    End, Ident, Bracket, String, Number, LParen, RParen, Comma, Star, Dot, Semicolon,
-    Eq, Ne, Lt, Gt, Le, Ge, Minus, Other,
+    End,
+    Ident,
+    Bracket,
+    String,
+    Number,
+    LParen,
+    RParen,
+    Comma,
+    Star,
+    Dot,
+    Semicolon,
+    Eq,
+    Ne,
+    Lt,
+    Gt,
+    Le,
+    Ge,
+    Minus,
+    Other,
     BadString,   // a quote with no closing quote: runs to the end of the statement
     BadBracket,  // a "[" with no "]"
 };

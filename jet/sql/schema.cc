@@ -34,22 +34,36 @@ std::string bracketed(std::string_view name) {
 
 std::string typeText(const ColumnDefinition& c) {
     switch (c.type) {
-        case ColumnType::Boolean: return "BIT";
-        case ColumnType::Byte: return "BYTE";
-        case ColumnType::Integer: return "SHORT";
-        case ColumnType::Long: return c.autoNumber ? "COUNTER" : "LONG";
-        case ColumnType::Currency: return "CURRENCY";
-        case ColumnType::Single: return "SINGLE";
-        case ColumnType::Double: return "DOUBLE";
-        case ColumnType::DateTime: return "DATETIME";
-        case ColumnType::Binary: return "BINARY(" + std::to_string(c.size) + ")";
-        case ColumnType::Text: return "TEXT(" + std::to_string(c.size) + ")";
-        case ColumnType::OLE: return "LONGBINARY";
-        case ColumnType::Memo: return "MEMO";
-        case ColumnType::GUID: return "GUID";
+        case ColumnType::Boolean:
+            return "BIT";
+        case ColumnType::Byte:
+            return "BYTE";
+        case ColumnType::Integer:
+            return "SHORT";
+        case ColumnType::Long:
+            return c.autoNumber ? "COUNTER" : "LONG";
+        case ColumnType::Currency:
+            return "CURRENCY";
+        case ColumnType::Single:
+            return "SINGLE";
+        case ColumnType::Double:
+            return "DOUBLE";
+        case ColumnType::DateTime:
+            return "DATETIME";
+        case ColumnType::Binary:
+            return "BINARY(" + std::to_string(c.size) + ")";
+        case ColumnType::Text:
+            return "TEXT(" + std::to_string(c.size) + ")";
+        case ColumnType::OLE:
+            return "LONGBINARY";
+        case ColumnType::Memo:
+            return "MEMO";
+        case ColumnType::GUID:
+            return "GUID";
         case ColumnType::Decimal:
             return "DECIMAL(" + std::to_string(c.precision) + "," + std::to_string(c.scale) + ")";
-        case ColumnType::Unknown: break;
+        case ColumnType::Unknown:
+            break;
     }
     return "LONGBINARY";
 }
@@ -94,12 +108,14 @@ TableDefinition definitionOf(const Database& db, const Table& table) {
     const auto columnName = [&](std::uint16_t number) -> std::string {
         for (const auto& c : table.columns())
             if (c.number == number) return c.name;
-        throw Error(errc::kCannotOpen, "An index of table '" + table.name() + "' names a column it does not have.");
+        throw Error(errc::kCannotOpen,
+                    "An index of table '" + table.name() + "' names a column it does not have.");
     };
     std::vector<IndexDefinition> primary, others;
     for (const auto& ix : table.indexes()) {
         if (ix.kind == kForeignKey) continue;
-        if (ix.realIndex < 0 || static_cast<std::size_t>(ix.realIndex) >= table.realIndexes().size()) continue;
+        if (ix.realIndex < 0 || static_cast<std::size_t>(ix.realIndex) >= table.realIndexes().size())
+            continue;
         const RealIndex& real = table.realIndexes()[static_cast<std::size_t>(ix.realIndex)];
         IndexDefinition d;
         d.name = ix.name;

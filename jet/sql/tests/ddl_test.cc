@@ -36,12 +36,14 @@ TEST(Ddl, CreateTableWithEveryTypeNameAndItsSynonyms) {
     EXPECT_EQ(t.name, "My Table");
     ASSERT_EQ(t.columns.size(), 29u);
     const ColumnType expected[] = {
-        ColumnType::Boolean, ColumnType::Boolean, ColumnType::Boolean, ColumnType::Byte, ColumnType::Integer,
-        ColumnType::Integer, ColumnType::Long, ColumnType::Long, ColumnType::Long, ColumnType::Single,
-        ColumnType::Single, ColumnType::Double, ColumnType::Double, ColumnType::Currency, ColumnType::Currency,
-        ColumnType::DateTime, ColumnType::DateTime, ColumnType::Text, ColumnType::Text, ColumnType::Text,
-        ColumnType::Memo, ColumnType::Memo, ColumnType::OLE, ColumnType::OLE, ColumnType::Binary,
-        ColumnType::GUID, ColumnType::Decimal, ColumnType::Long, ColumnType::Long};
+        ColumnType::Boolean,  ColumnType::Boolean,  ColumnType::Boolean,  ColumnType::Byte,
+        ColumnType::Integer,  ColumnType::Integer,  ColumnType::Long,     ColumnType::Long,
+        ColumnType::Long,     ColumnType::Single,   ColumnType::Single,   ColumnType::Double,
+        ColumnType::Double,   ColumnType::Currency, ColumnType::Currency, ColumnType::DateTime,
+        ColumnType::DateTime, ColumnType::Text,     ColumnType::Text,     ColumnType::Text,
+        ColumnType::Memo,     ColumnType::Memo,     ColumnType::OLE,      ColumnType::OLE,
+        ColumnType::Binary,   ColumnType::GUID,     ColumnType::Decimal,  ColumnType::Long,
+        ColumnType::Long};
     for (std::size_t i = 0; i < t.columns.size(); ++i) EXPECT_EQ(t.columns[i].type, expected[i]) << i;
     EXPECT_EQ(t.columns[17].size, 50);
     EXPECT_EQ(t.columns[18].size, 10);
@@ -70,7 +72,8 @@ TEST(Ddl, ConstraintsRequiredColumnsAndUniqueColumns) {
 }
 
 TEST(Ddl, CreateAndDropIndex) {
-    const auto st = parseChange("CREATE UNIQUE INDEX ix ON [Invoice] (FileNumber DESC, [Date] ASC) WITH IGNORE NULL");
+    const auto st =
+        parseChange("CREATE UNIQUE INDEX ix ON [Invoice] (FileNumber DESC, [Date] ASC) WITH IGNORE NULL");
     const auto& ci = std::get<CreateIndexStatement>(st.value());
     EXPECT_EQ(ci.table, "Invoice");
     EXPECT_TRUE(ci.index.unique);
@@ -92,14 +95,16 @@ TEST(Ddl, OtherStatementsAreLeftToTheirParser) {
 }
 
 TEST(Ddl, SyntaxErrorsAsJetWordsThem) {
-    EXPECT_EQ(failure("CREATE TABLE t (a WIDGET)"), (std::pair<std::int32_t, std::string>{3292, "Syntax error in field definition."}));
+    EXPECT_EQ(failure("CREATE TABLE t (a WIDGET)"),
+              (std::pair<std::int32_t, std::string>{3292, "Syntax error in field definition."}));
     EXPECT_EQ(failure("CREATE TABLE t (a TEXT(256))").first, 3292);
     EXPECT_EQ(failure("CREATE TABLE t (a TEXT(0))").first, 3292);
     EXPECT_EQ(failure("CREATE TABLE t (a LONG(4))").first, 3292);
     EXPECT_EQ(failure("CREATE TABLE t (a DECIMAL(29,2))").first, 3292);
     EXPECT_EQ(failure("CREATE TABLE t (a DECIMAL(10,2))", FormatVersion::Jet3).first, 3292);
     EXPECT_EQ(failure("CREATE TABLE t (a DECIMAL(10,2))", FormatVersion::Jet4).first, 0);
-    EXPECT_EQ(failure("CREATE TABLE t a LONG"), (std::pair<std::int32_t, std::string>{3290, "Syntax error in CREATE TABLE statement."}));
+    EXPECT_EQ(failure("CREATE TABLE t a LONG"),
+              (std::pair<std::int32_t, std::string>{3290, "Syntax error in CREATE TABLE statement."}));
     EXPECT_EQ(failure("CREATE TABLE t ()").first, 3290);
     EXPECT_EQ(failure("CREATE TABLE t (a LONG) x").first, 3290);
     EXPECT_EQ(failure("CREATE TABLE t (a LONG, a TEXT)").first, 3191);
@@ -110,7 +115,8 @@ TEST(Ddl, SyntaxErrorsAsJetWordsThem) {
     EXPECT_EQ(failure("CREATE INDEX i ON t (a) WITH NOTHING").first, 3291);
     EXPECT_EQ(failure("DROP INDEX i").first, 3295);
     EXPECT_EQ(failure("INSERT INTO t VALUES (1, 'open)").first, 3134);
-    EXPECT_EQ(failure("INSERT t VALUES (1)"), (std::pair<std::int32_t, std::string>{3134, "Syntax error in INSERT INTO statement."}));
+    EXPECT_EQ(failure("INSERT t VALUES (1)"),
+              (std::pair<std::int32_t, std::string>{3134, "Syntax error in INSERT INTO statement."}));
     EXPECT_EQ(failure("INSERT INTO t (a, b) VALUES (1)").first, 3346);
     EXPECT_EQ(failure("INSERT INTO t VALUES (#2006-02-30#)").first, 3134);
 }

@@ -37,6 +37,7 @@ JetFormat makeJet3() {
     f.colIndex = 5;
     f.colPrecision = 11;
     f.colScale = 12;
+    f.colSortOrderVersion = 0;  // Jet 3 has one General order
     f.colFlags = 13;
     f.colFixedOffset = 14;
     f.colLength = 16;
@@ -44,6 +45,7 @@ JetFormat makeJet3() {
 
     f.realIndexSize = 39;
     f.realIndexColumns = 0;
+    f.realIndexFlags = 38;  // after the columns, usage map and root page
     f.logicalIndexSize = 20;
     f.logicalIndexNumber = 0;
 
@@ -51,6 +53,8 @@ JetFormat makeJet3() {
     f.indexNext = 12;
     f.indexTail = 16;
     f.indexPrefixLength = 20;
+    f.indexPrefixLengthSize = 1;
+    f.indexNodeFlag = 21;
     f.indexMask = 22;
     f.indexMaskLength = 226;
     f.indexEntries = 0xF8;
@@ -92,6 +96,7 @@ JetFormat makeJet4() {
     f.colIndex = 9;
     f.colPrecision = 11;
     f.colScale = 12;
+    f.colSortOrderVersion = 14;
     f.colFlags = 15;
     f.colFixedOffset = 21;
     f.colLength = 23;
@@ -99,6 +104,7 @@ JetFormat makeJet4() {
 
     f.realIndexSize = 52;
     f.realIndexColumns = 4;
+    f.realIndexFlags = 46;  // after the columns, usage map, root page and 4 unknown bytes
     f.logicalIndexSize = 28;
     f.logicalIndexNumber = 4;
 
@@ -106,6 +112,8 @@ JetFormat makeJet4() {
     f.indexNext = 16;
     f.indexTail = 20;
     f.indexPrefixLength = 24;
+    f.indexPrefixLengthSize = 2;
+    f.indexNodeFlag = 26;
     f.indexMask = 27;
     f.indexMaskLength = 453;
     f.indexEntries = 0x1E0;

@@ -88,6 +88,7 @@ struct JetFormat {
     std::size_t colIndex;
     std::size_t colPrecision;  // Decimal precision / Text sort order (Jet 4)
     std::size_t colScale;
+    std::size_t colSortOrderVersion;  // Jet 4 Text/Memo: 0 General Legacy, 1 General
     std::size_t colFlags;
     std::size_t colFixedOffset;
     std::size_t colLength;
@@ -96,6 +97,7 @@ struct JetFormat {
     // Index definitions in the TDEF.
     std::size_t realIndexSize;       // 39 (Jet 3) / 52 (Jet 4)
     std::size_t realIndexColumns;    // offset of the 10 (column, order) pairs
+    std::size_t realIndexFlags;      // offset of the flags byte (0x01 unique, 0x02 ignore Nulls)
     std::size_t logicalIndexSize;    // 20 (Jet 3) / 28 (Jet 4)
     std::size_t logicalIndexNumber;  // offset of the index number inside the block
 
@@ -104,6 +106,8 @@ struct JetFormat {
     std::size_t indexNext;
     std::size_t indexTail;
     std::size_t indexPrefixLength;
+    std::size_t indexPrefixLengthSize;  // 1 (Jet 3) / 2 (Jet 4)
+    std::size_t indexNodeFlag;          // a byte that is 1 on intermediate pages, 0 on leaves
     std::size_t indexMask;
     std::size_t indexMaskLength;
     std::size_t indexEntries;

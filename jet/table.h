@@ -26,17 +26,18 @@ struct TableLayout;
 struct Column {
     std::string name;
     ColumnType type = ColumnType::Unknown;
-    std::uint8_t rawType = 0;       // the type byte as stored
-    std::uint16_t number = 0;       // column number: the row's null-mask bit
-    std::uint16_t index = 0;        // display order (DAO's OrdinalPosition)
-    std::uint16_t size = 0;         // bytes (Text: bytes as stored, i.e. 2 per character in Jet 4)
-    std::uint8_t flags = 0;         // 0x01 fixed length, 0x02 nullable, 0x04 autonumber, ...
-    bool fixed = false;             // stored in the fixed-length part of a row
-    std::uint16_t fixedOffset = 0;  // fixed columns: offset in the fixed part
-    std::uint16_t varIndex = 0;     // variable columns: slot in the row's offset table
-    std::uint8_t precision = 0;     // Decimal
-    std::uint8_t scale = 0;         // Decimal
-    std::uint16_t collation = 0;    // Text/Memo: sort order (Jet 4) / code page
+    std::uint8_t rawType = 0;           // the type byte as stored
+    std::uint16_t number = 0;           // column number: the row's null-mask bit
+    std::uint16_t index = 0;            // display order (DAO's OrdinalPosition)
+    std::uint16_t size = 0;             // bytes (Text: bytes as stored, i.e. 2 per character in Jet 4)
+    std::uint8_t flags = 0;             // 0x01 fixed length, 0x02 nullable, 0x04 autonumber, ...
+    bool fixed = false;                 // stored in the fixed-length part of a row
+    std::uint16_t fixedOffset = 0;      // fixed columns: offset in the fixed part
+    std::uint16_t varIndex = 0;         // variable columns: slot in the row's offset table
+    std::uint8_t precision = 0;         // Decimal
+    std::uint8_t scale = 0;             // Decimal
+    std::uint16_t collation = 0;        // Text/Memo: sort order (Jet 4) / code page
+    std::uint8_t collationVersion = 0;  // Jet 4 Text/Memo: 0 "General Legacy", 1 "General" (2010+)
 };
 
 struct IndexColumn {

@@ -178,6 +178,7 @@ std::shared_ptr<const TableLayout> readTableLayout(Store& store, std::uint32_t t
         col.precision = c[f.colPrecision];
         col.scale = c[f.colScale];
         col.collation = u16(c + f.colPrecision);
+        if (!f.jet3) col.collationVersion = c[f.colSortOrderVersion];
         col.flags = c[f.colFlags];
         col.fixed = (col.flags & 0x01) != 0;
         col.fixedOffset = u16(c + f.colFixedOffset);
@@ -204,12 +205,13 @@ std::shared_ptr<const TableLayout> readTableLayout(Store& store, std::uint32_t t
         for (int k = 0; k < 10; ++k) {
             std::uint16_t colNum = u16(pairs + 3 * k);
             if (colNum == 0xFFFF) continue;
-            ri.columns.push_back({colNum, pairs[3 * k + 2] != 0x02});
+            // The order byte's low bit set means ascending.
+            ri.columns.push_back({colNum, (pairs[3 * k + 2] & 0x01) != 0});
         }
         std::size_t after = f.realIndexColumns + 30;
         ri.usageMap = u32(b + after);
         ri.rootPage = u32(b + after + 4);
-        ri.flags = b[after + 8];
+        ri.flags = b[f.realIndexFlags];
         ri.uniqueEntryCount = uniqueCounts[i];
         pos += f.realIndexSize;
     }

@@ -1,7 +1,10 @@
-// `qxtest-cli jet query FILE STATEMENT`: runs one Jet SQL statement against a database file and
-// prints the result as `jet export` prints a table: a columns line, then one line per row, in
-// JSON Lines. FILE is a host path. A failure prints {"error":{"number":N,"description":D}} with
-// the number and text ADO would report for it, and exits 1.
+// `qxtest-cli jet query FILE STATEMENT [--format json|csv]`: runs one Jet SQL statement against a
+// database file and prints the result as `jet export` prints a table (output/row_output.h): a
+// columns line (or CSV header), then one line per row. FILE is a host path. A failure prints
+// {"error":{"number":N,"description":D}} with the number and text ADO would report for it, and
+// exits 1; a usage error exits 2; --help prints the usage and exits 0.
+#include <algorithm>
+#include <optional>
 #include <ostream>
 #include <string>
 
@@ -10,29 +13,29 @@
 #include "jet/sql/errors.h"
 #include "jet/sql/query.h"
 #include "output/json_export.h"
+#include "output/row_output.h"
 
 namespace qx::cli {
+
+using jet::output::OutputBuffer;
+using jet::output::OutputFormat;
+using jet::output::RowWriter;
+using jet::output::takeFormatOption;
 namespace {
 
-std::string columnsLine(const std::vector<jet::Column>& fields) {
-    std::string out = "{\"columns\":[";
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-        if (i) out.push_back(',');
-        out += "{\"name\":";
-        jet::json::appendString(out, fields[i].name);
-        out += ",\"type\":";
-        jet::json::appendString(out, jet::typeName(fields[i].type));
-        out += ",\"size\":";
-        out += std::to_string(fields[i].size);
-        out.push_back('}');
-    }
-    out += "]}";
-    return out;
-}
+constexpr const char* kUsage = "jet query FILE STATEMENT [--format json|csv]  (a Jet SQL statement's result)";
 
 int runQuery(Invocation& inv) {
-    if (inv.args.size() != 2) {
-        inv.err << "usage: jet query FILE STATEMENT\n";
+    if (std::find_if(inv.args.begin(), inv.args.end(),
+                     [](const std::string& a) { return a == "--help" || a == "-h"; }) != inv.args.end()) {
+        inv.out << "usage: " << kUsage << "\n";
+        return 0;
+    }
+    OutputFormat format = OutputFormat::JsonLines;
+    std::string problem;
+    if (!takeFormatOption(inv.args, format, problem) || inv.args.size() != 2) {
+        if (!problem.empty()) inv.err << "jet query: " << problem << "\n";
+        inv.err << "usage: " << kUsage << "\n";
         return 2;
     }
     try {
@@ -43,20 +46,32 @@ int runQuery(Invocation& inv) {
                 throw jet::sql::throughProvider(e);
             }
         }();
-        jet::sql::RowSet rows = jet::sql::RowSet::open(db, inv.args[1]);
-        inv.out << columnsLine(rows.fields()) << '\n';
-        std::string line;
-        for (std::size_t i = 0; i < rows.recordCount(); ++i) {
-            line.assign(1, '[');
-            const auto values = rows.row(i);
-            for (std::size_t v = 0; v < values.size(); ++v) {
-                if (v) line.push_back(',');
-                jet::json::appendValue(line, values[v]);
+        // One statement, its rows written out once: the engine hands them over as it finds them.
+        OutputBuffer out(inv.out);
+        struct Sink : jet::sql::RowSink {
+            OutputBuffer& out;
+            OutputFormat format;
+            std::vector<jet::Column> columns;
+            std::optional<RowWriter> writer;
+            Sink(OutputBuffer& o, OutputFormat f) : out(o), format(f) {}
+            void fields(const std::vector<jet::Column>& fields) override {
+                columns = fields;
+                writer.emplace(out, format, columns);
+                writer->header();
             }
-            line += "]\n";
-            inv.out << line;
+            void row(const jet::Cursor& cursor, const std::vector<std::size_t>& at) override {
+                writer->row(cursor, at);
+            }
+            void row(const std::vector<jet::Value>& values) override { writer->row(values); }
+        } sink(out, format);
+        try {
+            jet::sql::RowSet::stream(db, inv.args[1], sink);
+        } catch (const jet::Error&) {
+            // The rows before the failure are out; the error line follows them.
+            out.flush();
+            throw;
         }
-        inv.out.flush();
+        out.flush();
         return 0;
     } catch (const jet::Error& e) {
         inv.out << jet::json::errorLine(e) << '\n';
@@ -65,8 +80,7 @@ int runQuery(Invocation& inv) {
     }
 }
 
-const CommandRegistration registration{
-    Command{"jet query", "jet query FILE STATEMENT  (a Jet SQL statement's result as JSON Lines)", runQuery}};
+const CommandRegistration registration{Command{"jet query", kUsage, runQuery}};
 
 }  // namespace
 }  // namespace qx::cli

@@ -2,7 +2,8 @@
 // non-system table without TABLE), one per line: a CREATE TABLE, then one CREATE INDEX per index
 // the CREATE TABLE does not hold. Fed one line at a time to `jet exec` on another database they
 // recreate the table's columns, types, sizes, required flags, primary key and indexes.
-// An engine error prints {"error":{"number":N,"description":D}} and exits 1.
+// --help prints the usage and exits 0. An engine error prints {"error":{"number":N,"description":D}} and
+// exits 1.
 #include <ostream>
 
 #include "cli/command.h"
@@ -14,9 +15,18 @@
 namespace qx::cli {
 namespace {
 
+constexpr const char* kUsage =
+    "jet schema FILE [TABLE]  (CREATE TABLE and CREATE INDEX statements that remake the tables)";
+
 int runSchema(Invocation& inv) {
+    for (const auto& a : inv.args) {
+        if (a == "--help" || a == "-h") {
+            inv.out << "usage: " << kUsage << "\n";
+            return 0;
+        }
+    }
     if (inv.args.empty() || inv.args.size() > 2) {
-        inv.err << "usage: jet schema FILE [TABLE]\n";
+        inv.err << "usage: " << kUsage << "\n";
         return 2;
     }
     try {
@@ -44,9 +54,7 @@ int runSchema(Invocation& inv) {
     }
 }
 
-const CommandRegistration registration{Command{
-    "jet schema",
-    "jet schema FILE [TABLE]  (CREATE TABLE and CREATE INDEX statements that remake the tables)", runSchema}};
+const CommandRegistration registration{Command{"jet schema", kUsage, runSchema}};
 
 }  // namespace
 }  // namespace qx::cli

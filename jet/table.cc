@@ -103,6 +103,28 @@ Cursor Table::cursor() const {
     return Cursor(store_, layout_);
 }
 
+RowDirectory Table::rowDirectory() const {
+    const JetFormat& f = *store_->fmt;
+    RowDirectory dir;
+    dir.firstOrdinal.push_back(0);
+    std::uint64_t total = 0;
+    for (const std::uint32_t pg : usageMapPages(*store_, layout_->ownedPagesMap)) {
+        PageRef page = store_->page(pg);
+        const std::uint8_t* p = page.data();
+        // The same pages a cursor visits: only this table's own data pages count.
+        if (p[0] != kPageData || u32(p + f.dataOwner) != layout_->tdefPage) continue;
+        const std::uint16_t rows = dataPageRowCount(*store_, page);
+        std::uint32_t live = 0;
+        for (std::uint16_t r = 0; r < rows; ++r)
+            if ((u16(p + f.dataRowOffsets + 2u * r) & kRowDeleted) == 0) ++live;
+        if (live == 0) continue;
+        total += live;
+        dir.pages.push_back(pg);
+        dir.firstOrdinal.push_back(total);
+    }
+    return dir;
+}
+
 // ---------------------------------------------------------------------------------------------
 // Cursor
 
@@ -280,6 +302,54 @@ struct Cursor::Impl {
         return false;
     }
 
+    // Makes `pg` the current page with the scan going on after it; false when it is no data
+    // page of this table.
+    bool enterPage(std::uint32_t pg) {
+        if (!started) {
+            started = true;
+            pages = usageMapPages(*store, layout->ownedPagesMap);
+        }
+        onRow = false;
+        done = false;
+        const auto at = std::lower_bound(pages.begin(), pages.end(), pg);
+        pageIndex = static_cast<std::size_t>(at - pages.begin()) + (at != pages.end() && *at == pg ? 1 : 0);
+        if (!page || page.number() != pg) {
+            PageRef candidate = store->page(pg);
+            const std::uint8_t* p = candidate.data();
+            if (p[0] != kPageData || u32(p + f->dataOwner) != layout->tdefPage) {
+                page = PageRef();
+                rowsOnPage = 0;
+                nextRow = 0;
+                return false;
+            }
+            page = std::move(candidate);
+            rowsOnPage = dataPageRowCount(*store, page);
+        }
+        return true;
+    }
+
+    bool seekRow(std::uint32_t r) {
+        if (r >= rowsOnPage) {
+            nextRow = rowsOnPage;
+            return false;
+        }
+        nextRow = r + 1;
+        if (!loadRow(static_cast<std::uint16_t>(r))) return false;
+        onRow = true;
+        return true;
+    }
+
+    bool seek(std::uint32_t pg, std::uint32_t live) {
+        if (!enterPage(pg)) return false;
+        const std::uint8_t* p = page.data();
+        for (std::uint32_t r = 0; r < rowsOnPage; ++r) {
+            if (u16(p + f->dataRowOffsets + 2u * r) & kRowDeleted) continue;
+            if (live-- == 0) return seekRow(r);
+        }
+        nextRow = rowsOnPage;
+        return false;
+    }
+
     bool advance() {
         if (done) return false;
         if (!started) {
@@ -399,6 +469,12 @@ Cursor::~Cursor() = default;
 
 bool Cursor::next() {
     return impl_->advance();
+}
+bool Cursor::seek(std::uint32_t page, std::uint32_t live) {
+    return impl_->seek(page, live);
+}
+bool Cursor::seek(RowId id) {
+    return impl_->enterPage(id.page) && impl_->seekRow(id.row);
 }
 RowId Cursor::rowId() const noexcept {
     return impl_->id;

@@ -74,6 +74,16 @@ struct RowId {
 
 class Cursor;
 
+// Where a table's rows live: its data pages in scan order and the number of live rows on each,
+// found from the pages' row tables without reading any row. Row `ordinal` of the scan lies on
+// pages[p] for the p with firstOrdinal[p] <= ordinal < firstOrdinal[p + 1] (the last entry of
+// firstOrdinal is the row count).
+struct RowDirectory {
+    std::vector<std::uint32_t> pages;
+    std::vector<std::uint64_t> firstOrdinal;  // pages.size() + 1 entries
+    std::uint64_t rowCount() const noexcept { return firstOrdinal.empty() ? 0 : firstOrdinal.back(); }
+};
+
 class Table {
   public:
     Table(std::shared_ptr<detail::Store> store, std::shared_ptr<const detail::TableLayout> layout);
@@ -100,6 +110,9 @@ class Table {
 
     // A new cursor before the first row.
     Cursor cursor() const;
+    // The table's data pages with their live row counts (3049 when the usage map or a page's
+    // row count is damaged; damage inside a row is found only when the row is read).
+    RowDirectory rowDirectory() const;
 
     const detail::TableLayout& layout() const noexcept { return *layout_; }
 
@@ -120,6 +133,13 @@ class Cursor {
 
     // Moves to the next live row; false at the end (and on every call after).
     bool next();
+    // Moves onto the `live`-th live row (from 0) of data page `page`, from where next() goes on
+    // in scan order. False, leaving no current row, when the page holds fewer live rows or is no
+    // longer a data page of this table (the file changed); 3049 when the row is damaged.
+    bool seek(std::uint32_t page, std::uint32_t live);
+    // Moves onto the row at `id` (as rowId() gave it). False, leaving no current row, when that
+    // row is deleted or its page is no longer a data page of this table.
+    bool seek(RowId id);
     RowId rowId() const noexcept;
 
     bool isNull(std::size_t column) const;

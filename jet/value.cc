@@ -1,7 +1,9 @@
 #include "jet/value.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 namespace jet {
 
@@ -88,12 +90,64 @@ CivilTime toCivil(DateTime value) noexcept {
     return t;
 }
 
+namespace {
+
+// "00".."99", so two digits are one copy.
+constexpr char kTwoDigits[] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
+
+char* two(char* out, int v) noexcept {
+    std::memcpy(out, kTwoDigits + 2 * v, 2);
+    return out + 2;
+}
+
+}  // namespace
+
+char* writeDateTime(char* out, DateTime value) noexcept {
+    const CivilTime t = toCivil(value);  // years 100..9999: always four digits
+    out = two(out, t.year / 100);
+    out = two(out, t.year % 100);
+    *out++ = '-';
+    out = two(out, t.month);
+    *out++ = '-';
+    out = two(out, t.day);
+    *out++ = ' ';
+    out = two(out, t.hour);
+    *out++ = ':';
+    out = two(out, t.minute);
+    *out++ = ':';
+    return two(out, t.second);
+}
+
 std::string formatDateTime(DateTime value) {
-    CivilTime t = toCivil(value);
-    char buf[32];
-    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", t.year, t.month, t.day, t.hour, t.minute,
-                  t.second);
-    return buf;
+    char buf[kMaxValueText];
+    return std::string(buf, writeDateTime(buf, value));
+}
+
+char* writeInteger(char* out, std::int64_t value) noexcept {
+    return std::to_chars(out, out + kMaxValueText, value).ptr;
+}
+
+char* writeDouble(char* out, double value) noexcept {
+    return std::to_chars(out, out + kMaxValueText, value).ptr;
+}
+
+char* writeSingle(char* out, float value) noexcept {
+    return std::to_chars(out, out + kMaxValueText, value).ptr;
+}
+
+char* writeCurrency(char* out, Currency value) noexcept {
+    const bool negative = value.scaled < 0;
+    const std::uint64_t mag =
+        negative ? 0 - static_cast<std::uint64_t>(value.scaled) : static_cast<std::uint64_t>(value.scaled);
+    if (negative) *out++ = '-';
+    out = std::to_chars(out, out + kMaxValueText, mag / 10000).ptr;
+    *out++ = '.';
+    const auto fraction = static_cast<int>(mag % 10000);
+    out = two(out, fraction / 100);
+    return two(out, fraction % 100);
 }
 
 std::string formatGuid(const Guid& g) {
@@ -152,10 +206,8 @@ std::string formatDecimal(const Decimal& value) {
 }
 
 std::string formatCurrency(Currency value) {
-    bool negative = value.scaled < 0;
-    std::uint64_t mag =
-        negative ? 0 - static_cast<std::uint64_t>(value.scaled) : static_cast<std::uint64_t>(value.scaled);
-    return placePoint(std::to_string(mag), 4, negative);
+    char buf[kMaxValueText];
+    return std::string(buf, writeCurrency(buf, value));
 }
 
 }  // namespace jet

@@ -80,6 +80,19 @@ std::string formatDecimal(const Decimal& value);
 // Currency always with 4 decimals: "-12.3400".
 std::string formatCurrency(Currency value);
 
+// The same forms written straight into a caller's buffer, for output that writes millions of
+// values and cannot afford a string for each: every writer needs at most kMaxValueText bytes at
+// `out` and returns the end of what it wrote. The format* functions above are built on these, so
+// each form is written in one place.
+inline constexpr std::size_t kMaxValueText = 48;
+char* writeDateTime(char* out, DateTime value) noexcept;  // formatDateTime's form, 19 bytes
+char* writeCurrency(char* out, Currency value) noexcept;  // formatCurrency's form
+char* writeInteger(char* out, std::int64_t value) noexcept;
+// The shortest text that reads back as the same number ("0.1", "1e+300"); NaN and infinities as
+// "nan", "inf", "-inf" (callers that cannot show them test std::isfinite first).
+char* writeDouble(char* out, double value) noexcept;
+char* writeSingle(char* out, float value) noexcept;
+
 using Bytes = std::vector<std::uint8_t>;
 
 class Value {

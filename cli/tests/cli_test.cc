@@ -164,6 +164,9 @@ TEST(Cli, JetSchemaPrintsOneStatementPerLineForEveryTable) {
     EXPECT_EQ(missing.status, 1);
     EXPECT_NE(missing.out.find("\"number\":3078"), std::string::npos);
     EXPECT_EQ(run({"jet", "schema"}).status, 2);
+    const auto help = run({"jet", "schema", "--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_EQ(help.out.rfind("usage: jet schema FILE [TABLE]", 0), 0u);
 }
 
 }  // namespace

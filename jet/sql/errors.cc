@@ -18,6 +18,7 @@ constexpr std::int32_t kErrorsInCommand = -2147217900;   // 0x80040E14
 constexpr std::int32_t kNoTable = -2147217865;           // 0x80040E37
 constexpr std::int32_t kParamNotOptional = -2147217904;  // 0x80040E10
 constexpr std::int32_t kCantConvertValue = -2147217913;  // 0x80040E07
+constexpr std::int32_t kNotInAggregate = -2147217887;    // 0x80040E21
 constexpr std::int32_t kFail = -2147467259;              // 0x80004005
 constexpr std::int32_t kNotImplemented = -2147467263;    // 0x80004001
 
@@ -27,12 +28,10 @@ constexpr std::array kTable{
           "exists and that its name is spelled correctly."},
     Entry{Failure::MissingParameter, kParamNotOptional,
           "No value given for one or more required parameters."},
-    Entry{Failure::SyntaxErrorInString, kErrorsInCommand,
-          "Syntax error in string in query expression '%s'."},
+    Entry{Failure::SyntaxErrorInString, kErrorsInCommand, "Syntax error in string in query expression '%s'."},
     Entry{Failure::MissingOperator, kErrorsInCommand,
           "Syntax error (missing operator) in query expression '%s'."},
-    Entry{Failure::MissingParenthesis, kErrorsInCommand,
-          "Missing ), ], or Item in query expression '%s'."},
+    Entry{Failure::MissingParenthesis, kErrorsInCommand, "Missing ), ], or Item in query expression '%s'."},
     Entry{Failure::ExtraParenthesis, kErrorsInCommand, "Extra ) in query expression '%s'."},
     Entry{Failure::InvalidBracketing, kErrorsInCommand, "Invalid bracketing of name '%s'."},
     Entry{Failure::FromClause, kErrorsInCommand, "Syntax error in FROM clause."},
@@ -46,6 +45,20 @@ constexpr std::array kTable{
     Entry{Failure::UndefinedFunction, kErrorsInCommand, "Undefined function '%s' in expression."},
     Entry{Failure::WrongArgumentCount, kErrorsInCommand,
           "Wrong number of arguments used with function in query expression '%s'."},
+    Entry{Failure::BetweenWithoutAnd, kErrorsInCommand,
+          "Between operator without And in query expression '%s'."},
+    Entry{Failure::OrderBySyntax, kErrorsInCommand, "Syntax error in ORDER BY clause."},
+    Entry{Failure::GroupBySyntax, kErrorsInCommand, "Syntax error in GROUP BY clause."},
+    Entry{Failure::AggregateInWhere, kErrorsInCommand,
+          "Cannot have aggregate function in WHERE clause (%s)."},
+    Entry{Failure::AggregateInGroupBy, kErrorsInCommand,
+          "Cannot have aggregate function in GROUP BY clause (%s)."},
+    Entry{Failure::NestedAggregate, kErrorsInCommand, "Cannot have aggregate function in expression (%s)."},
+    Entry{Failure::NotInAggregate, kNotInAggregate,
+          "You tried to execute a query that does not include the specified expression '%s' as part of an "
+          "aggregate function."},
+    Entry{Failure::DistinctOrderBy, kErrorsInCommand, "ORDER BY clause (%s) conflicts with DISTINCT."},
+    Entry{Failure::GroupOnStar, kErrorsInCommand, "Cannot group on fields selected with '*' (%s)."},
     Entry{Failure::TypeMismatch, kCantConvertValue, "Data type mismatch in criteria expression."},
     Entry{Failure::TableDoesNotExist, kNoTable, "Table '%s' does not exist."},
     Entry{Failure::NotSupported, kNotImplemented, "The statement '%s' is not supported by this engine."},
@@ -63,7 +76,9 @@ const Entry& entry(Failure failure) noexcept {
 
 }  // namespace
 
-std::int32_t errorNumber(Failure failure) noexcept { return entry(failure).number; }
+std::int32_t errorNumber(Failure failure) noexcept {
+    return entry(failure).number;
+}
 
 std::string errorText(Failure failure, std::string_view argument) {
     const std::string_view text = entry(failure).text;

@@ -30,11 +30,20 @@ enum class Failure {
     DropSyntax,           // 0x80040E14
     UndefinedFunction,    // 0x80040E14, names the function
     WrongArgumentCount,   // 0x80040E14, quotes the condition
+    BetweenWithoutAnd,    // 0x80040E14, quotes the condition
+    OrderBySyntax,        // 0x80040E14
+    GroupBySyntax,        // 0x80040E14
+    AggregateInWhere,     // 0x80040E14, quotes the condition
+    AggregateInGroupBy,   // 0x80040E14, quotes the expression
+    NestedAggregate,      // 0x80040E14, quotes the expression
+    NotInAggregate,       // 0x80040E21, quotes the expression neither grouped nor aggregated
+    DistinctOrderBy,      // 0x80040E14, quotes the ORDER BY expression
+    GroupOnStar,          // 0x80040E14, names the table
     TypeMismatch,         // 0x80040E07
     TableDoesNotExist,    // 0x80040E37, DROP TABLE of a missing table; names the table
     NotSupported,         // 0x80004001, a valid statement this engine does not run; names its verb
     // Provider errors: the connection.
-    EngineFailure,        // 0x80004005 with the engine's text (file missing, not a database, ...)
+    EngineFailure,  // 0x80004005 with the engine's text (file missing, not a database, ...)
     // A row asked for past the end of a result (3021).
     NoCurrentRecord,
 };

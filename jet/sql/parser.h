@@ -1,17 +1,22 @@
 // The Jet SQL statements the engine understands, and their parser.
 //
-//   SELECT * | column [, column ...] FROM table [[AS] alias] [WHERE condition] [;]
+//   SELECT [DISTINCT] [TOP n] * | item [, item ...] FROM table [[AS] alias] [WHERE condition]
+//          [GROUP BY expression [, ...]] [ORDER BY expression [ASC | DESC] [, ...]] [;]
 //   DROP TABLE table [;]
 //
-// Conditions: OR, AND, NOT, parentheses; = <> < > <= >=; [NOT] LIKE; IS [NOT] NULL; the functions
-// UCASE and LCASE; column names plain, [bracketed] or qualified by the table or its alias; string
-// literals in single or double quotes (a doubled quote stands for one); numbers; TRUE, FALSE, NULL.
+// A select item is an expression with an optional `AS name`, or `table.*`. Expressions: OR, AND,
+// NOT, parentheses; = <> < > <= >=; [NOT] LIKE; IS [NOT] NULL; [NOT] IN (list); [NOT] BETWEEN a
+// AND b; the functions UCASE and LCASE; the aggregates COUNT(*), COUNT, MIN, MAX, SUM, AVG (not in
+// WHERE); column names plain, [bracketed] or qualified by the table or its alias; string literals
+// in single or double quotes (a doubled quote stands for one); numbers; TRUE, FALSE, NULL.
 // Keywords are matched without regard to case. The statements a user's typing produces in the
 // search boxes (a stray quote, a wildcard, a bracket) are all inside this language or are refused
 // with the error Jet gives for them (errors.h).
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -60,17 +65,56 @@ struct Call {
     std::string name;  // upper case
     std::vector<ExprPtr> args;
 };
+// x [NOT] IN (a, b, ...)
+struct InList {
+    bool negated = false;
+    ExprPtr subject;
+    std::vector<ExprPtr> items;
+};
+// x [NOT] BETWEEN low AND high
+struct Between {
+    bool negated = false;
+    ExprPtr subject, low, high;
+};
+enum class AggregateFn { Count, Min, Max, Sum, Avg };
+struct Aggregate {
+    AggregateFn fn = AggregateFn::Count;
+    ExprPtr arg;  // null for COUNT(*)
+};
 
 struct Expr {
-    std::variant<Literal, ColumnRef, Not, Logical, Compare, Like, IsNull, Negate, Call> node;
+    std::variant<Literal, ColumnRef, Not, Logical, Compare, Like, IsNull, Negate, Call, InList, Between,
+                 Aggregate>
+        node;
+};
+
+struct SelectItem {
+    ExprPtr expr;        // null for * (all columns of the table)
+    std::string alias;   // the name after AS, empty when not given
+    std::string text;    // the item as written (quoted in error texts)
+    std::string starOf;  // for table.*: the table or alias named
+};
+
+struct OrderKey {
+    ExprPtr expr;
+    bool descending = false;
+    std::string text;  // as written
 };
 
 struct SelectStatement {
     std::string table;
     std::string alias;
-    std::vector<std::string> columns;  // empty for *
+    bool distinct = false;
+    std::optional<std::uint64_t> top;  // TOP n
+    bool topPercent = false;           // TOP n PERCENT
+    std::vector<SelectItem> items;     // never empty; one item without expr stands for *
     ExprPtr where;                     // null without WHERE
     std::string whereText;             // the condition as written (quoted in error texts)
+    std::vector<OrderKey> groupBy;     // descending unused
+    std::vector<OrderKey> orderBy;
+
+    // True for the plain `SELECT * FROM ...` list.
+    bool selectsAll() const noexcept { return items.size() == 1 && !items[0].expr; }
 };
 
 struct DropTableStatement {

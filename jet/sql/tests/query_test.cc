@@ -8,6 +8,7 @@
 #include <functional>
 #include <string>
 
+#include "jet/format.h"
 #include "jet/sql/column_cache.h"
 #include "jet/sql/errors.h"
 #include "jet/sql/text.h"
@@ -19,7 +20,7 @@ namespace fs = std::filesystem;
 
 // Every test reads its own copy of the suite's central database.
 class QueryTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         dir_ = fs::temp_directory_path() /
                ("qx_sql_query_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "_" +
@@ -108,13 +109,15 @@ TEST_F(QueryTest, RowsCanBeReadInAnyOrder) {
 }
 
 TEST_F(QueryTest, RowsReadBackwardsOrAtRandomEqualRowsReadForwards) {
-    for (const std::string sql : {"SELECT * FROM Property", "SELECT * FROM Invoice WHERE InvoiceDate LIKE '%/200%'"}) {
+    for (const std::string sql :
+         {"SELECT * FROM Property", "SELECT * FROM Invoice WHERE InvoiceDate LIKE '%/200%'"}) {
         RowSet forwards = run(sql);
         std::vector<std::vector<Value>> rows;
         for (std::size_t i = 0; i < forwards.recordCount(); ++i) rows.push_back(forwards.row(i));
         ASSERT_GT(rows.size(), 150u) << sql;
         RowSet backwards = run(sql);
-        for (std::size_t i = rows.size(); i-- > 0;) ASSERT_EQ(backwards.row(i), rows[i]) << sql << " row " << i;
+        for (std::size_t i = rows.size(); i-- > 0;)
+            ASSERT_EQ(backwards.row(i), rows[i]) << sql << " row " << i;
         std::uint32_t seed = 5;
         for (int n = 0; n < 200; ++n) {
             seed = seed * 1103515245u + 12345u;
@@ -210,8 +213,9 @@ TEST_F(QueryTest, SelectedColumnsOnly) {
 TEST_F(QueryTest, MissingTable) {
     const auto [n, text] = failure("SELECT * FROM Invoices WHERE UCASE(FILENUMBER) LIKE '%A%'");
     EXPECT_EQ(n, -2147217865);
-    EXPECT_EQ(text, "The Microsoft Jet database engine cannot find the input table or query 'Invoices'.  "
-                    "Make sure it exists and that its name is spelled correctly.");
+    EXPECT_EQ(text,
+              "The Microsoft Jet database engine cannot find the input table or query 'Invoices'.  "
+              "Make sure it exists and that its name is spelled correctly.");
 }
 
 TEST_F(QueryTest, UnknownColumnIsAParameterWithoutValue) {
@@ -277,10 +281,11 @@ TEST_F(QueryTest, KeptColumnTextGivesTheSameRowsAsReadingThePages) {
 TEST_F(QueryTest, KeptTextAndRowByRowAgreeOnRandomConditions) {
     age(path_);
     detail::ColumnCache::instance().clear();
-    const std::vector<std::string> columns{"FileNumber", "Address", "City", "ST", "Zip", "County", "Notes",
-                                           "Created", "SalePrice", "YearBuilt"};
-    const std::vector<std::string> pieces{"a", "YORK", "1", "0", "an", "ST", "9", "/200", "5", "E", "[a-c]",
-                                          "[!0-4]", "_", "%", "SUNSET", "county", "ph", "12"};
+    const std::vector<std::string> columns{"FileNumber", "Address", "City",    "ST",        "Zip",
+                                           "County",     "Notes",   "Created", "SalePrice", "YearBuilt"};
+    const std::vector<std::string> pieces{"a", "YORK", "1",      "0",      "an",    "ST",
+                                          "9", "/200", "5",      "E",      "[a-c]", "[!0-4]",
+                                          "_", "%",    "SUNSET", "county", "ph",    "12"};
     std::uint32_t seed = 4242;
     auto next = [&] {
         seed = seed * 1103515245u + 12345u;
@@ -394,6 +399,179 @@ TEST_F(QueryTest, DamagedFilesGiveRowsOrANumberedError) {
     }
     EXPECT_EQ(answered + refused, 120);
     EXPECT_GT(answered, 0);
+}
+
+// Rows by position: windows read anywhere, in either direction, equal one sequential read.
+TEST_F(QueryTest, RandomWindowsForwardsAndBackwardsEqualASequentialRead) {
+    for (const std::string sql : {"SELECT * FROM Property", "SELECT * FROM Property WHERE City LIKE '%a%'",
+                                  "SELECT PropertyID, UCASE(City) AS c FROM Property ORDER BY City DESC, Zip",
+                                  "SELECT TOP 50 PERCENT * FROM Invoice"}) {
+        RowSet whole = run(sql);
+        std::vector<std::vector<Value>> rows;
+        for (std::size_t i = 0; i < whole.recordCount(); ++i) rows.push_back(whole.row(i));
+        ASSERT_GT(rows.size(), 100u) << sql;
+        RowSet rs = run(sql);
+        std::uint32_t seed = 77;
+        auto next = [&] {
+            seed = seed * 1103515245u + 12345u;
+            return (seed >> 8) & 0xFFFFFF;
+        };
+        for (int n = 0; n < 60; ++n) {
+            const std::size_t first = next() % rows.size();
+            const std::size_t count = std::min<std::size_t>(1 + next() % 40, rows.size() - first);
+            if (n % 2 == 0) {
+                const auto window = rs.rows(first, count);
+                for (std::size_t k = 0; k < count; ++k)
+                    ASSERT_EQ(window[k], rows[first + k]) << sql << " row " << first + k;
+            } else {
+                for (std::size_t k = count; k-- > 0;)
+                    ASSERT_EQ(rs.row(first + k), rows[first + k]) << sql << " row " << first + k;
+            }
+        }
+        try {
+            rs.rows(rows.size() - 1, 2);
+            ADD_FAILURE() << "a window past the end";
+        } catch (const Error& e) {
+            EXPECT_EQ(e.number(), 3021);
+        }
+    }
+}
+
+// A damaged row in the middle of a table: opening costs the counts, so it opens with the true
+// count; the damaged rows raise the engine's error when read, and every other row reads as before.
+TEST_F(QueryTest, ADamagedPageInTheMiddleGivesErrorsForItsRowsOnly) {
+    std::vector<std::vector<Value>> before;
+    RowDirectory dir;
+    {
+        RowSet rs = run("SELECT * FROM Property");
+        for (std::size_t i = 0; i < rs.recordCount(); ++i) before.push_back(rs.row(i));
+        dir = db_->openTable("Property").rowDirectory();
+    }
+    ASSERT_GE(dir.pages.size(), 3u);
+    EXPECT_EQ(dir.rowCount(), before.size());
+    const std::size_t middle = dir.pages.size() / 2;
+    const auto& format = jet::detail::JetFormat::jet4Format();
+    ASSERT_EQ(db_->version(), FormatVersion::Jet4);
+    db_.reset();
+    {
+        // Row 1's offset entry now points into the page header: rows 1 and 2 lose their bounds.
+        std::fstream f(path_, std::ios::in | std::ios::out | std::ios::binary);
+        f.seekp(static_cast<std::streamoff>(dir.pages[middle]) * format.pageSize +
+                static_cast<std::streamoff>(format.dataRowOffsets + 2));
+        const char entry[2] = {0x02, 0x00};
+        f.write(entry, 2);
+    }
+    fs::last_write_time(path_, fs::last_write_time(path_) + std::chrono::seconds(5));
+    db_ = std::make_unique<Database>(Database::open(path_));
+    RowSet rs = run("SELECT * FROM Property");
+    ASSERT_EQ(rs.recordCount(), before.size());
+    const std::size_t from = dir.firstOrdinal[middle], to = dir.firstOrdinal[middle + 1];
+    std::size_t failed = 0;
+    for (std::size_t i = before.size(); i-- > 0;) {
+        try {
+            EXPECT_EQ(rs.row(i), before[i]) << i;
+        } catch (const Error& e) {
+            EXPECT_GE(i, from) << "row " << i << " lies on no damaged page";
+            EXPECT_LT(i, to) << "row " << i << " lies on no damaged page";
+            EXPECT_EQ(e.number(), -2147467259) << e.description();
+            EXPECT_NE(e.description().find("corrupt"), std::string::npos) << e.description();
+            ++failed;
+        }
+    }
+    EXPECT_GE(failed, 1u);
+    EXPECT_LT(failed, to - from + 1);
+    // Forwards too: reading on past the damaged rows goes on with the next ones.
+    failed = 0;
+    for (std::size_t i = 0; i < before.size(); ++i) {
+        try {
+            EXPECT_EQ(rs.row(i), before[i]) << i;
+        } catch (const Error&) {
+            ++failed;
+        }
+    }
+    EXPECT_GE(failed, 1u);
+}
+
+TEST_F(QueryTest, OrderByTopDistinctAndGroupsOnTheSuiteDatabase) {
+    // ORDER BY: text without regard to case, Null first, DESC reversed, ties in scan order.
+    RowSet sorted = run("SELECT City, PropertyID FROM Property ORDER BY City, PropertyID DESC");
+    for (std::size_t i = 1; i < sorted.recordCount(); ++i) {
+        const auto a = sorted.row(i - 1), b = sorted.row(i);
+        if (a[0].isNull() || b[0].isNull()) {
+            EXPECT_TRUE(a[0].isNull()) << i;
+            continue;
+        }
+        const int c = compareText(a[0].get<std::string>(), b[0].get<std::string>());
+        EXPECT_LE(c, 0) << i;
+        if (c == 0) {
+            EXPECT_GT(a[1].get<std::int32_t>(), b[1].get<std::int32_t>()) << i;
+        }
+    }
+    // TOP n keeps the rows tying with the last one.
+    RowSet top = run("SELECT TOP 1 City FROM Property ORDER BY City DESC");
+    const std::string last = top.row(0)[0].get<std::string>();
+    std::size_t ties = 0;
+    for (std::size_t i = 0; i < sorted.recordCount(); ++i)
+        if (!sorted.row(i)[0].isNull() && compareText(sorted.row(i)[0].get<std::string>(), last) == 0) ++ties;
+    EXPECT_EQ(top.recordCount(), ties);
+    EXPECT_EQ(run("SELECT TOP 7 * FROM Property").recordCount(), 7u);
+    EXPECT_EQ(run("SELECT TOP 7 * FROM Property WHERE City LIKE '%'").recordCount(), 7u);
+    // Names: aliases, Expr1000 + position for unnamed expressions.
+    RowSet named = run("SELECT COUNT(*), City AS Town, MAX(Zip) FROM Property GROUP BY City");
+    EXPECT_EQ(named.fields()[0].name, "Expr1000");
+    EXPECT_EQ(named.fields()[1].name, "Town");
+    EXPECT_EQ(named.fields()[2].name, "Expr1002");
+    EXPECT_EQ(named.fields()[0].type, ColumnType::Long);
+    EXPECT_EQ(named.fields()[2].type, ColumnType::Text);
+    std::int64_t total = 0;
+    for (std::size_t i = 0; i < named.recordCount(); ++i) total += named.row(i)[0].get<std::int32_t>();
+    EXPECT_EQ(static_cast<std::size_t>(total), run("SELECT * FROM Property").recordCount());
+    EXPECT_EQ(run("SELECT DISTINCT City FROM Property").recordCount(), named.recordCount());
+    // IN and BETWEEN agree with the comparisons they stand for.
+    EXPECT_EQ(run("SELECT * FROM Property WHERE PropertyID IN (3, 5, 7, 1000)").recordCount(), 3u);
+    EXPECT_EQ(run("SELECT * FROM Property WHERE PropertyID BETWEEN 10 AND 19").recordCount(),
+              run("SELECT * FROM Property WHERE PropertyID >= 10 AND PropertyID <= 19").recordCount());
+    EXPECT_EQ(run("SELECT * FROM Property WHERE NOT PropertyID NOT IN (3, 5)").recordCount(), 2u);
+    // Aggregates over no rows: COUNT 0, the others Null.
+    RowSet none = run("SELECT COUNT(*), SUM(SalePrice), MIN(City) FROM Property WHERE PropertyID < 0");
+    ASSERT_EQ(none.recordCount(), 1u);
+    EXPECT_EQ(none.row(0)[0].get<std::int32_t>(), 0);
+    EXPECT_TRUE(none.row(0)[1].isNull());
+    EXPECT_TRUE(none.row(0)[2].isNull());
+    EXPECT_EQ(run("SELECT City, COUNT(*) FROM Property WHERE PropertyID < 0 GROUP BY City").recordCount(),
+              0u);
+    // SUM of Currency stays exact.
+    RowSet sum = run("SELECT SUM(SalePrice) FROM Property");
+    EXPECT_EQ(sum.fields()[0].type, ColumnType::Currency);
+}
+
+TEST_F(QueryTest, TheNewClausesFailAsJetDoes) {
+    constexpr std::int32_t kSyntax = -2147217900;
+    EXPECT_EQ(failure("SELECT City, COUNT(*) FROM Property"),
+              std::make_pair(-2147217887,
+                             std::string("You tried to execute a query that does not include the "
+                                         "specified expression 'City' as part of an aggregate function.")));
+    EXPECT_EQ(failure("SELECT * FROM Property GROUP BY City").second,
+              "Cannot group on fields selected with '*' (Property).");
+    EXPECT_EQ(failure("SELECT * FROM Property WHERE COUNT(*) > 2"),
+              std::make_pair(kSyntax,
+                             std::string("Cannot have aggregate function in WHERE clause (COUNT(*) > 2).")));
+    EXPECT_EQ(failure("SELECT DISTINCT City FROM Property ORDER BY Zip").second,
+              "ORDER BY clause (Zip) conflicts with DISTINCT.");
+    EXPECT_EQ(failure("SELECT * FROM Property ORDER BY").second, "Syntax error in ORDER BY clause.");
+    EXPECT_EQ(failure("SELECT * FROM Property ORDER BY City Zip").second, "Syntax error in ORDER BY clause.");
+    EXPECT_EQ(failure("SELECT City FROM Property GROUP BY").second, "Syntax error in GROUP BY clause.");
+    EXPECT_EQ(failure("SELECT * FROM Property WHERE PropertyID BETWEEN 1").second,
+              "Between operator without And in query expression 'PropertyID BETWEEN 1'.");
+    EXPECT_EQ(failure("SELECT SUM(City) FROM Property").first, -2147217913);
+    EXPECT_EQ(failure("SELECT * FROM Property WHERE City IN (1, 2)").first, -2147217913);
+    EXPECT_EQ(failure("SELECT * FROM Property ORDER BY Town").first, -2147217904);
+    EXPECT_EQ(failure("SELECT COUNT(City, Zip) FROM Property").first, kSyntax);
+    EXPECT_EQ(failure("SELECT TOP 0 * FROM Property").first, kSyntax);
+    EXPECT_EQ(failure("SELECT City FROM Property GROUP BY COUNT(*)").second,
+              "Cannot have aggregate function in GROUP BY clause (COUNT(*)).");
+    EXPECT_EQ(failure("SELECT * FROM Property WHERE City IN ('a'").second,
+              "Missing ), ], or Item in query expression 'City IN ('a''.");
 }
 
 }  // namespace

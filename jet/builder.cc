@@ -349,6 +349,125 @@ void appendIntegerKey(std::string& key, std::uint8_t type, const std::string* st
 }
 
 // ---------------------------------------------------------------------------------------------
+// Rows
+
+namespace {
+bool isLongType(std::uint8_t type) {
+    return type == static_cast<std::uint8_t>(ColumnType::Memo) || type == static_cast<std::uint8_t>(ColumnType::OLE);
+}
+
+}  // namespace
+
+RowEncoder::RowEncoder(const JetFormat& format, const DefinitionShape& tableShape)
+    : f(format), shape(tableShape) {
+    colCount = shape.maxColumns;
+    for (const auto& c : shape.columns) colCount = std::max<std::uint16_t>(colCount, c.number + 1);
+    varCount = shape.varColumns;
+    for (const auto& c : shape.columns) {
+        if (c.fixed)
+            fixedEnd = std::max<std::size_t>(fixedEnd, c.fixedOffset + c.length);
+        else if (c.type != static_cast<std::uint8_t>(ColumnType::Boolean))
+            varCount = std::max<std::uint16_t>(varCount, c.varIndex + 1);
+    }
+    bySlot.assign(varCount, nullptr);
+    for (const auto& c : shape.columns)
+        if (!c.fixed && c.type != static_cast<std::uint8_t>(ColumnType::Boolean) && c.varIndex < varCount)
+            bySlot[c.varIndex] = &c;
+    mask.assign((colCount + 7) / 8, 0);
+    offsets.assign(static_cast<std::size_t>(varCount) + 1, 0);
+}
+
+const std::vector<std::uint8_t>& RowEncoder::encode(const std::vector<Cell>& cells, const LongWriter& writeLong) {
+    const std::size_t countSize = f.rowCountSize;
+    std::vector<std::uint8_t>& row = rowBuf_;
+    row.assign(countSize + fixedEnd, 0);
+    if (countSize == 1)
+        row[0] = static_cast<std::uint8_t>(colCount);
+    else
+        put16(row.data(), colCount);
+    std::fill(mask.begin(), mask.end(), 0);
+    auto cellOf = [&](std::uint16_t n) -> const Cell* {
+        return n < cells.size() && cells[n].present ? &cells[n] : nullptr;
+    };
+    for (const auto& c : shape.columns) {
+        if (c.type == static_cast<std::uint8_t>(ColumnType::Boolean)) {
+            if (c.number < cells.size() && cells[c.number].flag)
+                mask[c.number / 8] |= 1u << (c.number % 8);
+            continue;
+        }
+        const Cell* cell = cellOf(c.number);
+        if (!cell) continue;
+        mask[c.number / 8] |= static_cast<std::uint8_t>(1u << (c.number % 8));
+        if (c.fixed) {
+            std::size_t n = std::min<std::size_t>(cell->bytes.size(), c.length);
+            std::memcpy(row.data() + countSize + c.fixedOffset, cell->bytes.data(), n);
+        }
+    }
+    // Variable columns in slot order.
+    // Room the row keeps for its tables and mask, to decide whether a long value stays inline.
+    std::size_t trailer = mask.size() + (f.jet3 ? varCount + 2 + 8 : 2 * varCount + 4);
+    for (std::size_t slot = 0; slot < varCount; ++slot) {
+        offsets[slot] = static_cast<std::uint16_t>(row.size());
+        const DefinitionShape::Col* c = bySlot[slot];
+        if (!c) continue;
+        const Cell* cell = cellOf(c->number);
+        if (!cell) continue;
+        if (isLongType(c->type)) {
+            std::uint8_t field[12];
+            std::size_t inlineRoom = maxDataRowSize(f) > row.size() + trailer + 12 * (varCount - slot)
+                                         ? maxDataRowSize(f) - row.size() - trailer - 12 * (varCount - slot)
+                                         : 0;
+            if (cell->bytes.empty()) {
+                std::memset(field, 0, 12);
+                put32(field, kLongValueInline);
+                appendBytes(row, field, 12);
+            } else if (cell->preferInline && cell->bytes.size() <= inlineRoom) {
+                std::memset(field, 0, 12);
+                put32(field, static_cast<std::uint32_t>(cell->bytes.size()) | kLongValueInline);
+                appendBytes(row, field, 12);
+                appendBytes(row, cell->bytes.data(), cell->bytes.size());
+            } else {
+                writeLong(c->number, cell->bytes, field);
+                appendBytes(row, field, 12);
+            }
+        } else {
+            appendBytes(row, cell->bytes.data(), cell->bytes.size());
+        }
+    }
+    offsets[varCount] = static_cast<std::uint16_t>(row.size());
+    if (!f.jet3) {
+        if (varCount > 0) {
+            // Offsets from the last slot's end backwards: EOD first in memory.
+            std::size_t base = row.size();
+            row.resize(base + 2u * (varCount + 1) + 2);
+            std::uint8_t* p = row.data() + base;
+            for (std::size_t i = 0; i <= varCount; ++i) put16(p + 2 * (varCount - i), offsets[i]);
+            put16(p + 2u * (varCount + 1), varCount);
+        }
+    } else if (varCount > 0) {
+        std::size_t dataEnd = row.size();
+        std::size_t tail = (static_cast<std::size_t>(varCount) + 1) + 1 + mask.size();
+        std::size_t jumps = 0;
+        for (int iter = 0; iter < 4; ++iter) jumps = (dataEnd + tail + jumps - 1) / 256;
+        std::size_t realJumps = dataEnd / 256;
+        std::vector<std::uint8_t> jt(jumps, 0xFF);
+        for (std::size_t k = 0; k < realJumps && k < jumps; ++k) {
+            std::size_t i = 0;
+            while (i <= varCount && offsets[i] < (k + 1) * 256) ++i;
+            jt[k] = static_cast<std::uint8_t>(i);
+        }
+        for (std::size_t i = varCount + 1; i-- > 0;)
+            row.push_back(static_cast<std::uint8_t>(offsets[i] & 0xFF));
+        for (std::size_t k = jumps; k-- > 0;) row.push_back(jt[k]);
+        row.push_back(static_cast<std::uint8_t>(varCount));
+    }
+    appendBytes(row, mask.data(), mask.size());
+    if (row.size() > maxDataRowSize(f)) throw Error(errc::kCannotOpen, "Record is too large.");
+    return row;
+}
+
+
+// ---------------------------------------------------------------------------------------------
 // Table writer
 
 struct DatabaseBuilder::TableWriter::Impl {
@@ -367,7 +486,7 @@ struct DatabaseBuilder::TableWriter::Impl {
         std::vector<std::uint32_t> pages;
     };
     std::vector<LongColumn> longColumns;
-    std::vector<std::uint8_t> rowBuf;
+    RowEncoder encoder{f, shape};
 
     // Index being written.
     struct Level {
@@ -406,10 +525,9 @@ struct DatabaseBuilder::TableWriter::Impl {
             }
         }
         done.resize(shape.reals.size());
-        planRows();
     }
 
-    std::size_t maxRowSize() const { return f.pageSize - f.dataRowOffsets - 2; }
+    std::size_t maxRowSize() const { return maxDataRowSize(f); }
 
     LongColumn& longColumn(std::uint16_t number) {
         for (auto& lc : longColumns)
@@ -462,127 +580,11 @@ struct DatabaseBuilder::TableWriter::Impl {
         put32(field + 4, first << 8);
     }
 
-    bool isLong(std::uint8_t type) const {
-        return type == static_cast<std::uint8_t>(ColumnType::Memo) ||
-               type == static_cast<std::uint8_t>(ColumnType::OLE);
-    }
-
-    // The row layout, the same for every row.
-    std::uint16_t colCount = 0;
-    std::size_t fixedEnd = 0;
-    std::uint16_t varCount = 0;
-    std::vector<const DefinitionShape::Col*> bySlot;
-    std::vector<std::uint8_t> mask;
-    std::vector<std::uint16_t> offsets;
-
-    void planRows() {
-        colCount = shape.maxColumns;
-        for (const auto& c : shape.columns) colCount = std::max<std::uint16_t>(colCount, c.number + 1);
-        varCount = shape.varColumns;
-        for (const auto& c : shape.columns) {
-            if (c.fixed)
-                fixedEnd = std::max<std::size_t>(fixedEnd, c.fixedOffset + c.length);
-            else if (c.type != static_cast<std::uint8_t>(ColumnType::Boolean))
-                varCount = std::max<std::uint16_t>(varCount, c.varIndex + 1);
-        }
-        bySlot.assign(varCount, nullptr);
-        for (const auto& c : shape.columns)
-            if (!c.fixed && c.type != static_cast<std::uint8_t>(ColumnType::Boolean) && c.varIndex < varCount)
-                bySlot[c.varIndex] = &c;
-        mask.assign((colCount + 7) / 8, 0);
-        offsets.assign(static_cast<std::size_t>(varCount) + 1, 0);
-    }
-
-    void encodeRow(const std::vector<Cell>& cells) {
-        const std::size_t countSize = f.rowCountSize;
-        std::vector<std::uint8_t>& row = rowBuf;
-        row.assign(countSize + fixedEnd, 0);
-        if (countSize == 1)
-            row[0] = static_cast<std::uint8_t>(colCount);
-        else
-            put16(row.data(), colCount);
-        std::fill(mask.begin(), mask.end(), 0);
-        auto cellOf = [&](std::uint16_t n) -> const Cell* {
-            return n < cells.size() && cells[n].present ? &cells[n] : nullptr;
-        };
-        for (const auto& c : shape.columns) {
-            if (c.type == static_cast<std::uint8_t>(ColumnType::Boolean)) {
-                if (c.number < cells.size() && cells[c.number].flag)
-                    mask[c.number / 8] |= 1u << (c.number % 8);
-                continue;
-            }
-            const Cell* cell = cellOf(c.number);
-            if (!cell) continue;
-            mask[c.number / 8] |= static_cast<std::uint8_t>(1u << (c.number % 8));
-            if (c.fixed) {
-                std::size_t n = std::min<std::size_t>(cell->bytes.size(), c.length);
-                std::memcpy(row.data() + countSize + c.fixedOffset, cell->bytes.data(), n);
-            }
-        }
-        // Variable columns in slot order.
-        // Room the row keeps for its tables and mask, to decide whether a long value stays inline.
-        std::size_t trailer = mask.size() + (f.jet3 ? varCount + 2 + 8 : 2 * varCount + 4);
-        for (std::size_t slot = 0; slot < varCount; ++slot) {
-            offsets[slot] = static_cast<std::uint16_t>(row.size());
-            const DefinitionShape::Col* c = bySlot[slot];
-            if (!c) continue;
-            const Cell* cell = cellOf(c->number);
-            if (!cell) continue;
-            if (isLong(c->type)) {
-                std::uint8_t field[12];
-                std::size_t inlineRoom = maxRowSize() > row.size() + trailer + 12 * (varCount - slot)
-                                             ? maxRowSize() - row.size() - trailer - 12 * (varCount - slot)
-                                             : 0;
-                if (cell->bytes.empty()) {
-                    std::memset(field, 0, 12);
-                    put32(field, kLongValueInline);
-                    appendBytes(row, field, 12);
-                } else if (cell->preferInline && cell->bytes.size() <= inlineRoom) {
-                    std::memset(field, 0, 12);
-                    put32(field, static_cast<std::uint32_t>(cell->bytes.size()) | kLongValueInline);
-                    appendBytes(row, field, 12);
-                    appendBytes(row, cell->bytes.data(), cell->bytes.size());
-                } else {
-                    writeLongValue(c->number, cell->bytes, field);
-                    appendBytes(row, field, 12);
-                }
-            } else {
-                appendBytes(row, cell->bytes.data(), cell->bytes.size());
-            }
-        }
-        offsets[varCount] = static_cast<std::uint16_t>(row.size());
-        if (!f.jet3) {
-            if (varCount > 0) {
-                // Offsets from the last slot's end backwards: EOD first in memory.
-                std::size_t base = row.size();
-                row.resize(base + 2u * (varCount + 1) + 2);
-                std::uint8_t* p = row.data() + base;
-                for (std::size_t i = 0; i <= varCount; ++i) put16(p + 2 * (varCount - i), offsets[i]);
-                put16(p + 2u * (varCount + 1), varCount);
-            }
-        } else if (varCount > 0) {
-            std::size_t dataEnd = row.size();
-            std::size_t tail = (static_cast<std::size_t>(varCount) + 1) + 1 + mask.size();
-            std::size_t jumps = 0;
-            for (int iter = 0; iter < 4; ++iter) jumps = (dataEnd + tail + jumps - 1) / 256;
-            std::size_t realJumps = dataEnd / 256;
-            std::vector<std::uint8_t> jt(jumps, 0xFF);
-            for (std::size_t k = 0; k < realJumps && k < jumps; ++k) {
-                std::size_t i = 0;
-                while (i <= varCount && offsets[i] < (k + 1) * 256) ++i;
-                jt[k] = static_cast<std::uint8_t>(i);
-            }
-            for (std::size_t i = varCount + 1; i-- > 0;)
-                row.push_back(static_cast<std::uint8_t>(offsets[i] & 0xFF));
-            for (std::size_t k = jumps; k-- > 0;) row.push_back(jt[k]);
-            row.push_back(static_cast<std::uint8_t>(varCount));
-        }
-        appendBytes(row, mask.data(), mask.size());
-        if (row.size() > maxRowSize()) throw Error(errc::kCannotOpen, "Record is too large.");
-    }
-
     RowPointer addRow(const std::vector<Cell>& cells) {
-        encodeRow(cells);
+        const std::vector<std::uint8_t>& rowBuf =
+            encoder.encode(cells, [this](std::uint16_t column, const std::string& v, std::uint8_t field[12]) {
+                writeLongValue(column, v, field);
+            });
         if (!data || !data->fits(rowBuf.size())) {
             closePage(data);
             std::uint32_t pg = b.allocate();

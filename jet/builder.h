@@ -89,6 +89,34 @@ struct Cell {
     std::string bytes;
 };
 
+// The largest row a data page takes (one row and its offset entry).
+inline std::size_t maxDataRowSize(const JetFormat& f) noexcept {
+    return f.pageSize - f.dataRowOffsets - 2;
+}
+
+// Encodes rows of one table as Jet stores them: column count, fixed part, variable part with its
+// offset table (Jet 3: jump table too), null mask. Long values go inline when the cell prefers it
+// and the row has room; otherwise `LongWriter` stores them elsewhere and fills the 12-byte field.
+// Throws 3049 "Record is too large." for a row no page can hold. `shape` must outlive the encoder.
+class RowEncoder {
+  public:
+    using LongWriter = std::function<void(std::uint16_t column, const std::string& value, std::uint8_t field[12])>;
+    RowEncoder(const JetFormat& f, const DefinitionShape& shape);
+    // The row's bytes, valid until the next call.
+    const std::vector<std::uint8_t>& encode(const std::vector<Cell>& cells, const LongWriter& writeLong);
+
+  private:
+    const JetFormat& f;
+    const DefinitionShape& shape;
+    std::uint16_t colCount = 0;
+    std::size_t fixedEnd = 0;
+    std::uint16_t varCount = 0;
+    std::vector<const DefinitionShape::Col*> bySlot;
+    std::vector<std::uint8_t> mask;
+    std::vector<std::uint16_t> offsets;
+    std::vector<std::uint8_t> rowBuf_;
+};
+
 // Row pointer in the new file: page << 8 | row.
 using RowPointer = std::uint32_t;
 

@@ -42,6 +42,50 @@ Error Error::noSuchTable(const std::string& name) {
     return Error(errc::kNoSuchTable, "Table '" + name + "' does not exist.");
 }
 
+Error Error::tableExists(const std::string& name) {
+    return Error(3010, "Table '" + name + "' already exists.");
+}
+
+Error Error::duplicateKey() {
+    return Error(3022,
+                 "The changes you requested to the table were not successful because they would create duplicate "
+                 "values in the index, primary key, or relationship.  Change the data in the field or fields that "
+                 "contain duplicate data, remove the index, or redefine the index to permit duplicate entries and "
+                 "try again.");
+}
+
+Error Error::requiredNull(const std::string& field) {
+    return Error(3314, "The field '" + field +
+                           "' cannot contain a Null value because the Required property for this field is set "
+                           "to True.  Enter a value in this field.");
+}
+
+Error Error::nullInIndex() {
+    return Error(3058, "Index or primary key cannot contain a Null value.");
+}
+
+Error Error::valueTooLong() {
+    return Error(3163,
+                 "The field is too small to accept the amount of data you attempted to add.  Try inserting or "
+                 "pasting less data.");
+}
+
+Error Error::typeMismatch() {
+    return Error(3464, "Data type mismatch in criteria expression.");
+}
+
+Error Error::indexExists(const std::string& table, const std::string& index) {
+    return Error(3375, "Table '" + table + "' already has an index named '" + index + "'.");
+}
+
+Error Error::primaryKeyExists() {
+    return Error(3283, "Primary key already exists.");
+}
+
+Error Error::itemNotFound() {
+    return Error(errc::kItemNotFound, "Item not found in this collection.");
+}
+
 Error Error::locked() {
     return Error(errc::kLocked, "Could not update; currently locked.");
 }

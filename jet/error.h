@@ -66,6 +66,16 @@ class Error : public std::runtime_error {
     // Damage inside a page: Jet's 3049 text followed by " (page P, offset O: what)".
     static Error noSuchTable(const std::string& name);
     static Error locked();
+    // Writing rows and definitions.
+    static Error tableExists(const std::string& name);   // 3010
+    static Error duplicateKey();                         // 3022
+    static Error requiredNull(const std::string& field);  // 3314, `field` as "Table.Field"
+    static Error nullInIndex();                          // 3058
+    static Error valueTooLong();                         // 3163
+    static Error typeMismatch();                         // 3464
+    static Error indexExists(const std::string& table, const std::string& index);  // 3375
+    static Error primaryKeyExists();                                               // 3283
+    static Error itemNotFound();                                                   // 3265
     static Error readOnly();
     // A failed write or sync: 3026 for a full disk, 3027 for a read-only file or folder, 3044
     // for a folder that is gone, 3043 otherwise.

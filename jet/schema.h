@@ -1,10 +1,15 @@
-// Changes to a database's structure.
+// Changes to a database's structure and rows.
 #pragma once
 
+#include <cstdint>
+#include <functional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "jet/database.h"
 #include "jet/transaction.h"
+#include "jet/value.h"
 
 namespace jet {
 
@@ -18,5 +23,73 @@ namespace jet {
 // reading what the drop touches or earlier; and those of Transaction and its commit.
 // `stats` (optional) receives the commit's figures.
 void dropTable(const Database& db, std::string_view name, CommitStats* stats = nullptr);
+
+// A column of a new table. `size`: Text in characters (1..255), Binary in bytes (1..510); 0 for
+// every other type. An autonumber column is a Long.
+struct NewColumn {
+    std::string name;
+    ColumnType type = ColumnType::Text;
+    std::uint16_t size = 0;
+    bool required = false;
+    bool autoNumber = false;
+    std::uint8_t precision = 0, scale = 0;  // Decimal
+};
+
+struct NewIndexColumn {
+    std::string name;
+    bool ascending = true;
+};
+
+// A primary key is unique and refuses Null by its nature (the other flags are not needed for it).
+struct NewIndex {
+    std::string name;
+    std::vector<NewIndexColumn> columns;  // 1..10
+    bool primary = false;
+    bool unique = false;
+    bool disallowNull = false;
+    bool ignoreNull = false;
+};
+
+struct NewTable {
+    std::string name;
+    std::vector<NewColumn> columns;  // 1..255, in display order
+    std::vector<NewIndex> indexes;
+};
+
+// CREATE TABLE, as one transaction: the definition (columns numbered in the order given, fixed
+// columns laid out in that order), its usage maps on a page of their own, an empty root leaf per
+// index, and the table's catalog row with its entries in the catalog's indexes.
+// Errors (nothing written): 3010 a table or other object of that name exists; 3265 an index names
+// a column the table lacks; 3283 two primary keys; and those of Transaction and its commit.
+void createTable(const Database& db, const NewTable& table, CommitStats* stats = nullptr);
+
+// CREATE INDEX: adds `index` to the definition of `table` and fills it from the table's rows.
+// Errors (nothing written): 3376 no such table; 3375 the table has an index of that name; 3283 a
+// second primary key; 3265 a column the table lacks; 3022 a unique index over duplicate values;
+// 3058 Null in an index that refuses it.
+void createIndex(const Database& db, std::string_view table, const NewIndex& index, CommitStats* stats = nullptr);
+
+// DROP INDEX: removes the index from the table's definition and gives its pages back.
+// Errors (nothing written): 3376 no such table; 3265 no such index; 3281 an index that serves a
+// relationship.
+void dropIndex(const Database& db, std::string_view table, std::string_view index, CommitStats* stats = nullptr);
+
+// Rows for insertRows: fills `row` with one value per column in Table::columns() order and
+// returns true, or returns false at the end. A Null value in an autonumber column takes the next
+// number. Values have their column's type (Value::storage holds the type's own form: bool for
+// Boolean, std::uint8_t, std::int16_t, std::int32_t, Currency, float, double, DateTime,
+// std::string for Text and Memo, Bytes for Binary and OLE, Guid, Decimal).
+using RowFeed = std::function<bool(std::vector<Value>& row)>;
+
+// INSERT: every row of `feed` into `table`, all in one transaction (a failing row leaves the file
+// as it was). Rows go to the table's last data page while it has room, then to new pages; long
+// values inline when short, else on long-value pages (one row, or a chain of whole pages); every
+// index of the table gets the row's entry; the definition's row count and autonumber follow.
+// Errors (nothing written): 3078 no such table; 3314 Null in a required column; 3022 a duplicate
+// in a unique index or primary key; 3058 Null in an index that refuses it; 3163 text or binary
+// longer than its column; 3464 a value of another type; 3033 a system table; "no index key code
+// for character U+XXXX" (3049) for text an index cannot sort. Returns the number of rows.
+std::uint64_t insertRows(const Database& db, std::string_view table, const RowFeed& feed,
+                         CommitStats* stats = nullptr);
 
 }  // namespace jet

@@ -14,12 +14,34 @@ printf '[windows]\r\nload=\r\nrun=\r\n' > "$root/WINDOWS/win.ini"
 printf 'files=40\r\n' > "$root/WINDOWS/SYSTEM32/config.nt"
 # The suite's databases, made by the tool's own engine (never copied from elsewhere): the office
 # database and the comments database (shared copy) in the data folder, the report database and the
-# local comments copy in the user folder, the transfer database in the application folder. Without
-# an engine that can make files, only the folders and the configuration are laid out and tests 6 to
-# 8 report the databases as missing.
+# local comments copy in the user folder, the transfer database in the application folder. Their
+# tables and rows come from scripts/demo-data.py (made-up rows, the same on every run) through
+# `jet create`, `jet exec` and `jet import`. Without an engine that can make files, only the
+# folders and the configuration are laid out and tests 6 to 8 report the databases as missing.
 cli=${QXTEST_CLI:-build/cli/qxtest-cli}
 usage=$([ -x "$cli" ] && "$cli" jet 2>&1 || true)
-if [[ $usage == *"jet create"* ]]; then
+if [[ $usage == *"jet import"* ]]; then
+  data=$(mktemp -d)
+  trap 'rm -rf "$data"' EXIT
+  python3 "$(dirname "$0")/demo-data.py" "$data"
+  make_db() {  # make_db NAME PATH
+    local name=$1 file=$2 table
+    "$cli" jet create "$file" >/dev/null
+    while IFS= read -r statement; do
+      "$cli" jet exec "$file" "$statement" >/dev/null
+    done <"$data/$name.sql"
+    for rows in "$data/$name".*.jsonl; do
+      table=${rows#"$data/$name."}
+      table=${table%.jsonl}
+      "$cli" jet import "$file" "$table" <"$rows" >/dev/null
+    done
+  }
+  make_db Office "$root/KELDATA/Office.mdb"
+  make_db KelCom "$root/KELDATA/KelCom.mdb"
+  make_db Report "$root/KELUSER/Report.mdb"
+  make_db KelCom "$root/KELUSER/KelCom.mdb"
+  make_db KelRet "$root/KEL/KelRet.mdb"
+elif [[ $usage == *"jet create"* ]]; then
   for db in KELDATA/Office.mdb KELDATA/KelCom.mdb KELUSER/Report.mdb KELUSER/KelCom.mdb KEL/KelRet.mdb; do
     "$cli" jet create "$root/$db" >/dev/null
   done

@@ -15,7 +15,6 @@ struct Entry {
 };
 
 constexpr std::array kEntries{
-    Entry{ChangeFailure::TableExists, 3010, "Table '%1' already exists."},
     Entry{ChangeFailure::ConstraintSyntax, 3289, "Syntax error in CONSTRAINT clause."},
     Entry{ChangeFailure::CreateTableSyntax, 3290, "Syntax error in CREATE TABLE statement."},
     Entry{ChangeFailure::CreateIndexSyntax, 3291, "Syntax error in CREATE INDEX statement."},
@@ -27,22 +26,6 @@ constexpr std::array kEntries{
           "The INSERT INTO statement contains the following unknown field name: '%1'.  Make sure you have "
           "typed the name correctly, and try the operation again."},
     Entry{ChangeFailure::DuplicateField, 3191, "Cannot define field more than once."},
-    Entry{ChangeFailure::IndexExists, 3375, "Table '%1' already has an index named '%2'."},
-    Entry{ChangeFailure::PrimaryKeyExists, 3283, "Primary key already exists."},
-    Entry{ChangeFailure::NoSuchField, 3265, "Item not found in this collection."},
-    Entry{ChangeFailure::NoSuchIndex, 3265, "Item not found in this collection."},
-    Entry{ChangeFailure::DuplicateKey, 3022,
-          "The changes you requested to the table were not successful because they would create duplicate "
-          "values in the index, primary key, or relationship.  Change the data in the field or fields that "
-          "contain duplicate data, remove the index, or redefine the index to permit duplicate entries and "
-          "try again."},
-    Entry{ChangeFailure::RequiredNull, 3314,
-          "The field '%1' cannot contain a Null value because the Required property for this field is set "
-          "to True.  Enter a value in this field."},
-    Entry{ChangeFailure::ValueDoesNotFit, 3163,
-          "The field is too small to accept the amount of data you attempted to add.  Try inserting or "
-          "pasting less data."},
-    Entry{ChangeFailure::TypeConversion, 3464, "Data type mismatch in criteria expression."},
 };
 
 void fill(std::string& text, std::string_view mark, std::string_view value) {
@@ -53,6 +36,28 @@ void fill(std::string& text, std::string_view mark, std::string_view value) {
 }  // namespace
 
 Error changeError(ChangeFailure failure, std::string_view a, std::string_view b) {
+    // The engine raises these itself; their texts live with it.
+    switch (failure) {
+        case ChangeFailure::TableExists:
+            return Error::tableExists(std::string(a));
+        case ChangeFailure::DuplicateKey:
+            return Error::duplicateKey();
+        case ChangeFailure::RequiredNull:
+            return Error::requiredNull(std::string(a));
+        case ChangeFailure::ValueDoesNotFit:
+            return Error::valueTooLong();
+        case ChangeFailure::TypeConversion:
+            return Error::typeMismatch();
+        case ChangeFailure::IndexExists:
+            return Error::indexExists(std::string(a), std::string(b));
+        case ChangeFailure::PrimaryKeyExists:
+            return Error::primaryKeyExists();
+        case ChangeFailure::NoSuchField:
+        case ChangeFailure::NoSuchIndex:
+            return Error::itemNotFound();
+        default:
+            break;
+    }
     for (const auto& e : kEntries) {
         if (e.failure != failure) continue;
         std::string text(e.text);

@@ -1,0 +1,322 @@
+// `qxtest-cli jet import FILE TABLE`: reads what `jet export` writes (JSON Lines: the columns line,
+// then one array per row) from standard input and inserts every row into TABLE in one
+// transaction, all or nothing. Columns are matched by name; values take the forms `jet export`
+// gives them (numbers as written, Currency and Decimal as exact digits, dates as
+// "YYYY-MM-DD HH:MM:SS", GUIDs in braces, Binary and OLE as base64). Prints {"rowsAffected":N},
+// or the engine's error line and exit 1 with the file unchanged. Input that is not such JSON
+// gives 3134 "Syntax error in INSERT INTO statement." naming the line.
+#include <istream>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "cli/command.h"
+#include "jet/database.h"
+#include "jet/schema.h"
+#include "jet/sql/convert.h"
+#include "jet/table.h"
+#include "output/json_export.h"
+
+namespace qx::cli {
+namespace {
+
+struct JsonValue {
+    enum class Kind { Null, Boolean, Number, String, Array, Object } kind = Kind::Null;
+    bool boolean = false;
+    std::string text;  // Number as written, String decoded
+    std::vector<JsonValue> items;
+    std::vector<std::pair<std::string, JsonValue>> members;
+};
+
+// A small reader for the JSON that `jet export` writes (one value per line).
+class JsonReader {
+  public:
+    explicit JsonReader(const std::string& s) : s_(s) {}
+    std::optional<JsonValue> document() {
+        JsonValue v;
+        if (!value(v, 0)) return std::nullopt;
+        space();
+        if (i_ != s_.size()) return std::nullopt;
+        return v;
+    }
+
+  private:
+    void space() {
+        while (i_ < s_.size() && (s_[i_] == ' ' || s_[i_] == '\t' || s_[i_] == '\r')) ++i_;
+    }
+    bool literal(const char* word) {
+        std::size_t n = std::char_traits<char>::length(word);
+        if (s_.compare(i_, n, word) != 0) return false;
+        i_ += n;
+        return true;
+    }
+    void utf8(std::string& out, std::uint32_t cp) {
+        if (cp < 0x80) {
+            out.push_back(static_cast<char>(cp));
+        } else if (cp < 0x800) {
+            out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
+            out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+        } else if (cp < 0x10000) {
+            out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
+            out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+            out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+        } else {
+            out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
+            out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
+            out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+            out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+        }
+    }
+    bool hex4(std::uint32_t& v) {
+        if (i_ + 4 > s_.size()) return false;
+        v = 0;
+        for (int k = 0; k < 4; ++k) {
+            char c = s_[i_++];
+            int d = c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
+            if (d < 0) return false;
+            v = v * 16 + static_cast<std::uint32_t>(d);
+        }
+        return true;
+    }
+    bool string(std::string& out) {
+        if (i_ >= s_.size() || s_[i_] != '"') return false;
+        ++i_;
+        while (i_ < s_.size()) {
+            char c = s_[i_++];
+            if (c == '"') return true;
+            if (c != '\\') {
+                out.push_back(c);
+                continue;
+            }
+            if (i_ >= s_.size()) return false;
+            char e = s_[i_++];
+            switch (e) {
+                case '"':
+                case '\\':
+                case '/':
+                    out.push_back(e);
+                    break;
+                case 'b':
+                    out.push_back('\b');
+                    break;
+                case 'f':
+                    out.push_back('\f');
+                    break;
+                case 'n':
+                    out.push_back('\n');
+                    break;
+                case 'r':
+                    out.push_back('\r');
+                    break;
+                case 't':
+                    out.push_back('\t');
+                    break;
+                case 'u': {
+                    std::uint32_t cp = 0;
+                    if (!hex4(cp)) return false;
+                    if (cp >= 0xD800 && cp < 0xDC00 && i_ + 6 <= s_.size() && s_[i_] == '\\' && s_[i_ + 1] == 'u') {
+                        i_ += 2;
+                        std::uint32_t low = 0;
+                        if (!hex4(low)) return false;
+                        cp = 0x10000 + ((cp - 0xD800) << 10) + (low - 0xDC00);
+                    }
+                    utf8(out, cp);
+                    break;
+                }
+                default:
+                    return false;
+            }
+        }
+        return false;
+    }
+    bool value(JsonValue& v, int depth) {
+        if (depth > 4) return false;
+        space();
+        if (i_ >= s_.size()) return false;
+        char c = s_[i_];
+        if (c == 'n') return literal("null");
+        if (c == 't' || c == 'f') {
+            v.kind = JsonValue::Kind::Boolean;
+            v.boolean = c == 't';
+            return literal(c == 't' ? "true" : "false");
+        }
+        if (c == '"') {
+            v.kind = JsonValue::Kind::String;
+            return string(v.text);
+        }
+        if (c == '[' || c == '{') {
+            bool object = c == '{';
+            v.kind = object ? JsonValue::Kind::Object : JsonValue::Kind::Array;
+            ++i_;
+            space();
+            if (i_ < s_.size() && s_[i_] == (object ? '}' : ']')) {
+                ++i_;
+                return true;
+            }
+            while (true) {
+                std::string key;
+                if (object) {
+                    space();
+                    if (!string(key)) return false;
+                    space();
+                    if (i_ >= s_.size() || s_[i_++] != ':') return false;
+                }
+                JsonValue item;
+                if (!value(item, depth + 1)) return false;
+                if (object)
+                    v.members.emplace_back(std::move(key), std::move(item));
+                else
+                    v.items.push_back(std::move(item));
+                space();
+                if (i_ >= s_.size()) return false;
+                char d = s_[i_++];
+                if (d == ',') continue;
+                return d == (object ? '}' : ']');
+            }
+        }
+        std::size_t start = i_;
+        while (i_ < s_.size() && (std::isdigit(static_cast<unsigned char>(s_[i_])) || s_[i_] == '-' || s_[i_] == '+' ||
+                                  s_[i_] == '.' || s_[i_] == 'e' || s_[i_] == 'E'))
+            ++i_;
+        if (i_ == start) return false;
+        v.kind = JsonValue::Kind::Number;
+        v.text = s_.substr(start, i_ - start);
+        return true;
+    }
+
+    const std::string& s_;
+    std::size_t i_ = 0;
+};
+
+std::optional<jet::Bytes> fromBase64(const std::string& s) {
+    jet::Bytes out;
+    std::uint32_t acc = 0;
+    int bits = 0;
+    for (char c : s) {
+        int v;
+        if (c >= 'A' && c <= 'Z')
+            v = c - 'A';
+        else if (c >= 'a' && c <= 'z')
+            v = c - 'a' + 26;
+        else if (c >= '0' && c <= '9')
+            v = c - '0' + 52;
+        else if (c == '+')
+            v = 62;
+        else if (c == '/')
+            v = 63;
+        else if (c == '=')
+            break;
+        else
+            return std::nullopt;
+        acc = (acc << 6) | static_cast<std::uint32_t>(v);
+        bits += 6;
+        if (bits >= 8) {
+            bits -= 8;
+            out.push_back(static_cast<std::uint8_t>(acc >> bits));
+        }
+    }
+    return out;
+}
+
+jet::Error badLine(std::size_t line) {
+    return jet::Error(3134, "Syntax error in INSERT INTO statement. (line " + std::to_string(line) + " of the input)");
+}
+
+int runImport(Invocation& inv) {
+    if (inv.args.size() != 2) {
+        inv.err << "usage: jet import FILE TABLE  (JSON Lines of jet export on standard input)\n";
+        return 2;
+    }
+    try {
+        jet::OpenOptions options;
+        options.readOnly = false;
+        jet::Database db = jet::Database::open(inv.args[0], options);
+        for (const auto& n : db.notices()) inv.err << n << '\n';
+        if (!db.hasTable(inv.args[1])) throw jet::Error::tableNotFound(inv.args[1]);
+        jet::Table table = db.openTable(inv.args[1]);
+        const auto& cols = table.columns();
+        std::string line;
+        std::size_t lineNo = 0;
+        // The columns line: where each value of a row goes.
+        std::vector<std::size_t> target;
+        while (std::getline(inv.in, line)) {
+            ++lineNo;
+            if (line.empty()) continue;
+            auto doc = JsonReader(line).document();
+            if (!doc || doc->kind != JsonValue::Kind::Object) throw badLine(lineNo);
+            for (const auto& [key, value] : doc->members) {
+                if (key != "columns" || value.kind != JsonValue::Kind::Array) continue;
+                for (const auto& c : value.items) {
+                    std::string name;
+                    for (const auto& [k, v] : c.members)
+                        if (k == "name") name = v.text;
+                    int p = table.findColumn(name);
+                    if (p < 0)
+                        throw jet::Error(3127, "The INSERT INTO statement contains the following unknown field name: '" +
+                                                   name + "'.  Make sure you have typed the name correctly, and try "
+                                                          "the operation again.");
+                    target.push_back(static_cast<std::size_t>(p));
+                }
+            }
+            break;
+        }
+        if (target.empty()) throw badLine(lineNo);
+        const std::uint64_t rows = jet::insertRows(db, table.name(), [&](std::vector<jet::Value>& row) {
+            while (std::getline(inv.in, line)) {
+                ++lineNo;
+                if (line.empty()) continue;
+                auto doc = JsonReader(line).document();
+                if (!doc || doc->kind != JsonValue::Kind::Array || doc->items.size() != target.size())
+                    throw badLine(lineNo);
+                for (std::size_t i = 0; i < target.size(); ++i) {
+                    const jet::Column& c = cols[target[i]];
+                    const JsonValue& v = doc->items[i];
+                    jet::sql::Literal lit;
+                    switch (v.kind) {
+                        case JsonValue::Kind::Null:
+                            break;
+                        case JsonValue::Kind::Boolean:
+                            lit.kind = jet::sql::Literal::Kind::Boolean;
+                            lit.boolean = v.boolean;
+                            break;
+                        case JsonValue::Kind::Number:
+                            lit.kind = jet::sql::Literal::Kind::Number;
+                            lit.text = v.text;
+                            break;
+                        case JsonValue::Kind::String:
+                            if (c.type == jet::ColumnType::Binary || c.type == jet::ColumnType::OLE ||
+                                c.type == jet::ColumnType::Unknown) {
+                                auto bytes = fromBase64(v.text);
+                                if (!bytes) throw badLine(lineNo);
+                                lit.kind = jet::sql::Literal::Kind::Bytes;
+                                lit.bytes = std::move(*bytes);
+                            } else {
+                                lit.kind = jet::sql::Literal::Kind::Text;
+                                lit.text = v.text;
+                            }
+                            break;
+                        default:
+                            throw badLine(lineNo);
+                    }
+                    row[target[i]] = jet::sql::convertForColumn(c, lit);
+                }
+                return true;
+            }
+            return false;
+        });
+        inv.out << "{\"rowsAffected\":" << rows << "}\n";
+        inv.out.flush();
+        return 0;
+    } catch (const jet::Error& e) {
+        inv.out << jet::json::errorLine(e) << '\n';
+        inv.out.flush();
+        return 1;
+    }
+}
+
+const CommandRegistration registration{
+    Command{"jet import", "jet import FILE TABLE  (JSON Lines of jet export on stdin; one transaction)", runImport}};
+
+}  // namespace
+}  // namespace qx::cli

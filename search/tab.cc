@@ -48,7 +48,8 @@ void frmDate_Load(forms::Program& program) {
 
 void calcCalendar_Click(forms::Program& program) {
     const forms::Date& d = program.frmDate.calcCalendar.value();
-    program.frmMain.txtInvoiceDate(1).setText(vb::ShortDate(platform::LocalTime{d.year, d.month, d.day, 0, 0, 0}));
+    program.frmMain.txtInvoiceDate(1).setText(
+        vb::ShortDate(platform::LocalTime{d.year, d.month, d.day, 0, 0, 0}));
     if (program.frmDate.loaded()) program.frmDate.unload();
 }
 

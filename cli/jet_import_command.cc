@@ -272,16 +272,16 @@ int runImport(Invocation& inv) {
                 for (std::size_t i = 0; i < target.size(); ++i) {
                     const jet::Column& c = cols[target[i]];
                     const JsonValue& v = doc->items[i];
-                    jet::sql::Literal lit;
+                    jet::sql::IncomingValue lit;
                     switch (v.kind) {
                         case JsonValue::Kind::Null:
                             break;
                         case JsonValue::Kind::Boolean:
-                            lit.kind = jet::sql::Literal::Kind::Boolean;
+                            lit.kind = jet::sql::IncomingValue::Kind::Boolean;
                             lit.boolean = v.boolean;
                             break;
                         case JsonValue::Kind::Number:
-                            lit.kind = jet::sql::Literal::Kind::Number;
+                            lit.kind = jet::sql::IncomingValue::Kind::Number;
                             lit.text = v.text;
                             break;
                         case JsonValue::Kind::String:
@@ -289,10 +289,10 @@ int runImport(Invocation& inv) {
                                 c.type == jet::ColumnType::Unknown) {
                                 auto bytes = fromBase64(v.text);
                                 if (!bytes) throw badLine(lineNo);
-                                lit.kind = jet::sql::Literal::Kind::Bytes;
+                                lit.kind = jet::sql::IncomingValue::Kind::Bytes;
                                 lit.bytes = std::move(*bytes);
                             } else {
-                                lit.kind = jet::sql::Literal::Kind::Text;
+                                lit.kind = jet::sql::IncomingValue::Kind::Text;
                                 lit.text = v.text;
                             }
                             break;

@@ -677,6 +677,7 @@ std::vector<std::uint8_t> encodeDefinition(const JetFormat& f, const NewTable& t
         appendLogicalIndexBlock(v, f, static_cast<std::uint32_t>(i), static_cast<std::uint32_t>(i),
                                 t.indexes[i].primary ? kLogicalPrimary : 0);
     for (const auto& ix : t.indexes) appendName(v, f, ix.name);
+    // Jet 4 keeps usage maps per memo/OLE column here; both formats end the list with FFFF.
     if (!f.jet3) {
         for (std::size_t i = 0; i < n; ++i) {
             if (t.columns[i].type != ColumnType::Memo && t.columns[i].type != ColumnType::OLE) continue;
@@ -684,8 +685,8 @@ std::vector<std::uint8_t> encodeDefinition(const JetFormat& f, const NewTable& t
             appendLE(v, 0, 4);
             appendLE(v, 0, 4);
         }
-        appendLE(v, 0xFFFF, 2);
     }
+    appendLE(v, 0xFFFF, 2);
     put32(v.data() + f.tdefLength, static_cast<std::uint32_t>(v.size() - 8));
     return v;
 }

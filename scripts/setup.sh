@@ -12,6 +12,7 @@ PACKAGES=(
   mdbtools
   default-jre-headless libcommons-lang3-java libcommons-logging-java time
   xvfb xauth imagemagick
+  python3
 )
 
 SUDO=""

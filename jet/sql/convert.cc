@@ -10,7 +10,7 @@ namespace jet::sql {
 
 namespace {
 
-__extension__ typedef U128 U128;
+__extension__ typedef unsigned __int128 U128;
 
 // A number's text split into sign, digits and the position of the decimal point (an exponent
 // moves the point). "-12.5e1" -> negative, "125", point 3.
@@ -85,14 +85,14 @@ bool scaledMagnitude(const DecimalText& d, int scale, U128& out) {
     throw Error::valueTooLong();
 }
 
-double toDouble(const Literal& v) {
+double toDouble(const IncomingValue& v) {
     switch (v.kind) {
-        case Literal::Kind::Boolean:
+        case IncomingValue::Kind::Boolean:
             return v.boolean ? -1.0 : 0.0;
-        case Literal::Kind::Date:
+        case IncomingValue::Kind::Date:
             return v.date.days;
-        case Literal::Kind::Number:
-        case Literal::Kind::Text: {
+        case IncomingValue::Kind::Number:
+        case IncomingValue::Kind::Text: {
             if (!splitNumber(v.text)) mismatch();
             return std::strtod(v.text.c_str(), nullptr);
         }
@@ -101,7 +101,7 @@ double toDouble(const Literal& v) {
     }
 }
 
-std::int64_t toWhole(const Literal& v, std::int64_t lo, std::int64_t hi) {
+std::int64_t toWhole(const IncomingValue& v, std::int64_t lo, std::int64_t hi) {
     double d = toDouble(v);
     // Jet rounds half to even on the way to a whole number.
     double r = std::nearbyint(d);
@@ -134,40 +134,40 @@ Guid parseGuid(const std::string& s) {
 
 }  // namespace
 
-Literal literalOf(const InsertValue& v) {
-    Literal l;
+IncomingValue incomingOf(const InsertValue& v) {
+    IncomingValue l;
     switch (v.kind) {
         case InsertValue::Kind::Null:
-            l.kind = Literal::Kind::Null;
+            l.kind = IncomingValue::Kind::Null;
             break;
         case InsertValue::Kind::Boolean:
-            l.kind = Literal::Kind::Boolean;
+            l.kind = IncomingValue::Kind::Boolean;
             l.boolean = v.boolean;
             break;
         case InsertValue::Kind::Number:
-            l.kind = Literal::Kind::Number;
+            l.kind = IncomingValue::Kind::Number;
             l.text = v.number;
             break;
         case InsertValue::Kind::Text:
-            l.kind = Literal::Kind::Text;
+            l.kind = IncomingValue::Kind::Text;
             l.text = v.text;
             break;
         case InsertValue::Kind::Date:
-            l.kind = Literal::Kind::Date;
+            l.kind = IncomingValue::Kind::Date;
             l.date = v.date;
             break;
     }
     return l;
 }
 
-Value convertForColumn(const Column& c, const Literal& v) {
-    if (v.kind == Literal::Kind::Null) return Value(c.type, std::monostate{});
+Value convertForColumn(const Column& c, const IncomingValue& v) {
+    if (v.kind == IncomingValue::Kind::Null) return Value(c.type, std::monostate{});
     switch (c.type) {
         case ColumnType::Boolean:
-            if (v.kind == Literal::Kind::Boolean) return Value(c.type, v.boolean);
-            if (v.kind == Literal::Kind::Text && (v.text == "True" || v.text == "true" || v.text == "Yes"))
+            if (v.kind == IncomingValue::Kind::Boolean) return Value(c.type, v.boolean);
+            if (v.kind == IncomingValue::Kind::Text && (v.text == "True" || v.text == "true" || v.text == "Yes"))
                 return Value(c.type, true);
-            if (v.kind == Literal::Kind::Text && (v.text == "False" || v.text == "false" || v.text == "No"))
+            if (v.kind == IncomingValue::Kind::Text && (v.text == "False" || v.text == "false" || v.text == "No"))
                 return Value(c.type, false);
             return Value(c.type, toDouble(v) != 0.0);
         case ColumnType::Byte:
@@ -185,15 +185,15 @@ Value convertForColumn(const Column& c, const Literal& v) {
         case ColumnType::Double:
             return Value(c.type, toDouble(v));
         case ColumnType::DateTime: {
-            if (v.kind == Literal::Kind::Date) return Value(c.type, v.date);
-            if (v.kind == Literal::Kind::Text) {
+            if (v.kind == IncomingValue::Kind::Date) return Value(c.type, v.date);
+            if (v.kind == IncomingValue::Kind::Text) {
                 if (auto d = parseDateLiteral(v.text)) return Value(c.type, *d);
                 mismatch();
             }
             return Value(c.type, DateTime{toDouble(v)});
         }
         case ColumnType::Currency: {
-            if (v.kind == Literal::Kind::Number || v.kind == Literal::Kind::Text) {
+            if (v.kind == IncomingValue::Kind::Number || v.kind == IncomingValue::Kind::Text) {
                 auto d = splitNumber(v.text);
                 if (!d) mismatch();
                 U128 m = 0;
@@ -207,8 +207,8 @@ Value convertForColumn(const Column& c, const Literal& v) {
         }
         case ColumnType::Decimal: {
             std::string text = v.text;
-            if (v.kind == Literal::Kind::Boolean) text = v.boolean ? "-1" : "0";
-            else if (v.kind != Literal::Kind::Number && v.kind != Literal::Kind::Text)
+            if (v.kind == IncomingValue::Kind::Boolean) text = v.boolean ? "-1" : "0";
+            else if (v.kind != IncomingValue::Kind::Number && v.kind != IncomingValue::Kind::Text)
                 mismatch();
             auto d = splitNumber(text);
             if (!d) mismatch();
@@ -230,25 +230,25 @@ Value convertForColumn(const Column& c, const Literal& v) {
         case ColumnType::Text:
         case ColumnType::Memo:
             switch (v.kind) {
-                case Literal::Kind::Text:
-                case Literal::Kind::Number:
+                case IncomingValue::Kind::Text:
+                case IncomingValue::Kind::Number:
                     return Value(c.type, v.text);
-                case Literal::Kind::Boolean:
+                case IncomingValue::Kind::Boolean:
                     return Value(c.type, std::string(v.boolean ? "True" : "False"));
-                case Literal::Kind::Date:
+                case IncomingValue::Kind::Date:
                     return Value(c.type, formatDateTime(v.date));
-                case Literal::Kind::Bytes:
+                case IncomingValue::Kind::Bytes:
                     return Value(c.type, std::string(v.bytes.begin(), v.bytes.end()));
                 default:
                     mismatch();
             }
         case ColumnType::GUID:
-            if (v.kind != Literal::Kind::Text) mismatch();
+            if (v.kind != IncomingValue::Kind::Text) mismatch();
             return Value(c.type, parseGuid(v.text));
         case ColumnType::Binary:
         case ColumnType::OLE:
-            if (v.kind == Literal::Kind::Bytes) return Value(c.type, v.bytes);
-            if (v.kind == Literal::Kind::Text) return Value(c.type, Bytes(v.text.begin(), v.text.end()));
+            if (v.kind == IncomingValue::Kind::Bytes) return Value(c.type, v.bytes);
+            if (v.kind == IncomingValue::Kind::Text) return Value(c.type, Bytes(v.text.begin(), v.text.end()));
             mismatch();
         default:
             mismatch();

@@ -13,7 +13,7 @@ namespace jet::sql {
 // A value as it arrives: a statement's literal (ddl.h), or one of an exported row (JSON Lines of
 // `jet export`: numbers as written, Currency, Decimal, dates and GUIDs as text, bytes already
 // decoded from base64).
-struct Literal {
+struct IncomingValue {
     enum class Kind { Null, Boolean, Number, Text, Date, Bytes } kind = Kind::Null;
     bool boolean = false;
     std::string text;  // Number: as written; Text: UTF-8
@@ -21,12 +21,12 @@ struct Literal {
     Bytes bytes;
 };
 
-Literal literalOf(const InsertValue& v);
+IncomingValue incomingOf(const InsertValue& v);
 
 // The value `v` becomes in column `c`. Errors: 3464 "Data type mismatch in criteria expression."
 // for a value of a kind the column cannot take (text that is no number, for a number column);
 // 3163 for a number outside the column's range (text longer than the column is the engine's to
 // find).
-Value convertForColumn(const Column& c, const Literal& v);
+Value convertForColumn(const Column& c, const IncomingValue& v);
 
 }  // namespace jet::sql

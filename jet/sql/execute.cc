@@ -81,7 +81,7 @@ std::int64_t insert(const Database& db, const InsertStatement& st, CommitStats* 
     }
     std::vector<Value> values(cols.size());
     for (std::size_t i = 0; i < target.size(); ++i)
-        values[target[i]] = convertForColumn(cols[target[i]], literalOf(st.values[i]));
+        values[target[i]] = convertForColumn(cols[target[i]], incomingOf(st.values[i]));
     bool given = false;
     return static_cast<std::int64_t>(insertRows(
         db, table.name(),

@@ -132,7 +132,9 @@ TEST_P(Exec, CreateInsertAndReadBack) {
         EXPECT_EQ(db.openTable("All Types").indexes().size(), 3u);
         EXPECT_TRUE(jet::checkIndexes(db).problems.empty());
     }
-    if (jettest::haveJetVerify()) EXPECT_TRUE(jettest::verifyProblems(file).empty());
+    if (jettest::haveJetVerify()) {
+        EXPECT_TRUE(jettest::verifyProblems(file).empty());
+    }
 }
 
 TEST_P(Exec, RefusalsLeaveTheFileAsItWas) {
@@ -182,8 +184,8 @@ TEST_P(Exec, RefusalsLeaveTheFileAsItWas) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, Exec, ::testing::Values(jet::FormatVersion::Jet4, jet::FormatVersion::Jet3),
-                         [](const auto& info) {
-                             return std::string(info.param == jet::FormatVersion::Jet3 ? "Jet3" : "Jet4");
+                         [](const auto& p) {
+                             return std::string(p.param == jet::FormatVersion::Jet3 ? "Jet3" : "Jet4");
                          });
 
 // Runs `sql` in a child whose file system ends the process before its Nth write or sync.
@@ -244,7 +246,9 @@ void crashEverywhere(const std::string& sql, const std::function<bool(const std:
     }
     EXPECT_GT(olds, 0u);
     EXPECT_GT(news, 0u);
-    if (jettest::haveJetVerify()) EXPECT_TRUE(jettest::verifyProblems(ref).empty());
+    if (jettest::haveJetVerify()) {
+        EXPECT_TRUE(jettest::verifyProblems(ref).empty());
+    }
 }
 
 TEST(ExecCrash, StoppedAtEveryWriteAndSyncOfCreateTableAndInsert) {

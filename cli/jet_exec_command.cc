@@ -36,7 +36,7 @@ int runExec(Invocation& inv) {
 }
 
 const CommandRegistration registration{Command{
-    "jet exec", "jet exec FILE STATEMENT  (runs DROP TABLE and the like; prints rowsAffected)", runExec}};
+    "jet exec", "jet exec FILE STATEMENT  (CREATE TABLE, CREATE INDEX, DROP INDEX, INSERT, DROP TABLE; prints rowsAffected)", runExec}};
 
 }  // namespace
 }  // namespace qx::cli

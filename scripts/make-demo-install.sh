@@ -19,7 +19,7 @@ printf 'files=40\r\n' > "$root/WINDOWS/SYSTEM32/config.nt"
 # `jet create`, `jet exec` and `jet import`. Without an engine that can make files, only the
 # folders and the configuration are laid out and tests 6 to 8 report the databases as missing.
 cli=${QXTEST_CLI:-build/cli/qxtest-cli}
-usage=$([ -x "$cli" ] && "$cli" jet 2>&1 || true)
+usage=$([ -x "$cli" ] && "$cli" --help 2>&1 || true)
 if [[ $usage == *"jet import"* ]]; then
   data=$(mktemp -d)
   trap 'rm -rf "$data"' EXIT

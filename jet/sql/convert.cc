@@ -197,10 +197,12 @@ Value convertForColumn(const Column& c, const IncomingValue& v) {
                 auto d = splitNumber(v.text);
                 if (!d) mismatch();
                 U128 m = 0;
-                if (!scaledMagnitude(*d, 4, m) || m > static_cast<U128>(std::numeric_limits<std::int64_t>::max()))
-                    tooLarge();
-                auto s = static_cast<std::int64_t>(m);
-                return Value(c.type, Currency{d->negative ? -s : s});
+                // The negative range reaches one further than the positive one.
+                const U128 most = static_cast<U128>(std::numeric_limits<std::int64_t>::max()) + (d->negative ? 1 : 0);
+                if (!scaledMagnitude(*d, 4, m) || m > most) tooLarge();
+                const std::uint64_t u = static_cast<std::uint64_t>(m);
+                const std::int64_t s = d->negative ? static_cast<std::int64_t>(0 - u) : static_cast<std::int64_t>(u);
+                return Value(c.type, Currency{s});
             }
             double x = toDouble(v) * 10000.0;
             return Value(c.type, Currency{static_cast<std::int64_t>(std::llround(x))});

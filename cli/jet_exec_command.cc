@@ -35,8 +35,10 @@ int runExec(Invocation& inv) {
     }
 }
 
-const CommandRegistration registration{Command{
-    "jet exec", "jet exec FILE STATEMENT  (CREATE TABLE, CREATE INDEX, DROP INDEX, INSERT, DROP TABLE; prints rowsAffected)", runExec}};
+const CommandRegistration registration{Command{"jet exec",
+                                               "jet exec FILE STATEMENT  (CREATE TABLE, CREATE INDEX, DROP "
+                                               "INDEX, INSERT, DROP TABLE; prints rowsAffected)",
+                                               runExec}};
 
 }  // namespace
 }  // namespace qx::cli

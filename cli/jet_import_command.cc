@@ -73,7 +73,10 @@ class JsonReader {
         v = 0;
         for (int k = 0; k < 4; ++k) {
             char c = s_[i_++];
-            int d = c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
+            int d = c >= '0' && c <= '9'   ? c - '0'
+                    : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                    : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                           : -1;
             if (d < 0) return false;
             v = v * 16 + static_cast<std::uint32_t>(d);
         }
@@ -115,7 +118,8 @@ class JsonReader {
                 case 'u': {
                     std::uint32_t cp = 0;
                     if (!hex4(cp)) return false;
-                    if (cp >= 0xD800 && cp < 0xDC00 && i_ + 6 <= s_.size() && s_[i_] == '\\' && s_[i_ + 1] == 'u') {
+                    if (cp >= 0xD800 && cp < 0xDC00 && i_ + 6 <= s_.size() && s_[i_] == '\\' &&
+                        s_[i_ + 1] == 'u') {
                         i_ += 2;
                         std::uint32_t low = 0;
                         if (!hex4(low)) return false;
@@ -176,8 +180,8 @@ class JsonReader {
             }
         }
         std::size_t start = i_;
-        while (i_ < s_.size() && (std::isdigit(static_cast<unsigned char>(s_[i_])) || s_[i_] == '-' || s_[i_] == '+' ||
-                                  s_[i_] == '.' || s_[i_] == 'e' || s_[i_] == 'E'))
+        while (i_ < s_.size() && (std::isdigit(static_cast<unsigned char>(s_[i_])) || s_[i_] == '-' ||
+                                  s_[i_] == '+' || s_[i_] == '.' || s_[i_] == 'e' || s_[i_] == 'E'))
             ++i_;
         if (i_ == start) return false;
         v.kind = JsonValue::Kind::Number;
@@ -220,7 +224,8 @@ std::optional<jet::Bytes> fromBase64(const std::string& s) {
 }
 
 jet::Error badLine(std::size_t line) {
-    return jet::Error(3134, "Syntax error in INSERT INTO statement. (line " + std::to_string(line) + " of the input)");
+    return jet::Error(
+        3134, "Syntax error in INSERT INTO statement. (line " + std::to_string(line) + " of the input)");
 }
 
 int runImport(Invocation& inv) {
@@ -253,9 +258,11 @@ int runImport(Invocation& inv) {
                         if (k == "name") name = v.text;
                     int p = table.findColumn(name);
                     if (p < 0)
-                        throw jet::Error(3127, "The INSERT INTO statement contains the following unknown field name: '" +
-                                                   name + "'.  Make sure you have typed the name correctly, and try "
-                                                          "the operation again.");
+                        throw jet::Error(
+                            3127, "The INSERT INTO statement contains the following unknown field name: '" +
+                                      name +
+                                      "'.  Make sure you have typed the name correctly, and try "
+                                      "the operation again.");
                     target.push_back(static_cast<std::size_t>(p));
                 }
             }
@@ -315,8 +322,8 @@ int runImport(Invocation& inv) {
     }
 }
 
-const CommandRegistration registration{
-    Command{"jet import", "jet import FILE TABLE  (JSON Lines of jet export on stdin; one transaction)", runImport}};
+const CommandRegistration registration{Command{
+    "jet import", "jet import FILE TABLE  (JSON Lines of jet export on stdin; one transaction)", runImport}};
 
 }  // namespace
 }  // namespace qx::cli

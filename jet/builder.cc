@@ -353,7 +353,8 @@ void appendIntegerKey(std::string& key, std::uint8_t type, const std::string* st
 
 namespace {
 bool isLongType(std::uint8_t type) {
-    return type == static_cast<std::uint8_t>(ColumnType::Memo) || type == static_cast<std::uint8_t>(ColumnType::OLE);
+    return type == static_cast<std::uint8_t>(ColumnType::Memo) ||
+           type == static_cast<std::uint8_t>(ColumnType::OLE);
 }
 
 }  // namespace
@@ -377,7 +378,8 @@ RowEncoder::RowEncoder(const JetFormat& format, const DefinitionShape& tableShap
     offsets.assign(static_cast<std::size_t>(varCount) + 1, 0);
 }
 
-const std::vector<std::uint8_t>& RowEncoder::encode(const std::vector<Cell>& cells, const LongWriter& writeLong) {
+const std::vector<std::uint8_t>& RowEncoder::encode(const std::vector<Cell>& cells,
+                                                    const LongWriter& writeLong) {
     const std::size_t countSize = f.rowCountSize;
     std::vector<std::uint8_t>& row = rowBuf_;
     row.assign(countSize + fixedEnd, 0);
@@ -391,8 +393,7 @@ const std::vector<std::uint8_t>& RowEncoder::encode(const std::vector<Cell>& cel
     };
     for (const auto& c : shape.columns) {
         if (c.type == static_cast<std::uint8_t>(ColumnType::Boolean)) {
-            if (c.number < cells.size() && cells[c.number].flag)
-                mask[c.number / 8] |= 1u << (c.number % 8);
+            if (c.number < cells.size() && cells[c.number].flag) mask[c.number / 8] |= 1u << (c.number % 8);
             continue;
         }
         const Cell* cell = cellOf(c.number);
@@ -465,7 +466,6 @@ const std::vector<std::uint8_t>& RowEncoder::encode(const std::vector<Cell>& cel
     if (row.size() > maxDataRowSize(f)) throw Error(errc::kCannotOpen, "Record is too large.");
     return row;
 }
-
 
 // ---------------------------------------------------------------------------------------------
 // Table writer

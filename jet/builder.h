@@ -100,7 +100,8 @@ inline std::size_t maxDataRowSize(const JetFormat& f) noexcept {
 // Throws 3049 "Record is too large." for a row no page can hold. `shape` must outlive the encoder.
 class RowEncoder {
   public:
-    using LongWriter = std::function<void(std::uint16_t column, const std::string& value, std::uint8_t field[12])>;
+    using LongWriter =
+        std::function<void(std::uint16_t column, const std::string& value, std::uint8_t field[12])>;
     RowEncoder(const JetFormat& f, const DefinitionShape& shape);
     // The row's bytes, valid until the next call.
     const std::vector<std::uint8_t>& encode(const std::vector<Cell>& cells, const LongWriter& writeLong);

@@ -47,17 +47,19 @@ Error Error::tableExists(const std::string& name) {
 }
 
 Error Error::duplicateKey() {
-    return Error(3022,
-                 "The changes you requested to the table were not successful because they would create duplicate "
-                 "values in the index, primary key, or relationship.  Change the data in the field or fields that "
-                 "contain duplicate data, remove the index, or redefine the index to permit duplicate entries and "
-                 "try again.");
+    return Error(
+        3022,
+        "The changes you requested to the table were not successful because they would create duplicate "
+        "values in the index, primary key, or relationship.  Change the data in the field or fields that "
+        "contain duplicate data, remove the index, or redefine the index to permit duplicate entries and "
+        "try again.");
 }
 
 Error Error::requiredNull(const std::string& field) {
-    return Error(3314, "The field '" + field +
-                           "' cannot contain a Null value because the Required property for this field is set "
-                           "to True.  Enter a value in this field.");
+    return Error(3314,
+                 "The field '" + field +
+                     "' cannot contain a Null value because the Required property for this field is set "
+                     "to True.  Enter a value in this field.");
 }
 
 Error Error::nullInIndex() {
@@ -65,9 +67,10 @@ Error Error::nullInIndex() {
 }
 
 Error Error::valueTooLong() {
-    return Error(3163,
-                 "The field is too small to accept the amount of data you attempted to add.  Try inserting or "
-                 "pasting less data.");
+    return Error(
+        3163,
+        "The field is too small to accept the amount of data you attempted to add.  Try inserting or "
+        "pasting less data.");
 }
 
 Error Error::typeMismatch() {

@@ -67,12 +67,12 @@ class Error : public std::runtime_error {
     static Error noSuchTable(const std::string& name);
     static Error locked();
     // Writing rows and definitions.
-    static Error tableExists(const std::string& name);   // 3010
-    static Error duplicateKey();                         // 3022
+    static Error tableExists(const std::string& name);    // 3010
+    static Error duplicateKey();                          // 3022
     static Error requiredNull(const std::string& field);  // 3314, `field` as "Table.Field"
-    static Error nullInIndex();                          // 3058
-    static Error valueTooLong();                         // 3163
-    static Error typeMismatch();                         // 3464
+    static Error nullInIndex();                           // 3058
+    static Error valueTooLong();                          // 3163
+    static Error typeMismatch();                          // 3464
     static Error indexExists(const std::string& table, const std::string& index);  // 3375
     static Error primaryKeyExists();                                               // 3283
     static Error itemNotFound();                                                   // 3265

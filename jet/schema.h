@@ -67,12 +67,14 @@ void createTable(const Database& db, const NewTable& table, CommitStats* stats =
 // Errors (nothing written): 3376 no such table; 3375 the table has an index of that name; 3283 a
 // second primary key; 3265 a column the table lacks; 3022 a unique index over duplicate values;
 // 3058 Null in an index that refuses it.
-void createIndex(const Database& db, std::string_view table, const NewIndex& index, CommitStats* stats = nullptr);
+void createIndex(const Database& db, std::string_view table, const NewIndex& index,
+                 CommitStats* stats = nullptr);
 
 // DROP INDEX: removes the index from the table's definition and gives its pages back.
 // Errors (nothing written): 3376 no such table; 3265 no such index; 3281 an index that serves a
 // relationship.
-void dropIndex(const Database& db, std::string_view table, std::string_view index, CommitStats* stats = nullptr);
+void dropIndex(const Database& db, std::string_view table, std::string_view index,
+               CommitStats* stats = nullptr);
 
 // Rows for insertRows: fills `row` with one value per column in Table::columns() order and
 // returns true, or returns false at the end. A Null value in an autonumber column takes the next

@@ -63,7 +63,8 @@ std::uint32_t nextCode(const std::string& s, std::size_t& i) {
     if (c < 0x80) return c;
     int extra = c >= 0xF0 ? 3 : c >= 0xE0 ? 2 : 1;
     std::uint32_t cp = c & (0x3F >> extra);
-    for (int k = 0; k < extra && i < s.size(); ++k) cp = (cp << 6) | (static_cast<unsigned char>(s[i++]) & 0x3F);
+    for (int k = 0; k < extra && i < s.size(); ++k)
+        cp = (cp << 6) | (static_cast<unsigned char>(s[i++]) & 0x3F);
     return cp;
 }
 
@@ -108,7 +109,8 @@ std::string toCp1252(const std::string& s) {
             if (kCp1252High[k] == cp && cp != 0) found = k;
         if (found < 0) {
             char buf[64];
-            std::snprintf(buf, sizeof buf, "character U+%04X has no Windows-1252 byte", static_cast<unsigned>(cp));
+            std::snprintf(buf, sizeof buf, "character U+%04X has no Windows-1252 byte",
+                          static_cast<unsigned>(cp));
             throw Error(errc::kCannotOpen, buf);
         }
         out.push_back(static_cast<char>(0x80 + found));
@@ -170,7 +172,8 @@ Definition readDefinition(Transaction& tx, const Store& store, std::uint32_t fir
     std::vector<std::uint8_t> page(f.pageSize);
     std::uint32_t current = first;
     while (current != 0) {
-        if (d.pages.size() >= kMaxTableDefPages || std::find(d.pages.begin(), d.pages.end(), current) != d.pages.end())
+        if (d.pages.size() >= kMaxTableDefPages ||
+            std::find(d.pages.begin(), d.pages.end(), current) != d.pages.end())
             store.corrupt(current, 4, "table definition chain loops");
         tx.read(current, page.data());
         if (page[0] != kPageTableDef) store.corrupt(current, 0, "not a table definition page");
@@ -224,8 +227,8 @@ void writeDefinition(Transaction& tx, Definition& d) {
 // ---- data pages
 
 // Adds a row to a data page held by the transaction; false when it has no room.
-bool addRowToPage(const JetFormat& f, std::vector<std::uint8_t>& page, const std::uint8_t* row, std::size_t len,
-                  std::uint16_t& rowNumber) {
+bool addRowToPage(const JetFormat& f, std::vector<std::uint8_t>& page, const std::uint8_t* row,
+                  std::size_t len, std::uint16_t& rowNumber) {
     std::uint16_t count = u16(page.data() + f.dataRowCount);
     if (count >= 255) return false;
     std::size_t top = f.pageSize;
@@ -379,7 +382,8 @@ class TableInserter {
                 if (values[i].isNull()) {
                     values[i] = Value(ColumnType::Long, static_cast<std::int32_t>(++autoNumber_));
                 } else if (const auto* v = values[i].getIf<std::int32_t>()) {
-                    if (*v > 0 && static_cast<std::uint32_t>(*v) > autoNumber_) autoNumber_ = static_cast<std::uint32_t>(*v);
+                    if (*v > 0 && static_cast<std::uint32_t>(*v) > autoNumber_)
+                        autoNumber_ = static_cast<std::uint32_t>(*v);
                 }
             }
             if (values[i].isNull() && !(c.flags & kColNullable) && c.type != ColumnType::Boolean)
@@ -395,7 +399,8 @@ class TableInserter {
             bool allNull = false;
             std::vector<std::uint8_t> key;
             try {
-                key = rowIndexKey(ctx_, cols, ri, [&](std::size_t p) { return values[p]; }, &allNull);
+                key = rowIndexKey(
+                    ctx_, cols, ri, [&](std::size_t p) { return values[p]; }, &allNull);
             } catch (const KeyUnsupported& e) {
                 throw Error(errc::kCannotOpen, std::string("Cannot index this value: ") + e.what());
             }
@@ -405,14 +410,14 @@ class TableInserter {
                     if (cols[p].number == k.columnNumber && values[p].isNull()) anyNull = true;
             if ((ri.flags & kIdxRequired) && anyNull) throw Error::nullInIndex();
             if (allNull && (ri.flags & kIdxIgnoreNulls)) continue;
-            if ((ri.flags & kIdxUnique) && !allNull && !editor(r).findKey(key).empty()) throw Error::duplicateKey();
+            if ((ri.flags & kIdxUnique) && !allNull && !editor(r).findKey(key).empty())
+                throw Error::duplicateKey();
             keys[r] = std::move(key);
         }
 
-        const std::vector<std::uint8_t>& row = encoder_->encode(
-            cells, [this](std::uint16_t column, const std::string& v, std::uint8_t field[12]) {
-                writeLongValue(column, v, field);
-            });
+        const std::vector<std::uint8_t>& row =
+            encoder_->encode(cells, [this](std::uint16_t column, const std::string& v,
+                                           std::uint8_t field[12]) { writeLongValue(column, v, field); });
         RowId where = placeRow(row);
         for (std::size_t r = 0; r < keys.size(); ++r) {
             if (!keys[r]) continue;
@@ -451,13 +456,15 @@ class TableInserter {
         std::uint16_t n = 0;
         if (dataPage_ != 0) {
             std::vector<std::uint8_t>& page = tx_.modify(dataPage_);
-            if (page[0] == kPageData && addRowToPage(f_, page, row.data(), row.size(), n)) return {dataPage_, n};
+            if (page[0] == kPageData && addRowToPage(f_, page, row.data(), row.size(), n))
+                return {dataPage_, n};
         }
         std::uint32_t pg = tx_.allocate(ownedMap_);
         if (freeMap_ != 0) tx_.setInMap(freeMap_, pg, true);
         std::vector<std::uint8_t>& page = tx_.modify(pg);
         startDataPage(f_, page, owner_);
-        if (!addRowToPage(f_, page, row.data(), row.size(), n)) throw Error(errc::kCannotOpen, "Record is too large.");
+        if (!addRowToPage(f_, page, row.data(), row.size(), n))
+            throw Error(errc::kCannotOpen, "Record is too large.");
         dataPage_ = pg;
         return {pg, n};
     }
@@ -489,7 +496,8 @@ class TableInserter {
                 current = newLongPage(column);
                 std::vector<std::uint8_t>& page = tx_.modify(current);
                 startDataPage(f_, page, kLvalOwner);
-                if (!addRowToPage(f_, page, data, v.size(), n)) throw Error(errc::kCannotOpen, "long value too large");
+                if (!addRowToPage(f_, page, data, v.size(), n))
+                    throw Error(errc::kCannotOpen, "long value too large");
             }
             put32(field, static_cast<std::uint32_t>(v.size()) | kLongValueSingle);
             put32(field + 4, (current << 8) | n);
@@ -544,7 +552,8 @@ const TableLayout* findLayout(Store& store, std::string_view name, std::shared_p
 }
 
 bool isSystemTable(std::string_view name) {
-    return name.size() >= 4 && (name.substr(0, 4) == "MSys" || name.substr(0, 4) == "msys" || name.substr(0, 4) == "MSYS");
+    return name.size() >= 4 &&
+           (name.substr(0, 4) == "MSys" || name.substr(0, 4) == "msys" || name.substr(0, 4) == "MSYS");
 }
 
 double oleNow() {
@@ -565,8 +574,10 @@ std::uint8_t realFlags(const NewIndex& ix) {
     if (ix.primary) return kIdxUnique | kIdxRequired;
     std::uint8_t fl = 0;
     if (ix.unique) fl |= kIdxUnique;
-    if (ix.disallowNull) fl |= kIdxRequired;
-    else if (ix.ignoreNull) fl |= kIdxIgnoreNulls;
+    if (ix.disallowNull)
+        fl |= kIdxRequired;
+    else if (ix.ignoreNull)
+        fl |= kIdxIgnoreNulls;
     return fl;
 }
 
@@ -603,7 +614,8 @@ void appendLogicalIndexBlock(std::vector<std::uint8_t>& v, const JetFormat& f, s
 }
 
 // The definition of a new table; its usage map pointers and index roots are left 0.
-std::vector<std::uint8_t> encodeDefinition(const JetFormat& f, const NewTable& t, const std::vector<RealPlan>& reals) {
+std::vector<std::uint8_t> encodeDefinition(const JetFormat& f, const NewTable& t,
+                                           const std::vector<RealPlan>& reals) {
     std::vector<std::uint8_t> v;
     const std::size_t n = t.columns.size();
     std::size_t varCount = 0;
@@ -627,8 +639,10 @@ std::vector<std::uint8_t> encodeDefinition(const JetFormat& f, const NewTable& t
     put32(v.data() + f.tdefIndexCount, static_cast<std::uint32_t>(t.indexes.size()));
     put32(v.data() + f.tdefRealIndexCount, static_cast<std::uint32_t>(reals.size()));
     for (std::size_t r = 0; r < reals.size(); ++r) {
-        if (!f.jet3) appendLE(v, kTableNumber, 4);
-        else appendLE(v, 0, 4);
+        if (!f.jet3)
+            appendLE(v, kTableNumber, 4);
+        else
+            appendLE(v, 0, 4);
         appendLE(v, 0, 4);
         if (!f.jet3) appendLE(v, 0, 4);
     }
@@ -722,7 +736,8 @@ void addCatalogRow(Transaction& tx, const std::shared_ptr<Store>& store, const s
     Value owner;
     {
         Table catalog(store, hold);
-        int cName = catalog.findColumn("Name"), cOwner = catalog.findColumn("Owner"), cId = catalog.findColumn("Id");
+        int cName = catalog.findColumn("Name"), cOwner = catalog.findColumn("Owner"),
+            cId = catalog.findColumn("Id");
         if (cName >= 0 && cOwner >= 0 && cId >= 0) {
             Cursor cur = catalog.cursor();
             while (cur.next()) {
@@ -777,7 +792,8 @@ DefinitionParts partsOf(const JetFormat& f, const Store& store, const Definition
     std::size_t columns = u16(b.data() + f.tdefColumnCount);
     p.logicalCount = u32(b.data() + f.tdefIndexCount);
     p.realCount = u32(b.data() + f.tdefRealIndexCount);
-    if (p.logicalCount > kMaxIndexes || p.realCount > kMaxIndexes) store.corrupt(page, 0, "implausible counts");
+    if (p.logicalCount > kMaxIndexes || p.realCount > kMaxIndexes)
+        store.corrupt(page, 0, "implausible counts");
     p.infoEnd = f.tdefRealIndexInfo + p.realCount * f.realIndexInfoSize;
     std::size_t pos = p.infoEnd + columns * f.columnSize;
     auto skipName = [&]() {
@@ -812,7 +828,8 @@ std::uint32_t addMapRow(Transaction& tx, std::uint32_t nearMap) {
     std::uint32_t holder = nearMap >> 8;
     if (holder != 0) {
         std::vector<std::uint8_t>& page = tx.modify(holder);
-        if (page[0] == kPageData && addRowToPage(f, page, row.data(), row.size(), n)) return (holder << 8) | n;
+        if (page[0] == kPageData && addRowToPage(f, page, row.data(), row.size(), n))
+            return (holder << 8) | n;
     }
     holder = tx.allocate(0);
     std::vector<std::uint8_t>& page = tx.modify(holder);
@@ -841,7 +858,8 @@ void createTable(const Database& db, const NewTable& t, CommitStats* stats) {
     Store& store = *storePtr;
     const JetFormat& f = tx.format();
     if (nameTaken(store, t.name)) throw Error::tableExists(t.name);
-    if (t.columns.empty() || t.columns.size() > 255) throw Error(3290, "Syntax error in CREATE TABLE statement.");
+    if (t.columns.empty() || t.columns.size() > 255)
+        throw Error(3290, "Syntax error in CREATE TABLE statement.");
     std::vector<RealPlan> reals;
     int primaries = 0;
     for (const auto& ix : t.indexes) {
@@ -852,7 +870,8 @@ void createTable(const Database& db, const NewTable& t, CommitStats* stats) {
             if (p < 0) throw Error::itemNotFound();
             r.columns.emplace_back(static_cast<std::uint16_t>(p), k.ascending);
         }
-        if (r.columns.empty() || r.columns.size() > 10) throw Error(3291, "Syntax error in CREATE INDEX statement.");
+        if (r.columns.empty() || r.columns.size() > 10)
+            throw Error(3291, "Syntax error in CREATE INDEX statement.");
         r.flags = realFlags(ix);
         reals.push_back(std::move(r));
     }
@@ -917,7 +936,8 @@ void createIndex(const Database& db, std::string_view tableName, const NewIndex&
         real.columns.push_back({col->number, k.ascending});
         plan.columns.emplace_back(col->number, k.ascending);
     }
-    if (plan.columns.empty() || plan.columns.size() > 10) throw Error(3291, "Syntax error in CREATE INDEX statement.");
+    if (plan.columns.empty() || plan.columns.size() > 10)
+        throw Error(3291, "Syntax error in CREATE INDEX statement.");
 
     Definition def = readDefinition(tx, store, layout.tdefPage);
     DefinitionParts parts = partsOf(f, store, def, layout.tdefPage);
@@ -966,7 +986,8 @@ void createIndex(const Database& db, std::string_view tableName, const NewIndex&
             bool allNull = false, anyNull = false;
             std::vector<std::uint8_t> key;
             try {
-                key = rowIndexKey(ctx, cols, real, [&](std::size_t p) { return cur.value(p); }, &allNull);
+                key = rowIndexKey(
+                    ctx, cols, real, [&](std::size_t p) { return cur.value(p); }, &allNull);
             } catch (const KeyUnsupported& e) {
                 throw Error(errc::kCannotOpen, std::string("Cannot index this value: ") + e.what());
             }
@@ -975,7 +996,8 @@ void createIndex(const Database& db, std::string_view tableName, const NewIndex&
                     if (cols[p].number == k.columnNumber && cur.isNull(p)) anyNull = true;
             if ((real.flags & kIdxRequired) && anyNull) throw Error::nullInIndex();
             if (allNull && (real.flags & kIdxIgnoreNulls)) continue;
-            if ((real.flags & kIdxUnique) && !allNull && !editor.findKey(key).empty()) throw Error::duplicateKey();
+            if ((real.flags & kIdxUnique) && !allNull && !editor.findKey(key).empty())
+                throw Error::duplicateKey();
             IndexEntry e;
             e.key = std::move(key);
             e.page = cur.rowId().page;
@@ -990,7 +1012,8 @@ void createIndex(const Database& db, std::string_view tableName, const NewIndex&
     finishCommit(tx, stats);
 }
 
-void dropIndex(const Database& db, std::string_view tableName, std::string_view indexName, CommitStats* stats) {
+void dropIndex(const Database& db, std::string_view tableName, std::string_view indexName,
+               CommitStats* stats) {
     const std::shared_ptr<Store>& storePtr = db.store();
     Transaction tx(db);
     Store& store = *storePtr;
@@ -1008,7 +1031,8 @@ void dropIndex(const Database& db, std::string_view tableName, std::string_view 
     const Index& gone = layout.indexes[which];
     if (gone.kind == kLogicalForeign)
         throw Error(errc::kInRelationship,
-                    "Cannot delete this index or table.  It is either the current index or is used in a relationship.");
+                    "Cannot delete this index or table.  It is either the current index or is used in a "
+                    "relationship.");
     const std::int32_t real = gone.realIndex;
     bool shared = false;
     for (std::size_t i = 0; i < layout.indexes.size(); ++i)
@@ -1024,7 +1048,8 @@ void dropIndex(const Database& db, std::string_view tableName, std::string_view 
         if (dropReal && r > real) put32(q + 4, static_cast<std::uint32_t>(r - 1));
     }
     const auto [nameAt, nameLen] = parts.logicalNames[which];
-    b.erase(b.begin() + static_cast<std::ptrdiff_t>(nameAt), b.begin() + static_cast<std::ptrdiff_t>(nameAt + nameLen));
+    b.erase(b.begin() + static_cast<std::ptrdiff_t>(nameAt),
+            b.begin() + static_cast<std::ptrdiff_t>(nameAt + nameLen));
     b.erase(b.begin() + static_cast<std::ptrdiff_t>(logicalAt(which)),
             b.begin() + static_cast<std::ptrdiff_t>(logicalAt(which) + f.logicalIndexSize));
     std::size_t removed = nameLen + f.logicalIndexSize;
@@ -1042,7 +1067,8 @@ void dropIndex(const Database& db, std::string_view tableName, std::string_view 
         std::vector<std::uint8_t> page(f.pageSize);
         for (std::uint32_t p : usageMapPages(store, ri.usageMap)) {
             tx.read(p, page.data());
-            if ((page[0] == kPageIndexLeaf || page[0] == kPageIndexNode) && u32(page.data() + 4) == layout.tdefPage)
+            if ((page[0] == kPageIndexLeaf || page[0] == kPageIndexNode) &&
+                u32(page.data() + 4) == layout.tdefPage)
                 tx.release(p, ri.usageMap);
         }
     }
@@ -1052,7 +1078,8 @@ void dropIndex(const Database& db, std::string_view tableName, std::string_view 
     finishCommit(tx, stats);
 }
 
-std::uint64_t insertRows(const Database& db, std::string_view table, const RowFeed& feed, CommitStats* stats) {
+std::uint64_t insertRows(const Database& db, std::string_view table, const RowFeed& feed,
+                         CommitStats* stats) {
     const std::shared_ptr<Store>& storePtr = db.store();
     Transaction tx(db);
     Store& store = *storePtr;

@@ -73,7 +73,8 @@ bool scaledMagnitude(const DecimalText& d, int scale, U128& out) {
         if (out > limit) return false;
         out = out * 10 + static_cast<unsigned>(digit);
     }
-    if (keep >= 0 && keep < static_cast<long>(d.digits.size()) && d.digits[static_cast<std::size_t>(keep)] >= '5')
+    if (keep >= 0 && keep < static_cast<long>(d.digits.size()) &&
+        d.digits[static_cast<std::size_t>(keep)] >= '5')
         ++out;
     return true;
 }
@@ -120,12 +121,14 @@ Guid parseGuid(const std::string& s) {
     // {XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}; the first three groups are stored little-endian.
     std::string hex;
     for (char c : s)
-        if (hexDigit(c) >= 0) hex.push_back(c);
+        if (hexDigit(c) >= 0)
+            hex.push_back(c);
         else if (c != '{' && c != '}' && c != '-')
             mismatch();
     if (hex.size() != 32) mismatch();
     std::uint8_t b[16];
-    for (int i = 0; i < 16; ++i) b[i] = static_cast<std::uint8_t>(hexDigit(hex[2 * i]) << 4 | hexDigit(hex[2 * i + 1]));
+    for (int i = 0; i < 16; ++i)
+        b[i] = static_cast<std::uint8_t>(hexDigit(hex[2 * i]) << 4 | hexDigit(hex[2 * i + 1]));
     Guid g;
     const int order[16] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
     for (int i = 0; i < 16; ++i) g.bytes[static_cast<std::size_t>(i)] = b[order[i]];
@@ -165,9 +168,11 @@ Value convertForColumn(const Column& c, const IncomingValue& v) {
     switch (c.type) {
         case ColumnType::Boolean:
             if (v.kind == IncomingValue::Kind::Boolean) return Value(c.type, v.boolean);
-            if (v.kind == IncomingValue::Kind::Text && (v.text == "True" || v.text == "true" || v.text == "Yes"))
+            if (v.kind == IncomingValue::Kind::Text &&
+                (v.text == "True" || v.text == "true" || v.text == "Yes"))
                 return Value(c.type, true);
-            if (v.kind == IncomingValue::Kind::Text && (v.text == "False" || v.text == "false" || v.text == "No"))
+            if (v.kind == IncomingValue::Kind::Text &&
+                (v.text == "False" || v.text == "false" || v.text == "No"))
                 return Value(c.type, false);
             return Value(c.type, toDouble(v) != 0.0);
         case ColumnType::Byte:
@@ -175,8 +180,9 @@ Value convertForColumn(const Column& c, const IncomingValue& v) {
         case ColumnType::Integer:
             return Value(c.type, static_cast<std::int16_t>(toWhole(v, -32768, 32767)));
         case ColumnType::Long:
-            return Value(c.type, static_cast<std::int32_t>(toWhole(v, std::numeric_limits<std::int32_t>::min(),
-                                                                 std::numeric_limits<std::int32_t>::max())));
+            return Value(c.type,
+                         static_cast<std::int32_t>(toWhole(v, std::numeric_limits<std::int32_t>::min(),
+                                                           std::numeric_limits<std::int32_t>::max())));
         case ColumnType::Single: {
             double d = toDouble(v);
             if (std::isfinite(d) && std::fabs(d) > std::numeric_limits<float>::max()) tooLarge();
@@ -198,10 +204,12 @@ Value convertForColumn(const Column& c, const IncomingValue& v) {
                 if (!d) mismatch();
                 U128 m = 0;
                 // The negative range reaches one further than the positive one.
-                const U128 most = static_cast<U128>(std::numeric_limits<std::int64_t>::max()) + (d->negative ? 1 : 0);
+                const U128 most =
+                    static_cast<U128>(std::numeric_limits<std::int64_t>::max()) + (d->negative ? 1 : 0);
                 if (!scaledMagnitude(*d, 4, m) || m > most) tooLarge();
                 const std::uint64_t u = static_cast<std::uint64_t>(m);
-                const std::int64_t s = d->negative ? static_cast<std::int64_t>(0 - u) : static_cast<std::int64_t>(u);
+                const std::int64_t s =
+                    d->negative ? static_cast<std::int64_t>(0 - u) : static_cast<std::int64_t>(u);
                 return Value(c.type, Currency{s});
             }
             double x = toDouble(v) * 10000.0;
@@ -209,7 +217,8 @@ Value convertForColumn(const Column& c, const IncomingValue& v) {
         }
         case ColumnType::Decimal: {
             std::string text = v.text;
-            if (v.kind == IncomingValue::Kind::Boolean) text = v.boolean ? "-1" : "0";
+            if (v.kind == IncomingValue::Kind::Boolean)
+                text = v.boolean ? "-1" : "0";
             else if (v.kind != IncomingValue::Kind::Number && v.kind != IncomingValue::Kind::Text)
                 mismatch();
             auto d = splitNumber(text);
@@ -250,7 +259,8 @@ Value convertForColumn(const Column& c, const IncomingValue& v) {
         case ColumnType::Binary:
         case ColumnType::OLE:
             if (v.kind == IncomingValue::Kind::Bytes) return Value(c.type, v.bytes);
-            if (v.kind == IncomingValue::Kind::Text) return Value(c.type, Bytes(v.text.begin(), v.text.end()));
+            if (v.kind == IncomingValue::Kind::Text)
+                return Value(c.type, Bytes(v.text.begin(), v.text.end()));
             mismatch();
         default:
             mismatch();

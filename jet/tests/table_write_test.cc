@@ -42,7 +42,8 @@ int failureOf(const std::filesystem::path& file, const std::string& sql) {
 
 const char* kCreateAll =
     "CREATE TABLE [All Types] (Id COUNTER CONSTRAINT pk PRIMARY KEY, Flag BIT, Small BYTE, Short SHORT, "
-    "Whole LONG NOT NULL, Amount CURRENCY, Ratio SINGLE, Measure DOUBLE, Stamp DATETIME, Code TEXT(10) UNIQUE, "
+    "Whole LONG NOT NULL, Amount CURRENCY, Ratio SINGLE, Measure DOUBLE, Stamp DATETIME, Code TEXT(10) "
+    "UNIQUE, "
     "Name VARCHAR(200), Notes MEMO, Blob LONGBINARY, Raw BINARY(16), Tag GUID)";
 
 std::string repeated(const std::string& s, std::size_t n) {
@@ -52,14 +53,16 @@ std::string repeated(const std::string& s, std::size_t n) {
 }
 
 void fill(const std::filesystem::path& file) {
-    EXPECT_EQ(exec(file, "INSERT INTO [All Types] (Flag, Small, Short, Whole, Amount, Ratio, Measure, Stamp, Code, "
-                         "Name, Notes, Raw, Tag) VALUES (True, 255, -32768, 2147483647, 922337203685477.5807, "
-                         "3.5, -1.5E+300, #12/31/9999 23:59:59#, 'A1', 'O''Brien', 'short memo', 'abc', "
-                         "'{6F9619FF-8B86-D011-B42D-00C04FC964FF}')"),
+    EXPECT_EQ(exec(file,
+                   "INSERT INTO [All Types] (Flag, Small, Short, Whole, Amount, Ratio, Measure, Stamp, Code, "
+                   "Name, Notes, Raw, Tag) VALUES (True, 255, -32768, 2147483647, 922337203685477.5807, "
+                   "3.5, -1.5E+300, #12/31/9999 23:59:59#, 'A1', 'O''Brien', 'short memo', 'abc', "
+                   "'{6F9619FF-8B86-D011-B42D-00C04FC964FF}')"),
               1);
-    EXPECT_EQ(exec(file, "INSERT INTO [All Types] (Whole, Amount, Stamp, Code, Name, Notes) VALUES (-2147483648, "
-                         "-922337203685477.5808, #1/1/100#, 'B2', 'Zoë Ça', '" +
-                             repeated("one page of memo ", 100) + "')"),
+    EXPECT_EQ(exec(file,
+                   "INSERT INTO [All Types] (Whole, Amount, Stamp, Code, Name, Notes) VALUES (-2147483648, "
+                   "-922337203685477.5808, #1/1/100#, 'B2', 'Zoë Ça', '" +
+                       repeated("one page of memo ", 100) + "')"),
               1);
     EXPECT_EQ(exec(file, "INSERT INTO [All Types] (Whole, Code, Notes) VALUES (0, 'C3', '" +
                              repeated("many pages of memo text ", 1200) + "')"),
@@ -112,7 +115,8 @@ TEST_P(Exec, CreateInsertAndReadBack) {
     fill(file);
     EXPECT_EQ(exec(file, "CREATE INDEX ByName ON [All Types] (Name DESC, Whole)"), 0);
     EXPECT_EQ(exec(file, "CREATE UNIQUE INDEX ByWhole ON [All Types] (Whole) WITH DISALLOW NULL"), 0);
-    EXPECT_EQ(exec(file, "INSERT INTO [All Types] (Whole, Code, Name) VALUES (999, 'Z9', 'after the indexes')"), 1);
+    EXPECT_EQ(
+        exec(file, "INSERT INTO [All Types] (Whole, Code, Name) VALUES (999, 'Z9', 'after the indexes')"), 1);
     {
         jet::Database db = jet::Database::open(file);
         jet::Table t = db.openTable("All Types");

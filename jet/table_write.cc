@@ -664,9 +664,10 @@ std::vector<std::uint8_t> encodeDefinition(const JetFormat& f, const NewTable& t
             if (c.type == ColumnType::Binary) length = c.size;
         } else {
             flags |= kColFixed;
-            length = fixedSize(c.type);
+            // A Yes/No value lives in the null mask; Access still gives it length 1 and no room.
+            length = c.type == ColumnType::Boolean ? 1 : fixedSize(c.type);
             put16(d.data() + f.colFixedOffset, fixedOffset);
-            fixedOffset = static_cast<std::uint16_t>(fixedOffset + length);
+            fixedOffset = static_cast<std::uint16_t>(fixedOffset + fixedSize(c.type));
         }
         if (f.jet3) {
             put16(d.data() + 7, 1);

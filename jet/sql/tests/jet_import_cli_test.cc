@@ -144,7 +144,9 @@ TEST(JetImportCli, AFailingRowLeavesTheFileAsItWas) {
     ASSERT_EQ(status, 0);
     auto bytes = [&] {
         std::ifstream in(file, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+        std::ostringstream all;
+        all << in.rdbuf();
+        return all.str();
     };
     const std::string before = bytes();
     const fs::path rows = tmp.dir / "rows.jsonl";

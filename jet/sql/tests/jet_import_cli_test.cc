@@ -96,25 +96,28 @@ void copyEveryTable(const fs::path& source, const std::string& format, const fs:
     ASSERT_FALSE(tables.empty());
     for (const auto& table : tables) {
         SCOPED_TRACE(table);
-        for (const auto& statement : lines(cli("jet schema " + quoted(source.string()) + " " + quoted(table), status))) {
-            const std::string out = cli("jet exec " + quoted(copy.string()) + " " + quoted(statement), status);
+        for (const auto& statement :
+             lines(cli("jet schema " + quoted(source.string()) + " " + quoted(table), status))) {
+            const std::string out =
+                cli("jet exec " + quoted(copy.string()) + " " + quoted(statement), status);
             EXPECT_EQ(status, 0) << statement << " -> " << out;
         }
         const fs::path rows = dir / "rows.jsonl";
-        const std::string original = cli("jet export " + quoted(source.string()) + " " + quoted(table), status);
+        const std::string original =
+            cli("jet export " + quoted(source.string()) + " " + quoted(table), status);
         ASSERT_EQ(status, 0);
         std::ofstream(rows, std::ios::binary) << original;
-        const std::string imported = run(std::string(QXTEST_CLI) + " jet import " + quoted(copy.string()) + " " +
-                                             quoted(table) + " < " + quoted(rows.string()) + " 2>/dev/null",
-                                         status);
+        const std::string imported =
+            run(std::string(QXTEST_CLI) + " jet import " + quoted(copy.string()) + " " + quoted(table) +
+                    " < " + quoted(rows.string()) + " 2>/dev/null",
+                status);
         EXPECT_EQ(status, 0) << imported;
         const std::string again = cli("jet export " + quoted(copy.string()) + " " + quoted(table), status);
         EXPECT_EQ(rowsOf(again), rowsOf(original));
     }
-    const std::string verify =
-        run(quoted(std::string(QX_SHARED_DIR) + "/tools/jet-verify/jet-verify") + " " + quoted(copy.string()) +
-                " 2>/dev/null",
-            status);
+    const std::string verify = run(quoted(std::string(QX_SHARED_DIR) + "/tools/jet-verify/jet-verify") + " " +
+                                       quoted(copy.string()) + " 2>/dev/null",
+                                   status);
     EXPECT_EQ(status, 0) << verify;
     EXPECT_NE(verify.find(", 0 problems"), std::string::npos) << verify;
     const std::string listed = run("mdb-tables -1 " + quoted(copy.string()) + " 2>&1", status);
@@ -139,7 +142,8 @@ TEST(JetImportCli, AFailingRowLeavesTheFileAsItWas) {
     const fs::path file = tmp.dir / "t.mdb";
     int status = 0;
     cli("jet create " + quoted(file.string()), status);
-    cli("jet exec " + quoted(file.string()) + " " + quoted("CREATE TABLE t (id LONG PRIMARY KEY, name TEXT(5))"),
+    cli("jet exec " + quoted(file.string()) + " " +
+            quoted("CREATE TABLE t (id LONG PRIMARY KEY, name TEXT(5))"),
         status);
     ASSERT_EQ(status, 0);
     auto bytes = [&] {
@@ -151,22 +155,24 @@ TEST(JetImportCli, AFailingRowLeavesTheFileAsItWas) {
     const std::string before = bytes();
     const fs::path rows = tmp.dir / "rows.jsonl";
     // The third row repeats the key of the first: nothing of the three stays.
-    std::ofstream(rows) << "{\"columns\":[{\"name\":\"id\"},{\"name\":\"name\"}]}\n[1,\"a\"]\n[2,\"b\"]\n[1,\"c\"]\n";
+    std::ofstream(rows)
+        << "{\"columns\":[{\"name\":\"id\"},{\"name\":\"name\"}]}\n[1,\"a\"]\n[2,\"b\"]\n[1,\"c\"]\n";
     std::string out = run(std::string(QXTEST_CLI) + " jet import " + quoted(file.string()) + " t < " +
                               quoted(rows.string()) + " 2>/dev/null",
                           status);
     EXPECT_EQ(status, 1);
     EXPECT_NE(out.find("\"number\":3022"), std::string::npos) << out;
     EXPECT_EQ(bytes(), before);
-    std::ofstream(rows) << "{\"columns\":[{\"name\":\"id\"},{\"name\":\"name\"}]}\n[1,\"a\"]\n[2,\"toolong\"]\n";
-    out = run(std::string(QXTEST_CLI) + " jet import " + quoted(file.string()) + " t < " + quoted(rows.string()) +
-                  " 2>/dev/null",
+    std::ofstream(rows)
+        << "{\"columns\":[{\"name\":\"id\"},{\"name\":\"name\"}]}\n[1,\"a\"]\n[2,\"toolong\"]\n";
+    out = run(std::string(QXTEST_CLI) + " jet import " + quoted(file.string()) + " t < " +
+                  quoted(rows.string()) + " 2>/dev/null",
               status);
     EXPECT_NE(out.find("\"number\":3163"), std::string::npos) << out;
     EXPECT_EQ(bytes(), before);
     std::ofstream(rows) << "{\"columns\":[{\"name\":\"id\"},{\"name\":\"name\"}]}\n[1,\"a\"]\n[2,\"b\"]\n";
-    out = run(std::string(QXTEST_CLI) + " jet import " + quoted(file.string()) + " t < " + quoted(rows.string()) +
-                  " 2>/dev/null",
+    out = run(std::string(QXTEST_CLI) + " jet import " + quoted(file.string()) + " t < " +
+                  quoted(rows.string()) + " 2>/dev/null",
               status);
     EXPECT_EQ(out, "{\"rowsAffected\":2}\n");
 }

@@ -1,5 +1,6 @@
 #include "assembly/subsystems.h"
 
+#include "dbinspect/wire.h"
 #include "diagnostics/wire.h"
 #include "search/wire.h"
 
@@ -8,6 +9,7 @@ namespace qx::assembly {
 void wireSubsystems(forms::Program& program) {
     diagnostics::wire(program);
     search::wire(program);
+    dbinspect::wire(program);
 }
 
 }  // namespace qx::assembly

@@ -18,8 +18,9 @@ std::optional<std::int64_t> executeDelete(const Database& db, std::string_view s
     std::size_t i = 1;
     if (t[i].kind == lex::Tok::Star) {
         ++i;
-    } else if ((t[i].kind == lex::Tok::Ident || t[i].kind == lex::Tok::Bracket) && !lex::keywordIs(t[i], "FROM") &&
-               t[i + 1].kind == lex::Tok::Dot && t[i + 2].kind == lex::Tok::Star) {
+    } else if ((t[i].kind == lex::Tok::Ident || t[i].kind == lex::Tok::Bracket) &&
+               !lex::keywordIs(t[i], "FROM") && t[i + 1].kind == lex::Tok::Dot &&
+               t[i + 2].kind == lex::Tok::Star) {
         i += 3;
     }
     if (!lex::keywordIs(t[i], "FROM") || t[i + 1].kind == lex::Tok::End) throw makeError(Failure::FromClause);

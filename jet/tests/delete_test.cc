@@ -56,8 +56,8 @@ std::vector<std::string> rowsOf(const jet::Database& db, const std::string& name
     if (a == b) return ::testing::AssertionSuccess();
     std::size_t i = 0;
     while (i < a.size() && i < b.size() && a[i] == b[i]) ++i;
-    return ::testing::AssertionFailure() << a.size() << " rows against " << b.size() << ", first difference at row "
-                                         << i;
+    return ::testing::AssertionFailure()
+           << a.size() << " rows against " << b.size() << ", first difference at row " << i;
 }
 
 // Every other row (the 2nd, 4th, ...), as the rows kept when the 1st, 3rd, ... are deleted.
@@ -171,21 +171,24 @@ std::vector<std::filesystem::path> fixturesUnder(const std::string& part) {
 TEST(Delete, HalfTheRowsOfEveryTableOfTheJet3Corpus) {
     Outcome o;
     deleteHalfOfEach(fixturesUnder("/V1997/"), o);
-    std::printf("%zu tables, %zu rows deleted, %zu refused (related rows)\n", o.tables, o.rowsDeleted, o.refused);
+    std::printf("%zu tables, %zu rows deleted, %zu refused (related rows)\n", o.tables, o.rowsDeleted,
+                o.refused);
     EXPECT_GE(o.tables, 30u);
 }
 
 TEST(Delete, HalfTheRowsOfEveryTableOfTheJet4Corpus) {
     Outcome o;
     deleteHalfOfEach(fixturesUnder("/V2000/"), o);
-    std::printf("%zu tables, %zu rows deleted, %zu refused (related rows)\n", o.tables, o.rowsDeleted, o.refused);
+    std::printf("%zu tables, %zu rows deleted, %zu refused (related rows)\n", o.tables, o.rowsDeleted,
+                o.refused);
     EXPECT_GE(o.tables, 20u);
 }
 
 TEST(Delete, HalfTheRowsOfEveryTableOfTheSuite) {
     Outcome o;
     deleteHalfOfEach(fixturesUnder("/suite/"), o);
-    std::printf("%zu tables, %zu rows deleted, %zu refused (related rows)\n", o.tables, o.rowsDeleted, o.refused);
+    std::printf("%zu tables, %zu rows deleted, %zu refused (related rows)\n", o.tables, o.rowsDeleted,
+                o.refused);
     EXPECT_GE(o.rowsDeleted, 1000u);
 }
 
@@ -229,9 +232,10 @@ TEST(Delete, RefusalsChangeNothing) {
     const auto file = tmp.copy("suite/drive_c/KELDATA/Office.mdb");
     const auto bytes = jettest::fileBytes(file);
     EXPECT_EQ(failure(file, "DELETE FROM Nope"),
-              (std::pair<int, std::string>{3078,
-                                           "The Microsoft Jet database engine cannot find the input table or query "
-                                           "'Nope'.  Make sure it exists and that its name is spelled correctly."}));
+              (std::pair<int, std::string>{
+                  3078,
+                  "The Microsoft Jet database engine cannot find the input table or query "
+                  "'Nope'.  Make sure it exists and that its name is spelled correctly."}));
     EXPECT_EQ(failure(file, "DELETE FROM Property WHERE NoSuchColumn = 1"),
               (std::pair<int, std::string>{3061, "Too few parameters. Expected 1."}));
     EXPECT_EQ(failure(file, "DELETE FROM MSysObjects").first, 3033);

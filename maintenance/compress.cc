@@ -40,6 +40,8 @@ class RunTrap {
         int retries = 0;
         for (;;) {
             try {
+                // The shared routines a step calls name themselves; a report names the run.
+                enterProcedure(p_.rt.g, text::kCompressProcedure);
                 step();
                 return Outcome::Done;
             } catch (const RuntimeError& e) {

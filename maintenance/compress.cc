@@ -155,7 +155,8 @@ std::string statusLine(Runtime& rt, std::string_view path, double sizeBefore, do
         result = std::string(text::kNoChange);
     } else {
         if (sizeBefore == 0) raise(err::kDivisionByZero);
-        result = std::string(text::kCompressed) + vb::Format((1 - sizeAfter / sizeBefore) * 100, "###.#") + "%";
+        result =
+            std::string(text::kCompressed) + vb::Format((1 - sizeAfter / sizeBefore) * 100, "###.#") + "%";
     }
     return baseAndExtension(rt, path) + ": " + result;
 }
@@ -239,9 +240,11 @@ void frmCompress_cmdCompress_Click(forms::Program& p) {
         rt.os.messages.show(text::kNothingChosenTitle, text::kNothingChosen, platform::Buttons::OK,
                             platform::Icon::None);
     } else if (rt.g.compactTarget != text::kTargetPrivate) {
-        rt.os.messages.show(rt.g.toolTitle, text::kCompleteShared, platform::Buttons::OK, platform::Icon::None);
+        rt.os.messages.show(rt.g.toolTitle, text::kCompleteShared, platform::Buttons::OK,
+                            platform::Icon::None);
     } else {
-        rt.os.messages.show(rt.g.toolTitle, text::kCompletePrivate, platform::Buttons::OK, platform::Icon::None);
+        rt.os.messages.show(rt.g.toolTitle, text::kCompletePrivate, platform::Buttons::OK,
+                            platform::Icon::None);
     }
 }
 

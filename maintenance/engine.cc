@@ -66,7 +66,8 @@ CompactionSource CompactionSource::open(Runtime& rt, std::string_view path) {
     }
 }
 
-void CompactionSource::compactTo(std::string_view destination, const std::function<void(double)>& progress) const {
+void CompactionSource::compactTo(std::string_view destination,
+                                 const std::function<void(double)>& progress) const {
     const std::string host = rt_->os.fs.hostPathForWrite(destination);
     try {
         jet::CompactOptions options;

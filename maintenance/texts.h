@@ -16,10 +16,10 @@ inline constexpr std::string_view kReportDatabase = "report.mdb";
 // The report tables the suite leaves behind, in the order they are dropped. "usercontrol" and
 // "USERCONTROL" are two drops on purpose: older report builds made the table in either case.
 inline constexpr std::array<std::string_view, 22> kTemporaryTables = {
-    "report",   "invoice",         "property",        "assigned",   "Temp",         "tempinvoice",
-    "tempproperty", "check1",      "check2",          "check3",     "users",        "company",
-    "client",   "CANCELCLIENT",    "CANCELAPPRAISER", "appraiser",  "appraiserfee", "usercontrol",
-    "clientcontact", "clientfee",  "formtypes",       "USERCONTROL"};
+    "report",        "invoice",      "property",        "assigned",   "Temp",         "tempinvoice",
+    "tempproperty",  "check1",       "check2",          "check3",     "users",        "company",
+    "client",        "CANCELCLIENT", "CANCELAPPRAISER", "appraiser",  "appraiserfee", "usercontrol",
+    "clientcontact", "clientfee",    "formtypes",       "USERCONTROL"};
 
 // cmdFix(4), "4-Digit Year Check".
 inline constexpr std::string_view kYearCurrentTime = "Current time:";
@@ -45,14 +45,16 @@ inline constexpr std::string_view kScratchName = "compress.mdb";
 inline constexpr std::string_view kSelectFirst = "Please select a file from the list of databases";
 inline constexpr std::string_view kNothingChosen = "Please highlight/select the database before compressing";
 inline constexpr std::string_view kNothingChosenTitle = "No database chosen";
-inline constexpr std::string_view kCompleteShared = "Process Complete.  Everyone can now reopen their applications.";
+inline constexpr std::string_view kCompleteShared =
+    "Process Complete.  Everyone can now reopen their applications.";
 inline constexpr std::string_view kCompletePrivate = "Process Complete.";
 inline constexpr std::string_view kWorkingOn = "Working on '";
 inline constexpr std::string_view kNoChange = "No Change";
 inline constexpr std::string_view kCompressed = "Compressed ";
 inline constexpr std::string_view kInUse = "This File Was In Use... No Change.";
 inline constexpr std::string_view kOpenLocked =
-    "This database is open/locked.  Please have all users exit from the application (run this program again).";
+    "This database is open/locked.  Please have all users exit from the application (run this program "
+    "again).";
 inline constexpr std::string_view kCompressProcedure = "cmdcompress_Click";
 inline constexpr std::string_view kDropProcedure = "DropTheTable";
 

@@ -66,7 +66,8 @@ class FaultyFileSystem final : public FileSystemWrapper {
     // `folder` (which must exist now) and everything below it behave as missing from now on.
     void vanish(std::string_view folder);
     // The nth write from now (1 = the next) raises `errorNumber` instead of happening; writes are
-    // openForOutput, printLine, copyFile, deleteFile and hostPathForWrite. A failing printLine leaves its file open.
+    // openForOutput, printLine, copyFile, deleteFile and hostPathForWrite. A failing printLine leaves its
+    // file open.
     void failWrite(int nth, std::int32_t errorNumber);
     // Every write from now on raises `errorNumber` (until clearFaults).
     void failAllWrites(std::int32_t errorNumber);

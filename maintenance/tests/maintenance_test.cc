@@ -15,10 +15,10 @@
 #include <string>
 #include <vector>
 
-#include "maintenance/wire.h"
 #include "jet/database.h"
 #include "jet/table.h"
 #include "maintenance/compress.h"
+#include "maintenance/wire.h"
 #include "platform/errors.h"
 #include "platform/testing/test_drive.h"
 #include "shell/app.h"
@@ -59,8 +59,7 @@ class Maintenance : public ::testing::Test {
     Maintenance() : tp_(QX_SHARED_DIR) {}
 
     void start() {
-        app_ = std::make_unique<shell::Application>(tp_.platform(), shell::buildVersion(),
-                                                    wire);
+        app_ = std::make_unique<shell::Application>(tp_.platform(), shell::buildVersion(), wire);
         app_->onUnhandledError = [this](const RuntimeError& e) { unhandled_.push_back(e.number()); };
         app_->screen().onDoEvents = [this] { ++doEvents_; };
         ASSERT_TRUE(app_->start());

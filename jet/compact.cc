@@ -507,6 +507,9 @@ CompactResult compactDatabase(const std::filesystem::path& source, const std::fi
 
     OpenOptions oo;
     oo.cacheBytes = kCompactCacheBytes;
+    // Like DBEngine.CompactDatabase, the source must be closed by everyone: an exclusive open gives
+    // 3045 while another open (of any process) has it, and keeps everyone out while it is read.
+    oo.exclusive = true;
     Database db = Database::open(source, oo);
     return compactDatabase(db, destination, options);
 }

@@ -17,6 +17,7 @@
 #include <cstring>
 #include <unordered_map>
 
+#include "jet/index.h"
 #include "jet/journal.h"
 #include "jet/store.h"
 
@@ -26,81 +27,26 @@ using namespace detail;
 
 namespace {
 
-// Walks the leaves of an index tree from the leftmost one along the "next" pointers and returns
-// the row pointers in key order. Empty when the tree cannot be read as expected; the caller then
+// The row pointers of an index tree in key order (the tree fully checked on the way). Empty when
+// the tree cannot be read as expected or holds more entries than `maxEntries`; the caller then
 // falls back to sorting names itself.
 std::vector<RowId> indexRowOrder(Store& store, std::uint32_t root, std::size_t maxEntries) {
-    const JetFormat& f = *store.fmt;
+    struct TooMany {};
     std::vector<RowId> rows;
-    std::uint32_t pageCount = store.channel->pageCount();
-    std::vector<bool> seen(pageCount, false);
-
-    auto entries = [&](const PageRef& page, auto&& onEntry) {
-        const std::uint8_t* p = page.data();
-        std::size_t prefix = u16(p + f.indexPrefixLength);
-        std::size_t last = 0;
-        std::vector<std::uint8_t> first;
-        std::vector<std::uint8_t> entry;
-        for (std::size_t i = 0; i < f.indexMaskLength; ++i) {
-            std::uint8_t m = p[f.indexMask + i];
-            if (!m) continue;
-            for (int bit = 0; bit < 8; ++bit) {
-                if (!(m & (1u << bit))) continue;
-                std::size_t end = i * 8 + static_cast<std::size_t>(bit);
-                if (end <= last || f.indexEntries + end > f.pageSize) return false;
-                const std::uint8_t* e = p + f.indexEntries + last;
-                std::size_t len = end - last;
-                if (first.empty()) {
-                    first.assign(e, e + len);
-                    entry = first;
-                } else {
-                    if (prefix > first.size()) return false;
-                    entry.assign(first.begin(), first.begin() + static_cast<std::ptrdiff_t>(prefix));
-                    entry.insert(entry.end(), e, e + len);
-                }
-                last = end;
-                if (!onEntry(entry)) return false;
-            }
-        }
-        return true;
-    };
-
-    std::uint32_t current = root;
-    // Descend to the leftmost leaf.
-    for (std::size_t depth = 0;; ++depth) {
-        if (current == 0 || current >= pageCount || depth > 64 || seen[current]) return {};
-        seen[current] = true;
-        PageRef page = store.page(current);
-        std::uint8_t type = page.data()[0];
-        if (type == kPageIndexLeaf) break;
-        if (type != kPageIndexNode) return {};
-        std::uint32_t child = 0;
-        bool ok = entries(page, [&](const std::vector<std::uint8_t>& e) {
-            if (e.size() < 8) return false;
-            child = u32be(e.data() + e.size() - 4);
-            return false;  // the first entry is enough
-        });
-        (void)ok;
-        if (child == 0) child = u32(page.data() + f.indexTail);
-        current = child;
-    }
-    std::fill(seen.begin(), seen.end(), false);
-    while (current != 0) {
-        if (current >= pageCount || seen[current]) return {};
-        seen[current] = true;
-        PageRef page = store.page(current);
-        if (page.data()[0] != kPageIndexLeaf) return {};
-        bool ok = entries(page, [&](const std::vector<std::uint8_t>& e) {
-            if (e.size() < 4) return false;
-            const std::uint8_t* t = e.data() + e.size() - 4;
-            std::uint32_t pg =
-                (static_cast<std::uint32_t>(t[0]) << 16) | (static_cast<std::uint32_t>(t[1]) << 8) | t[2];
-            rows.push_back(RowId{pg, t[3]});
-            // An index with more entries than the table has rows is not the catalog's.
-            return rows.size() <= maxEntries;
-        });
-        if (!ok) return {};
-        current = u32(page.data() + f.indexNext);
+    StorePageIO io(store);
+    try {
+        walkIndex(
+            io, root,
+            [&](const IndexEntry& e) {
+                rows.push_back(RowId{e.page, e.row});
+                // An index with more entries than the table has rows is not the catalog's.
+                if (rows.size() > maxEntries) throw TooMany{};
+            },
+            store.path);
+    } catch (const Error&) {
+        return {};
+    } catch (const TooMany&) {
+        return {};
     }
     return rows;
 }

@@ -52,14 +52,27 @@ std::size_t entrySize(const IndexEntry& e, bool leaf) noexcept {
 
 // Shared prefix of the page's entries: that of its first and last keys (every key between them
 // shares it). Pages of fewer than two entries store none.
-std::size_t commonPrefix(const IndexPage& page) noexcept {
-    if (page.entries.size() < 2) return 0;
-    const auto& a = page.entries.front().key;
-    const auto& b = page.entries.back().key;
+std::size_t commonPrefix(const std::vector<IndexEntry>& entries, std::size_t count) noexcept {
+    if (count < 2) return 0;
+    const auto& a = entries.front().key;
+    const auto& b = entries[count - 1].key;
     std::size_t n = std::min(a.size(), b.size());
     std::size_t i = 0;
     while (i < n && a[i] == b[i]) ++i;
     return i;
+}
+
+std::size_t commonPrefix(const IndexPage& page) noexcept {
+    return commonPrefix(page.entries, page.entries.size());
+}
+
+// Encoded size of the first `count` entries.
+std::size_t entryBytes(const std::vector<IndexEntry>& entries, std::size_t count, bool leaf) noexcept {
+    std::size_t prefix = commonPrefix(entries, count);
+    std::size_t total = 0;
+    for (std::size_t i = 0; i < count; ++i) total += entrySize(entries[i], leaf);
+    if (count > 0) total -= prefix * (count - 1);
+    return total;
 }
 
 }  // namespace
@@ -133,11 +146,7 @@ IndexPage decodeIndexPage(const JetFormat& f, std::uint32_t number, const std::u
 }
 
 std::size_t encodedEntryBytes(const IndexPage& page) {
-    std::size_t prefix = commonPrefix(page);
-    std::size_t total = 0;
-    for (const auto& e : page.entries) total += entrySize(e, page.leaf);
-    if (!page.entries.empty()) total -= prefix * (page.entries.size() - 1);
-    return total;
+    return entryBytes(page.entries, page.entries.size(), page.leaf);
 }
 
 void encodeIndexPage(const JetFormat& f, const IndexPage& page, std::uint8_t* out) {
@@ -454,8 +463,12 @@ struct IndexEditor::Impl {
         return number;
     }
 
+    // Whether the page as it would be written fits (the tail child of an intermediate page with
+    // two or more children is not stored as an entry).
     bool fits(const IndexPage& held) const {
-        return encodedEntryBytes(storedForm(held)) <= indexPageCapacity(f);
+        std::size_t count = held.entries.size();
+        if (!held.leaf && count >= 2) --count;
+        return entryBytes(held.entries, count, held.leaf) <= indexPageCapacity(f);
     }
 
     // Moves the first half of page `number`'s entries to a new page placed before it and adds
@@ -558,6 +571,35 @@ struct IndexEditor::Impl {
         }
     }
 
+    std::vector<std::uint32_t> findKey(const std::vector<std::uint8_t>& key) {
+        validate();
+        IndexEntry probe;
+        probe.key = key;
+        std::uint32_t current = ref.root;
+        for (std::size_t depth = 0;; ++depth) {
+            if (depth > kMaxIndexDepth) fail(current, 0, "index tree too deep");
+            Node& n = load(current);
+            if (n.page.leaf) break;
+            const auto& es = n.page.entries;
+            if (es.empty()) fail(current, 0, "intermediate index page without children");
+            auto it = std::find_if(es.begin(), es.end(),
+                                   [&](const IndexEntry& e) { return compareEntries(probe, e) <= 0; });
+            current = it == es.end() ? es.back().child : it->child;
+        }
+        std::vector<std::uint32_t> out;
+        for (std::size_t hops = 0; current != 0; ++hops) {
+            if (hops > io.pageCount()) fail(current, f.indexNext, "index leaves loop");
+            Node& n = load(current);
+            for (const auto& e : n.page.entries) {
+                if (e.key < key) continue;
+                if (e.key != key) return out;
+                out.push_back(e.pointer());
+            }
+            current = n.page.next;
+        }
+        return out;
+    }
+
     void commit() {
         for (auto& [number, n] : nodes) {
             if (n.freed) continue;
@@ -590,6 +632,9 @@ std::size_t IndexEditor::removeRows(const std::set<std::uint32_t>& rows) {
 }
 void IndexEditor::insert(const IndexEntry& entry) {
     impl_->insert(entry);
+}
+std::vector<std::uint32_t> IndexEditor::findKey(const std::vector<std::uint8_t>& key) {
+    return impl_->findKey(key);
 }
 void IndexEditor::commit() {
     impl_->commit();

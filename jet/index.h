@@ -127,6 +127,10 @@ class IndexEditor {
     // one (same key and row) is an error (3049: the index would hold a row twice).
     void insert(const IndexEntry& entry);
 
+    // Row pointers of the entries whose key bytes equal `key`, in order, as this editor sees the
+    // index (its own changes included): what a unique index must not hold twice.
+    std::vector<std::uint32_t> findKey(const std::vector<std::uint8_t>& key);
+
     // Writes every changed page through the PageIO and releases pages no longer used.
     void commit();
 

@@ -47,15 +47,6 @@ void checkTable(const Database& db, const Table& table, IndexCheckReport& report
         bool allNull = true;
     };
     std::vector<std::map<std::uint32_t, Expected>> expected(realIndexes.size());
-    std::vector<std::vector<int>> positions(realIndexes.size());
-    for (std::size_t i = 0; i < realIndexes.size(); ++i) {
-        for (const auto& ic : realIndexes[i].columns) {
-            int pos = -1;
-            for (std::size_t c = 0; c < columns.size(); ++c)
-                if (columns[c].number == ic.columnNumber) pos = static_cast<int>(c);
-            positions[i].push_back(pos);
-        }
-    }
     Cursor cursor = table.cursor();
     while (cursor.next()) {
         RowId id = cursor.rowId();
@@ -64,14 +55,9 @@ void checkTable(const Database& db, const Table& table, IndexCheckReport& report
             Expected e;
             e.computed = true;
             try {
-                for (std::size_t k = 0; k < positions[i].size(); ++k) {
-                    int pos = positions[i][k];
-                    if (pos < 0) throw KeyUnsupported("index names a missing column");
-                    Value v = cursor.value(static_cast<std::size_t>(pos));
-                    if (!v.isNull()) e.allNull = false;
-                    appendColumnKey(e.key, ctx, columns[static_cast<std::size_t>(pos)],
-                                    realIndexes[i].columns[k].ascending, v);
-                }
+                e.key = rowIndexKey(
+                    ctx, columns, realIndexes[i], [&](std::size_t pos) { return cursor.value(pos); },
+                    &e.allNull);
             } catch (const KeyUnsupported&) {
                 e.computed = false;
                 e.key.clear();

@@ -128,4 +128,24 @@ void appendColumnKey(std::vector<std::uint8_t>& out, const KeyContext& ctx, cons
     }
 }
 
+std::vector<std::uint8_t> rowIndexKey(const KeyContext& ctx, const std::vector<Column>& columns,
+                                      const RealIndex& index,
+                                      const std::function<Value(std::size_t)>& valueAt, bool* allNull) {
+    std::vector<std::uint8_t> key;
+    bool nulls = true;
+    for (const auto& ic : index.columns) {
+        std::size_t pos = columns.size();
+        for (std::size_t c = 0; c < columns.size(); ++c)
+            if (columns[c].number == ic.columnNumber) pos = c;
+        if (pos == columns.size())
+            throw KeyUnsupported("the index names column number " + std::to_string(ic.columnNumber) +
+                                 ", which the table lacks");
+        Value v = valueAt(pos);
+        if (!v.isNull()) nulls = false;
+        appendColumnKey(key, ctx, columns[pos], ic.ascending, v);
+    }
+    if (allNull) *allNull = nulls;
+    return key;
+}
+
 }  // namespace jet::detail

@@ -13,6 +13,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -37,6 +38,15 @@ struct KeyContext {
 // Appends the key part of one column. Throws KeyUnsupported.
 void appendColumnKey(std::vector<std::uint8_t>& out, const KeyContext& ctx, const Column& column,
                      bool ascending, const Value& value);
+
+// The whole key of a row in a real index: `valueAt(position)` gives the value of the column at
+// that position of `columns` (Table::columns() order). Throws KeyUnsupported (also for an index
+// naming a column the table lacks). `allNull` tells whether every key column is Null (indexes
+// that ignore Nulls leave such rows out).
+std::vector<std::uint8_t> rowIndexKey(const KeyContext& ctx, const std::vector<Column>& columns,
+                                      const RealIndex& index,
+                                      const std::function<Value(std::size_t)>& valueAt,
+                                      bool* allNull = nullptr);
 
 // Appends the text key (codes only, without the column's flag byte) of UTF-8 `text` in the
 // General sort order of Jet 3 or Jet 4 ("General Legacy"). Throws KeyUnsupported naming the

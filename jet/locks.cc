@@ -18,7 +18,9 @@ std::string lockFilePath(const std::string& database) {
 
 OpenLocks::OpenLocks(FileSystem& fs, File& db, const std::string& path, bool exclusive, bool writable)
     : fs_(fs), db_(db), path_(path), ldbPath_(lockFilePath(path)), exclusive_(exclusive) {
-    if (exclusive) {
+    // A descriptor open for reading only cannot hold an exclusive lock; such an open (a file that
+    // cannot be written) is shared, which still keeps exclusive holders out.
+    if (exclusive && writable) {
         if (db_.lock(kLockOpenMode, 1, LockKind::Exclusive, false) != 0)
             throw Error(errc::kFileInUse, "Could not use '" + path + "'; file already in use.");
         return;

@@ -12,8 +12,15 @@ printf '[directories]\r\nappdir=C:\\KEL\r\ndatadir=C:\\KELDATA\r\nuserdir=C:\\KE
 printf '[boot]\r\nshell=explorer.exe\r\n' > "$root/WINDOWS/system.ini"
 printf '[windows]\r\nload=\r\nrun=\r\n' > "$root/WINDOWS/win.ini"
 printf 'files=40\r\n' > "$root/WINDOWS/SYSTEM32/config.nt"
-# Databases built by the tool's own engine land here once it can create them; until then the demo
-# makes the folders and the configuration, so tests 6 to 8 report the databases as missing.
-if [ -x "${QXTEST_CLI:-build/cli/qxtest-cli}" ] && "${QXTEST_CLI:-build/cli/qxtest-cli}" --help 2>/dev/null | grep -q 'jet create'; then
-  "${QXTEST_CLI:-build/cli/qxtest-cli}" jet create-demo "$root" || true
+# The suite's databases, made by the tool's own engine (never copied from elsewhere): the office
+# database and the comments database (shared copy) in the data folder, the report database and the
+# local comments copy in the user folder, the transfer database in the application folder. Without
+# an engine that can make files, only the folders and the configuration are laid out and tests 6 to
+# 8 report the databases as missing.
+cli=${QXTEST_CLI:-build/cli/qxtest-cli}
+usage=$([ -x "$cli" ] && "$cli" jet 2>&1 || true)
+if [[ $usage == *"jet create"* ]]; then
+  for db in KELDATA/Office.mdb KELDATA/KelCom.mdb KELUSER/Report.mdb KELUSER/KelCom.mdb KEL/KelRet.mdb; do
+    "$cli" jet create "$root/$db" >/dev/null
+  done
 fi

@@ -1,6 +1,7 @@
 // qxtest-cli as a support technician runs it.
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -145,6 +146,27 @@ TEST(Cli, IniWithWrongArgumentsIsAUsageError) {
     const auto r = run({"--root", "/", "ini", "C:\\kel.ini"});
     EXPECT_EQ(r.status, 2);
     EXPECT_NE(r.err.find("usage: ini FILE SECTION KEY [DEFAULT]"), std::string::npos);
+}
+
+TEST(Cli, JetSchemaPrintsOneStatementPerLineForEveryTable) {
+    const std::string office =
+        (std::filesystem::path(QX_SHARED_DIR) / "fixtures/suite/drive_c/KELDATA/Office.mdb").string();
+    const auto all = run({"jet", "schema", office});
+    ASSERT_EQ(all.status, 0) << all.out;
+    EXPECT_NE(all.out.find("CREATE TABLE [Invoice] ([InvoiceID] COUNTER, [FileNumber] TEXT(20), "),
+              std::string::npos);
+    EXPECT_NE(all.out.find("\nCREATE INDEX [FileNumber] ON [Property] ([FileNumber])\n"), std::string::npos);
+    const auto one = run({"jet", "schema", office, "property"});
+    ASSERT_EQ(one.status, 0);
+    EXPECT_EQ(one.out.rfind("CREATE TABLE [Property] (", 0), 0u);
+    EXPECT_EQ(std::count(one.out.begin(), one.out.end(), '\n'), 2);
+    const auto missing = run({"jet", "schema", office, "NoSuchTable"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_NE(missing.out.find("\"number\":3078"), std::string::npos);
+    EXPECT_EQ(run({"jet", "schema"}).status, 2);
+    const auto help = run({"jet", "schema", "--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_EQ(help.out.rfind("usage: jet schema FILE [TABLE]", 0), 0u);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <fstream>
+#include <map>
 #include <random>
 #include <set>
 
@@ -526,6 +527,45 @@ TEST(IndexKeys, OrderOfTextKeys) {
     EXPECT_LT(key("e", true), key("\xC3\xA9", true));  // e-acute
     EXPECT_LT(key("\xC3\xA9", true), key("f", true));
     EXPECT_GT(key("abc", false), key("abd", false));
+}
+
+}  // namespace
+
+namespace {
+
+// Looking keys up: every entry of the corpus' largest tables is found by its key (with every
+// other row holding the same key), before and after changes in the same editor.
+TEST(IndexLookup, EveryKeyIsFound) {
+    for (const char* f : {"access-corpus/V2000/compIndexTestV2000.mdb",
+                          "access-corpus/V1997/compIndexTestV1997.mdb", "suite/drive_c/KELUSER/Report.mdb"}) {
+        SCOPED_TRACE(f);
+        auto file = jettest::fixturesDir() / f;
+        auto tables = userTables(file);
+        MemPageIO io(readAll(file));
+        std::size_t looked = 0;
+        for (const auto& t : tables) {
+            for (const auto& ix : t.indexes) {
+                auto all = entriesOf(io, ix.root);
+                std::map<std::vector<std::uint8_t>, std::vector<std::uint32_t>> byKey;
+                for (const auto& e : all) byKey[e.key].push_back(e.pointer());
+                IndexEditor ed(io, ix, "memory");
+                for (const auto& [key, rows] : byKey) {
+                    EXPECT_EQ(ed.findKey(key), rows);
+                    ++looked;
+                }
+                EXPECT_TRUE(ed.findKey({0x7F, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}).empty());
+                if (all.size() > 2) {
+                    ed.removeRows({all[1].pointer()});
+                    auto left = ed.findKey(all[1].key);
+                    EXPECT_EQ(std::count(left.begin(), left.end(), all[1].pointer()), 0);
+                    ed.insert(all[1]);
+                    auto back = ed.findKey(all[1].key);
+                    EXPECT_EQ(std::count(back.begin(), back.end(), all[1].pointer()), 1);
+                }
+            }
+        }
+        EXPECT_GT(looked, 100u);
+    }
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <cstring>
 
+#include "jet/compact.h"
 #include "jet/database.h"
 #include "jet/error.h"
 #include "jet/file.h"
@@ -201,6 +202,45 @@ TEST(Locks, StaleLdbIsHarmless) {
         jet::dropTable(db, "invoice");
     }
     EXPECT_FALSE(std::filesystem::exists(ldb));
+}
+
+// Compaction needs the source closed by everyone: another process's open, shared or exclusive,
+// refuses it with 3045 and nothing is written, to the source or beside it.
+TEST(Locks, CompactionRefusesASourceOpenElsewhere) {
+    TempDir tmp;
+    const auto file = tmp.copy("suite/drive_c/KELUSER/Report.mdb");
+    const auto before = jettest::fileBytes(file);
+    const auto dest = tmp.path() / "compress.mdb";
+    for (Hold how : {Hold::Shared, Hold::SharedWriting, Hold::Exclusive}) {
+        Holder child(file, how);
+        int number = 0;
+        try {
+            jet::compactDatabase(file, dest);
+        } catch (const jet::Error& e) {
+            number = e.number();
+        }
+        EXPECT_EQ(number, 3045);
+        EXPECT_FALSE(std::filesystem::exists(dest));
+        EXPECT_EQ(child.release(), 0);
+        EXPECT_EQ(jettest::fileBytes(file), before);
+    }
+    // Once everyone has closed it, it compacts, and the compaction's own open leaves no .ldb.
+    jet::CompactResult r = jet::compactDatabase(file, dest);
+    EXPECT_GT(r.tables, 0u);
+    EXPECT_TRUE(std::filesystem::exists(dest));
+    EXPECT_FALSE(std::filesystem::exists(jet::detail::lockFilePath(file.string())));
+    EXPECT_EQ(jettest::fileBytes(file), before);
+}
+
+// A source nobody may write (a read-only file) is still compacted: its open is shared.
+TEST(Locks, CompactionOfAReadOnlySource) {
+    if (geteuid() == 0) GTEST_SKIP() << "root writes read-only files";
+    TempDir tmp;
+    const auto file = tmp.copy("suite/drive_c/KELUSER/Report.mdb");
+    std::filesystem::permissions(file, std::filesystem::perms::owner_read);
+    const auto dest = tmp.path() / "compress.mdb";
+    EXPECT_NO_THROW(jet::compactDatabase(file, dest));
+    EXPECT_TRUE(std::filesystem::exists(dest));
 }
 
 }  // namespace

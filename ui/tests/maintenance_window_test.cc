@@ -37,9 +37,9 @@ TEST(MaintenanceWindow, CleanupYearAndListingFillTheListInTheWindow) {
     ASSERT_TRUE(s.start());
     s.chooseTab(3);
     s.click("cmdFix(3)");
-    EXPECT_EQ(s.items("lstDetails"), (std::vector<std::string>{"This utility deletes temporary",
-                                                               "database tables used in the",
-                                                               "creation of output reports"}));
+    EXPECT_EQ(s.items("lstDetails"),
+              (std::vector<std::string>{"This utility deletes temporary", "database tables used in the",
+                                        "creation of output reports"}));
     s.click("cmdFix(5)");
     const auto listing = s.items("lstDetails");
     ASSERT_FALSE(listing.empty());
@@ -103,7 +103,8 @@ TEST(MaintenanceWindow, CompactionRepaintsWhileItRunsAndKeepsItsWindowOpen) {
     EXPECT_TRUE(form->isVisible());
     EXPECT_TRUE(s.app().frmCompress().loaded());
     EXPECT_EQ(bar->value(), bar->maximum());
-    EXPECT_EQ(s.items("lststatus", "frmCompress"), (std::vector<std::string>{"OFFICE.MDB: Compressed 17.9%"}));
+    EXPECT_EQ(s.items("lststatus", "frmCompress"),
+              (std::vector<std::string>{"OFFICE.MDB: Compressed 17.9%"}));
     ASSERT_FALSE(s.boxes().empty());
     EXPECT_EQ(s.boxes().back().text, "Process Complete.  Everyone can now reopen their applications.");
     s.click("cmdClose", "frmCompress");

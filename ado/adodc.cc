@@ -99,6 +99,19 @@ void Adodc::refresh() {
     }
 }
 
+void Adodc::prepareSearch(const std::vector<std::string>& columns) const noexcept {
+    if (!rows_ || recordSource_.kind != RecordSource::Kind::Table || columns.empty()) return;
+    try {
+        std::string statement = "SELECT * FROM [" + recordSource_.table + "] WHERE ";
+        for (std::size_t i = 0; i < columns.size(); ++i)
+            statement += (i ? " AND UCASE([" : "UCASE([") + columns[i] + "]) LIKE '%%'";
+        jet::Database db = jet::Database::open(fs_.hostPath(connection_.dataSource));
+        jet::sql::RowSet::open(db, statement);
+    } catch (...) {
+        // The search reports whatever went wrong here when it runs.
+    }
+}
+
 void Adodc::requireOpen() const {
     if (!everRefreshed_) raise(err::kObjectVariableNotSet);
     if (!rows_) raiseFailure(Failure::ObjectClosed);

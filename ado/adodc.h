@@ -81,6 +81,12 @@ class Adodc final : public RowSource {
     // Opens the connection and the recordset anew (see above).
     void refresh();
 
+    // Reads the text of `columns` of the table the control is bound to (openTable and Refresh) in
+    // one pass, so that the first LIKE search of each of them finds it ready in the engine's column
+    // cache. Only time changes: nothing else is set, and a failure (a column or table that is not
+    // there, a file that cannot be read) is ignored, as the search itself reports it.
+    void prepareSearch(const std::vector<std::string>& columns) const noexcept;
+
     // The recordset of the last Refresh.
     bool hasRecordset() const noexcept { return everRefreshed_; }
     bool recordsetOpen() const noexcept { return rows_.has_value(); }

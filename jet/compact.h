@@ -65,8 +65,8 @@ struct CompactResult {
     std::vector<SalvageLoss> losses;  // salvage: tables with anything lost
 };
 
-// The source is opened exclusively for the whole run: 3045 when anyone else has it open, 3356 when
-// someone holds it exclusively (a source that cannot be written is opened shared instead).
+// The source is opened exclusively for the whole run: 3045 when others share it, 3356 when someone
+// holds it exclusively (a source that cannot be written is opened shared instead).
 // Errors: 3204 "Database already exists." when `destination` exists (the source itself included);
 // the source's open errors (3024, 3044, 3051, 3343, 3031); 3049 for a damaged source without
 // `salvage`; 3051 when the destination cannot be written. On any error nothing is left at

@@ -38,8 +38,10 @@ std::string ORSQLWhere(const std::string& InputStr, const std::string& fieldname
 std::string LookAtChecks(const std::string& TempStr, const std::string& CheckNumber) {
     if (vb::Trim(CheckNumber).empty()) return TempStr;
     const std::string& n = CheckNumber;
-    const std::string group =
-        "(check1 like '%" + n + "%' or check2 like '%" + n + "%' or check3 like '%" + n + "%')";
+    std::string group = "(";
+    for (std::size_t i = 0; i < kCheckColumns.size(); ++i)
+        group += (i ? " or " : "") + std::string(kCheckColumns[i]) + " like '%" + n + "%'";
+    group += ")";
     if (vb::Trim(TempStr).empty()) return group;
     return TempStr + "AND " + group;
 }

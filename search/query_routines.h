@@ -10,8 +10,10 @@
 // qx::RuntimeError carrying ADO's number and text.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "shell/data_control.h"
 #include "shell/frmMain.h"
@@ -36,6 +38,9 @@ std::string AddSQLWhere(const std::string& InputStr, const std::string& fieldnam
                         const std::string& TextBox);
 // The same appended with OR (no search category uses it).
 std::string ORSQLWhere(const std::string& InputStr, const std::string& fieldname, const std::string& TextBox);
+// The three columns the check number is matched against.
+inline constexpr std::array<std::string_view, 3> kCheckColumns{"check1", "check2", "check3"};
+
 // The check-number group over check1, check2 and check3, with the number exactly as typed; after
 // another condition it follows the closing quote with no blank: ...%'AND (check1 like ...
 std::string LookAtChecks(const std::string& TempStr, const std::string& CheckNumber);

@@ -5,7 +5,7 @@
 //     qxtest-screenshots --root DIR --out DIR
 //
 // Pictures: the four pages of the main window (the first after "Test All (1-9)", the search page
-// as it opens, with no category ticked), the memory monitor after its first refresh, the memory
+// with the property records narrowed by a city), the memory monitor after its first refresh, the memory
 // details, and the four other small forms. Any message box that comes up is answered with its
 // first button and named on standard error.
 #include <QAbstractButton>
@@ -89,6 +89,11 @@ int main(int argc, char** argv) {
             // The first table of the central database opened in the viewer.
             binder.dispatch([&] { f.lstTableListing.userSelect(3); });
             binder.dispatch([&] { f.lstTableListing.userDblClick(); });
+        }
+        if (tab == 2) {
+            // The property records narrowed to a city as it is being typed.
+            binder.dispatch([&] { f.optSearch(0).userClick(); });
+            binder.dispatch([&] { f.txtCity(0).userType("spring"); });
         }
         if (tab == 3) binder.dispatch([&] { f.cmdFix(5).userClick(); });  // "Database Table Listing"
         static const char* const names[] = {"", "frmMain-1-database-counts", "frmMain-2-database-search",

@@ -53,8 +53,10 @@ std::string jsonString(std::string_view s) {
     return out + "\"";
 }
 
+// The criteria are set without the tab's change handlers; each case runs the search itself.
 class PeerCompareTest : public ::testing::Test, public testing::SearchProgram {
   protected:
+    PeerCompareTest() : SearchProgram(false) {}
     forms::TextBox& box(const std::string& name, int index) {
         forms::FrmMain& f = main;
         const std::map<std::string, forms::ControlArray<forms::TextBox>*> boxes{

@@ -15,8 +15,11 @@
 namespace qx::search {
 namespace {
 
+// The routines on their own: the boxes are set without the tab's change handlers.
 class SearchTest : public ::testing::Test, public testing::SearchProgram {
   protected:
+    SearchTest() : SearchProgram(false) {}
+
     // Rows of `table` in the suite's Office.mdb whose `column` text contains `needle` exactly
     // (case and all), counted straight from the engine.
     std::size_t countContaining(const std::string& table, const std::string& column,

@@ -16,7 +16,9 @@
 namespace qx::search::testing {
 
 struct SearchProgram {
-    SearchProgram()
+    // `wired`: the tab's handlers in place (a change of a criteria box then searches); without
+    // them the boxes are plain state for the statement builder.
+    explicit SearchProgram(bool wired = true)
         : host(QX_SHARED_DIR, true),
           context{host.platform(), screen},
           main(context),
@@ -37,7 +39,7 @@ struct SearchProgram {
                   compress,
                   hooks} {
         g.dataDir = "C:\\KELDATA\\";
-        wire(program);
+        if (wired) wire(program);
     }
 
     qx::testing::TestPlatform host;

@@ -2,6 +2,7 @@
 
 #include "dbinspect/wire.h"
 #include "diagnostics/wire.h"
+#include "maintenance/wire.h"
 #include "search/wire.h"
 
 namespace qx::assembly {
@@ -10,6 +11,7 @@ void wireSubsystems(forms::Program& program) {
     diagnostics::wire(program);
     search::wire(program);
     dbinspect::wire(program);
+    maintenance::wire(program);
 }
 
 }  // namespace qx::assembly

@@ -1,6 +1,7 @@
 #include "assembly/subsystems.h"
 
 #include "diagnostics/wire.h"
+#include "maintenance/wire.h"
 #include "search/wire.h"
 
 namespace qx::assembly {
@@ -8,6 +9,7 @@ namespace qx::assembly {
 void wireSubsystems(forms::Program& program) {
     diagnostics::wire(program);
     search::wire(program);
+    maintenance::wire(program);
 }
 
 }  // namespace qx::assembly

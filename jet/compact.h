@@ -74,6 +74,14 @@ struct CompactResult {
 CompactResult compactDatabase(const std::filesystem::path& source, const std::filesystem::path& destination,
                               const CompactOptions& options = {});
 
+// The same from a database the caller has open, so that it can hold the file (an exclusive open
+// keeps every other user out) from before the compaction until it has put the result in place.
+// The open's page cache is what the copy reads through: kCompactCacheBytes is the size the
+// path form uses.
+inline constexpr std::size_t kCompactCacheBytes = 8u << 20;
+CompactResult compactDatabase(const Database& source, const std::filesystem::path& destination,
+                              const CompactOptions& options = {});
+
 // Errors: 3204 when `path` exists (it is left alone); 3044 when its folder does not exist; 3051
 // when it cannot be written.
 void createDatabase(const std::filesystem::path& path, FormatVersion format = FormatVersion::Jet4,

@@ -31,17 +31,6 @@ std::map<std::string, std::string> connectionProperties(std::string_view text) {
     return out;
 }
 
-// The engine names the file by the host path it was given; the program knows it by its
-// Windows path.
-std::string inWindowsTerms(std::string text, const std::string& hostPath, const std::string& windowsPath) {
-    if (hostPath.empty()) return text;
-    for (auto at = text.find(hostPath); at != std::string::npos;
-         at = text.find(hostPath, at + windowsPath.size())) {
-        text.replace(at, hostPath.size(), windowsPath);
-    }
-    return text;
-}
-
 [[noreturn]] void raiseFailure(Failure failure, std::string_view argument = {}) {
     throw RuntimeError(errorNumber(failure), errorText(failure, argument));
 }

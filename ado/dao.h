@@ -5,10 +5,12 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "jet/database.h"
 #include "jet/table.h"
+#include "platform/filesystem.h"
 
 namespace jet::dao {
 
@@ -40,3 +42,17 @@ inline std::shared_ptr<DaoDatabase> OpenDatabase(const std::string& hostPath) {
 }
 
 }  // namespace jet::dao
+
+namespace qx::ado {
+
+// DBEngine.OpenDatabase(path) as the program calls it, with the path alone: a shared open for
+// reading and writing, recorded in the lock file beside the database (<name>.ldb) while the
+// returned reference lives; a file or folder that cannot be written is opened for reading.
+// `windowsPath` is a path of the emulated Windows path space. Failures are qx::RuntimeError with
+// DAO's number and the engine's text, the file named by its Windows path: 3024 missing, 3343 not
+// a database, 3031 password-protected, 3049 damaged, 3045 / 3356 refused by another open's locks;
+// a path outside the mapped drives raises the path space's 76 / 68.
+std::shared_ptr<jet::dao::DaoDatabase> OpenDatabase(const platform::FileSystem& fs,
+                                                    std::string_view windowsPath);
+
+}  // namespace qx::ado

@@ -48,4 +48,13 @@ std::string errorText(Failure failure, std::string_view argument) {
     return out;
 }
 
+std::string inWindowsTerms(std::string text, const std::string& hostPath, const std::string& windowsPath) {
+    if (hostPath.empty()) return text;
+    for (auto at = text.find(hostPath); at != std::string::npos;
+         at = text.find(hostPath, at + windowsPath.size())) {
+        text.replace(at, hostPath.size(), windowsPath);
+    }
+    return text;
+}
+
 }  // namespace qx::ado

@@ -25,4 +25,8 @@ std::int32_t errorNumber(Failure failure) noexcept;
 // placeholder ignore it.
 std::string errorText(Failure failure, std::string_view argument = {});
 
+// The engine names a file by the host path it was given; the program knows it by its Windows
+// path. `text` with every occurrence of `hostPath` replaced by `windowsPath`.
+std::string inWindowsTerms(std::string text, const std::string& hostPath, const std::string& windowsPath);
+
 }  // namespace qx::ado

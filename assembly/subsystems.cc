@@ -1,6 +1,8 @@
 #include "assembly/subsystems.h"
 
+#include "dbinspect/wire.h"
 #include "diagnostics/wire.h"
+#include "maintenance/wire.h"
 #include "search/wire.h"
 
 namespace qx::assembly {
@@ -8,6 +10,8 @@ namespace qx::assembly {
 void wireSubsystems(forms::Program& program) {
     diagnostics::wire(program);
     search::wire(program);
+    dbinspect::wire(program);
+    maintenance::wire(program);
 }
 
 }  // namespace qx::assembly

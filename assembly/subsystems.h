@@ -7,8 +7,8 @@
 
 namespace qx::assembly {
 
-// Calls wire() of the installation diagnostics and of the search, in that order. Each fills the
-// event slots of the controls it owns (see shell/program.h).
+// Calls wire() of the installation diagnostics, the search and the data maintenance, in that order. Each
+// fills the event slots of the controls it owns (see shell/program.h).
 void wireSubsystems(forms::Program& program);
 
 }  // namespace qx::assembly

@@ -19,7 +19,7 @@ function(_qx_check_no_qt target seen_var)
 endfunction()
 
 foreach(t qx_jet qx_jet_sql qx_output qx_platform qx_platform_faults qx_common qx_ado qx_os qx_config
-          qx_forms qx_shell qx_diagnostics qx_search qx_assembly qx_driver qxtest-cli)
+          qx_forms qx_shell qx_diagnostics qx_search qx_dbinspect qx_maintenance qx_assembly qx_driver qxtest-cli)
   set(_seen "")
   _qx_check_no_qt(${t} _seen)
 endforeach()

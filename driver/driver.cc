@@ -147,6 +147,10 @@ class ScriptFileSystem final : public platform::FileSystemWrapper {
         beforeWrite();
         FileSystemWrapper::printLine(number, text);
     }
+    std::string hostPathForWrite(std::string_view path) override {
+        beforeWrite();
+        return FileSystemWrapper::hostPathForWrite(path);
+    }
 
   private:
     void beforeWrite() {

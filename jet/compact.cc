@@ -117,7 +117,7 @@ class RowMap {
 
 class Compactor {
   public:
-    Compactor(Database& db, DatabaseBuilder& b, const CompactOptions& o, CompactResult& r)
+    Compactor(const Database& db, DatabaseBuilder& b, const CompactOptions& o, CompactResult& r)
         : db_(db), store_(*db.store()), b_(b), opt_(o), result_(r) {}
 
     void run(std::vector<SourceTable>& tables) {
@@ -482,7 +482,7 @@ class Compactor {
         w.endIndex();
     }
 
-    Database& db_;
+    const Database& db_;
     Store& store_;
     DatabaseBuilder& b_;
     const CompactOptions& opt_;
@@ -501,24 +501,33 @@ std::uint64_t fileSize(const std::string& path) {
 
 CompactResult compactDatabase(const std::filesystem::path& source, const std::filesystem::path& destination,
                               const CompactOptions& options) {
-    auto started = std::chrono::steady_clock::now();
     NewFileOps& ops = options.fileOps ? *options.fileOps : hostNewFileOps();
     const std::string dst = destination.string();
     if (!dst.empty() && ops.exists(dst)) throw Error(3204, databaseExistsText());
 
     OpenOptions oo;
-    oo.cacheBytes = 8u << 20;
+    oo.cacheBytes = kCompactCacheBytes;
     // Like DBEngine.CompactDatabase, the source must be closed by everyone: an exclusive open gives
     // 3045 while another open (of any process) has it, and keeps everyone out while it is read.
     oo.exclusive = true;
     Database db = Database::open(source, oo);
+    return compactDatabase(db, destination, options);
+}
+
+CompactResult compactDatabase(const Database& db, const std::filesystem::path& destination,
+                              const CompactOptions& options) {
+    auto started = std::chrono::steady_clock::now();
+    NewFileOps& ops = options.fileOps ? *options.fileOps : hostNewFileOps();
+    const std::string dst = destination.string();
+    if (!dst.empty() && ops.exists(dst)) throw Error(3204, databaseExistsText());
+
     Store& store = *db.store();
     if (store.version != FormatVersion::Jet3 && store.version != FormatVersion::Jet4)
-        throw Error::unrecognizedFormat(source.string());
+        throw Error::unrecognizedFormat(store.path);
     const JetFormat& f = *store.fmt;
 
     CompactResult result;
-    result.sizeBefore = fileSize(source.string());
+    result.sizeBefore = fileSize(store.path);
 
     std::vector<SourceTable> tables;
     for (const auto& e : store.catalog) {

@@ -65,13 +65,21 @@ struct CompactResult {
     std::vector<SalvageLoss> losses;  // salvage: tables with anything lost
 };
 
-// The source is opened exclusively for the whole run: 3045 when anyone else has it open, 3356 when
-// someone holds it exclusively (a source that cannot be written is opened shared instead).
+// The source is opened exclusively for the whole run: 3045 when others share it, 3356 when someone
+// holds it exclusively (a source that cannot be written is opened shared instead).
 // Errors: 3204 "Database already exists." when `destination` exists (the source itself included);
 // the source's open errors (3024, 3044, 3051, 3343, 3031); 3049 for a damaged source without
 // `salvage`; 3051 when the destination cannot be written. On any error nothing is left at
 // `destination`.
 CompactResult compactDatabase(const std::filesystem::path& source, const std::filesystem::path& destination,
+                              const CompactOptions& options = {});
+
+// The same from a database the caller has open, so that it can hold the file (an exclusive open
+// keeps every other user out) from before the compaction until it has put the result in place.
+// The open's page cache is what the copy reads through: kCompactCacheBytes is the size the
+// path form uses.
+inline constexpr std::size_t kCompactCacheBytes = 8u << 20;
+CompactResult compactDatabase(const Database& source, const std::filesystem::path& destination,
                               const CompactOptions& options = {});
 
 // Errors: 3204 when `path` exists (it is left alone); 3044 when its folder does not exist; 3051

@@ -1,4 +1,4 @@
-// DROP TABLE.
+// DROP TABLE and DELETE.
 //
 // What it touches: the table's row in MSysObjects (marked deleted as Access marks rows, 0xC000 in
 // the page's offset table; its long values' rows too), the entries that point at that row in
@@ -372,6 +372,65 @@ void dropTable(const Database& db, std::string_view rawName, CommitStats* stats)
     }
     tx.commit();
     if (stats) *stats = tx.stats();
+}
+
+std::size_t deleteRows(const Database& db, std::string_view rawName,
+                       const std::function<std::vector<RowId>()>& choose, CommitStats* stats) {
+    Transaction tx(db);
+    Store& store = tx.store();
+    const std::string name(rawName);
+    const CatalogEntry* entry = nullptr;
+    for (const auto& e : store.catalog) {
+        if (e.parentId == kTablesContainerId && e.type == 1 && sameName(e.name, name)) {
+            entry = &e;
+            break;
+        }
+    }
+    if (!entry) throw Error::tableNotFound(name);
+    if (isSystem(*entry))
+        throw Error(errc::kNoObjectPermission,
+                    "You do not have the necessary permissions to use the '" + entry->name +
+                        "' object.  Have your system administrator or the person who created this object "
+                        "establish the appropriate permissions for you.");
+    if (entry->id <= 2 || static_cast<std::uint32_t>(entry->id) >= tx.pageCount())
+        store.corrupt(kCatalogPage, 0, "table '" + entry->name + "' has no definition page");
+    const std::string tableName = entry->name;
+    auto layout = store.layout(static_cast<std::uint32_t>(entry->id), tableName);
+
+    const std::vector<RowId> chosen = choose();
+    std::set<std::pair<std::uint32_t, std::uint16_t>> wanted;
+    for (const RowId& r : chosen) wanted.insert({r.page, r.row});
+    if (wanted.empty()) return 0;
+
+    // Rows other tables refer to: refused whole (3200) rather than leave related rows orphaned.
+    if (const CatalogEntry* rel = findSystemTable(store, "MSysRelationships")) {
+        auto relLayout = store.layout(static_cast<std::uint32_t>(rel->id), rel->name);
+        Table relTable(std::shared_ptr<Store>(std::shared_ptr<Store>{}, &store), relLayout);
+        const int referenced = relTable.findColumn("szReferencedObject");
+        const int object = relTable.findColumn("szObject");
+        const int grbit = relTable.findColumn("grbit");
+        Cursor cur = relTable.cursor();
+        while (cur.next()) {
+            if (referenced < 0 || !sameName(cur.text(static_cast<std::size_t>(referenced)), tableName))
+                continue;
+            // grbit 2: the relationship does not enforce integrity.
+            const std::int64_t bits = grbit >= 0 ? asInteger(cur.value(static_cast<std::size_t>(grbit))) : 0;
+            if (bits & 2) continue;
+            const std::string other =
+                object >= 0 ? std::string(cur.text(static_cast<std::size_t>(object))) : std::string();
+            throw Error(3200, "The record cannot be deleted or changed because table '" + other +
+                                  "' includes related records.");
+        }
+    }
+
+    const std::size_t gone = deleteRowsWhere(tx, store, layout, [&](const Table&, const Cursor& c) {
+        const RowId id = c.rowId();
+        return wanted.count({id.page, id.row}) != 0;
+    });
+    if (gone == 0) return 0;
+    tx.commit();
+    if (stats) *stats = tx.stats();
+    return gone;
 }
 
 }  // namespace jet

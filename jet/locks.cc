@@ -20,19 +20,25 @@ OpenLocks::OpenLocks(FileSystem& fs, File& db, const std::string& path, bool exc
     : fs_(fs), db_(db), path_(path), ldbPath_(lockFilePath(path)), exclusive_(exclusive) {
     // A descriptor open for reading only cannot hold an exclusive lock; such an open (a file that
     // cannot be written) is shared, which still keeps exclusive holders out.
+    // Whoever holds it exclusively keeps no .ldb; locks do not cross machines, so it is a user of
+    // this one.
+    auto openedExclusively = [&] {
+        return Error(errc::kOpenedExclusively,
+                     "You attempted to open a database that is already opened exclusively by user '" +
+                         std::string(kLdbUser) + "' on machine '" + fs_.computerName() +
+                         "'.  Try again when the database is available.");
+    };
     if (exclusive && writable) {
-        if (db_.lock(kLockOpenMode, 1, LockKind::Exclusive, false) != 0)
+        if (db_.lock(kLockOpenMode, 1, LockKind::Exclusive, false) != 0) {
+            // Someone holding it exclusively is reported as to any other open (3356); users
+            // sharing it make it in use (3045).
+            if (db_.lock(kLockOpenMode, 1, LockKind::Shared, false) != 0) throw openedExclusively();
+            db_.unlock(kLockOpenMode, 1);
             throw Error(errc::kFileInUse, "Could not use '" + path + "'; file already in use.");
+        }
         return;
     }
-    if (db_.lock(kLockOpenMode, 1, LockKind::Shared, false) != 0) {
-        // Whoever holds it exclusively keeps no .ldb; locks do not cross machines, so it is a
-        // user of this one.
-        throw Error(errc::kOpenedExclusively,
-                    "You attempted to open a database that is already opened exclusively by user '" +
-                        std::string(kLdbUser) + "' on machine '" + fs_.computerName() +
-                        "'.  Try again when the database is available.");
-    }
+    if (db_.lock(kLockOpenMode, 1, LockKind::Shared, false) != 0) throw openedExclusively();
     if (!writable) return;
     db_.lock(kLockGuard, 1, LockKind::Exclusive, true);
     for (unsigned s = 0; s < kLockSlots; ++s) {

@@ -1,6 +1,7 @@
 // Changes to a database's structure and rows.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "jet/database.h"
+#include "jet/table.h"
 #include "jet/transaction.h"
 #include "jet/value.h"
 
@@ -93,5 +95,19 @@ using RowFeed = std::function<bool(std::vector<Value>& row)>;
 // for character U+XXXX" (3049) for text an index cannot sort. Returns the number of rows.
 std::uint64_t insertRows(const Database& db, std::string_view table, const RowFeed& feed,
                          CommitStats* stats = nullptr);
+
+// DELETE: removes rows of the local table `name` (matched without regard to case) from a database
+// opened for writing, as one transaction. `choose` is called once the write lock is held (no other
+// writer can change the table meanwhile) and returns the rows to delete, as a scan of the table
+// finds them; rows it names that are not live rows of the table are ignored. Each row is marked
+// deleted as Access marks rows (with the rows of its long values), its entries leave every index
+// of the table, and the definition's row count goes down by the number deleted. The space stays
+// on its pages until the database is compacted, as with Jet. Returns the number of rows deleted.
+// Errors (nothing written): 3078 no such table; 3033 a system table; 3200 rows of a table that
+// other tables refer to through a relationship that enforces integrity (the related rows are not
+// examined: such deletes are refused rather than risk orphans); 3049 damage met on the way; and
+// those of Transaction and its commit.
+std::size_t deleteRows(const Database& db, std::string_view name,
+                       const std::function<std::vector<RowId>()>& choose, CommitStats* stats = nullptr);
 
 }  // namespace jet

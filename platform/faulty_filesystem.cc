@@ -172,4 +172,11 @@ std::string FaultyFileSystem::hostPath(std::string_view path) const {
     return target().hostPath(path);
 }
 
+std::string FaultyFileSystem::hostPathForWrite(std::string_view path) {
+    if (vanished(path, false)) raise(err::kPathNotFound);
+    if (refused(path)) raise(err::kPathFileAccessError);
+    countWrite();
+    return target().hostPathForWrite(path);
+}
+
 }  // namespace qx::platform

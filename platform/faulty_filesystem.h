@@ -49,6 +49,7 @@ class FileSystemWrapper : public FileSystem {
     bool isOpen(int number) const override { return target_.isOpen(number); }
     std::string readAll(std::string_view path) const override { return target_.readAll(path); }
     std::string hostPath(std::string_view path) const override { return target_.hostPath(path); }
+    std::string hostPathForWrite(std::string_view path) override { return target_.hostPathForWrite(path); }
     char currentDrive() const override { return target_.currentDrive(); }
     std::string currentFolder(char drive) const override { return target_.currentFolder(drive); }
 
@@ -65,7 +66,8 @@ class FaultyFileSystem final : public FileSystemWrapper {
     // `folder` (which must exist now) and everything below it behave as missing from now on.
     void vanish(std::string_view folder);
     // The nth write from now (1 = the next) raises `errorNumber` instead of happening; writes are
-    // openForOutput, printLine, copyFile and deleteFile. A failing printLine leaves its file open.
+    // openForOutput, printLine, copyFile, deleteFile and hostPathForWrite. A failing printLine leaves its
+    // file open.
     void failWrite(int nth, std::int32_t errorNumber);
     // Every write from now on raises `errorNumber` (until clearFaults).
     void failAllWrites(std::int32_t errorNumber);
@@ -84,6 +86,8 @@ class FaultyFileSystem final : public FileSystemWrapper {
     void printLine(int number, std::string_view text) override;
     std::string readAll(std::string_view path) const override;
     std::string hostPath(std::string_view path) const override;
+    // A write (counted, refused in a read-only folder, 76 in a vanished one).
+    std::string hostPathForWrite(std::string_view path) override;
 
   private:
     // Canonical form of the folder holding `path` (or of `path` itself when `isFolder`); "" when

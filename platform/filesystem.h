@@ -67,7 +67,9 @@ class FileSystem {
     // Drive letters that are mapped, in order ("C", ...).
     virtual std::vector<char> drives() const = 0;
 
-    // VB's FileCopy and Kill.
+    // VB's FileCopy and Kill. FileCopy replaces its destination whole or not at all: the copy is
+    // written under a temporary name in the destination's folder, flushed to disk and renamed over
+    // the destination, so whatever stops it, the destination holds its old or its new bytes.
     virtual void copyFile(std::string_view source, std::string_view destination) = 0;
     virtual void deleteFile(std::string_view path) = 0;
 
@@ -89,6 +91,10 @@ class FileSystem {
     // The host path of a Windows path, for handing a database file to the engine. The target need
     // not exist, but its folder must lie inside a mapped drive (76 / 68 otherwise).
     virtual std::string hostPath(std::string_view path) const = 0;
+    // The host path of a file that the database engine is about to create or change: a write, as
+    // far as the file system's own refusals and failures go (a file system that refuses or fails
+    // writes does so here too, before the engine touches anything).
+    virtual std::string hostPathForWrite(std::string_view path) { return hostPath(path); }
 
     // Current drive and the current folder of a drive, as Windows paths ("C:\").
     virtual char currentDrive() const = 0;

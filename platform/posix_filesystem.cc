@@ -562,6 +562,9 @@ void PosixFileSystem::copyFile(std::string_view source, std::string_view destina
         if (::fsync(out.get()) != 0) raiseErrno(errno, err::kDeviceIoError);
         if (::close(out.release()) != 0) raiseErrno(errno, err::kDeviceIoError);
         if (::rename(tmp.c_str(), target.c_str()) != 0) raiseErrno(errno, err::kPathFileAccessError);
+        // The new name is only kept across a power cut once the folder itself is on disk.
+        Fd dirFd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (dirFd.get() >= 0) ::fsync(dirFd.get());
     } catch (...) {
         ::unlink(tmp.c_str());
         throw;

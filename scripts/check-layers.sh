@@ -12,7 +12,7 @@ layers=(
   "ado os"
   "config"
   "shell"
-  "diagnostics search"
+  "diagnostics search dbinspect maintenance"
   "assembly"
   "driver"
   "cli ui"

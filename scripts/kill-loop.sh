@@ -7,8 +7,9 @@
 # and requires the file to be byte for byte the original or the result of the same drop run to its
 # end (made once per table beforehand). Those reference results are checked by our reader (the
 # table gone, every other table's row count unchanged) and, with KILL_LOOP_VERIFY=1, by jet-verify
-# (minutes on this file). Prints a line per round and a summary; exits 1 at the first file that is
-# neither old nor new.
+# (minutes on this file). Then the same for a DELETE of half of Property, ROUNDS/2 times (at least
+# twice). Prints a line per round and a summary; exits 1 at the first file that is neither old nor
+# new.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 dir=${1:-build}
@@ -82,3 +83,41 @@ for ((i = 0; i < rounds; i++)); do
   echo "round $i: DROP TABLE [$t] $state after ${delay_ms} ms ($journal) -> $result"
 done
 echo "kill-loop: $rounds rounds: $old old, $new new ($finished finished before the kill)"
+
+# Then DELETE of half of Property (100,000 rows with their index entries), killed at random moments
+# within the 0-2.5 s it takes.
+del="DELETE FROM Property WHERE PropertyID > 100000"
+cp "$work/original.mdb" "$work/ref-delete.mdb"
+"$cli" jet exec "$work/ref-delete.mdb" "$del" >/dev/null
+counts "$work/ref-delete.mdb" >"$work/ref.counts"
+if ! diff <(awk '$1 == "Property" {$3 = 100000} {print}' "$work/original.counts") "$work/ref.counts" >/dev/null; then
+  echo "kill-loop: the uninterrupted delete did not leave the expected row counts" >&2
+  exit 1
+fi
+if [ "${KILL_LOOP_VERIFY:-0}" = 1 ] && ! "$verify" "$work/ref-delete.mdb" 2>/dev/null | grep -q ' 0 problems$'; then
+  echo "kill-loop: jet-verify finds problems after the delete" >&2
+  exit 1
+fi
+del_rounds=$(( rounds / 2 > 2 ? rounds / 2 : 2 ))
+dold=0 dnew=0
+for ((i = 0; i < del_rounds; i++)); do
+  cp "$work/original.mdb" "$work/w.mdb"
+  delay_ms=$((RANDOM % 2500))
+  "$cli" jet exec "$work/w.mdb" "$del" >"$work/out" 2>&1 &
+  pid=$!
+  sleep "$(printf '%d.%03d' $((delay_ms / 1000)) $((delay_ms % 1000)))"
+  if kill -9 "$pid" 2>/dev/null; then state=killed; else state=finished; fi
+  wait "$pid" 2>/dev/null || true
+  counts "$work/w.mdb" >/dev/null  # any open rolls back
+  if cmp -s "$work/w.mdb" "$work/original.mdb"; then
+    result=old dold=$((dold + 1))
+  elif cmp -s "$work/w.mdb" "$work/ref-delete.mdb"; then
+    result=new dnew=$((dnew + 1))
+  else
+    echo "delete round $i: $state after ${delay_ms} ms: the file is neither old nor new" >&2
+    exit 1
+  fi
+  rm -f "$work/w.ldb" "$work/w.mdb-journal-ignored"
+  echo "delete round $i: $state after ${delay_ms} ms -> $result"
+done
+echo "kill-loop: $del_rounds delete rounds: $dold old, $dnew new"

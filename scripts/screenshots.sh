@@ -13,6 +13,7 @@ trap 'rm -rf "$work"' EXIT
 # The fixture suite when it is beside the repository (it has the databases), else the demo layout.
 if [ -d ../shared/fixtures/suite/drive_c ]; then
   cp -r ../shared/fixtures/suite/drive_c "$work/drive_c"
+  chmod -R u+w "$work/drive_c"  # the fixtures are read-only; the copy is the installation
 else
   bash scripts/make-demo-install.sh "$work/drive_c"
 fi

@@ -55,6 +55,14 @@ class Screen {
     // Raised when the pointer changes or a form is loaded, unloaded, shown or hidden.
     Notifier changed;
 
+    // VB's DoEvents: a long handler calls it between pieces of work so that the host can repaint
+    // what changed (a label, a progress bar) and keep its windows alive. The host installs
+    // onDoEvents; without one it does nothing.
+    void doEvents() const {
+        if (onDoEvents) onDoEvents();
+    }
+    std::function<void()> onDoEvents;
+
   private:
     friend class Form;
     void add(Form* form) { forms_.push_back(form); }

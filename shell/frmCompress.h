@@ -20,6 +20,8 @@ class FrmCompress final : public Form {
     ListBox& lstdatabases = make<ListBox>("lstdatabases");
     CheckBox& ckbselectall = make<CheckBox>("ckbselectall");
     Label& lblworking = make<Label>("lblworking");
+    // Databases done in the present run (a fraction for the one being compacted).
+    ProgressBar& pbrWorking = make<ProgressBar>("pbrWorking");
     ListBox& lststatus = make<ListBox>("lststatus");
     CommandButton& cmdCompress = make<CommandButton>("cmdCompress");
     CommandButton& cmdDefault = make<CommandButton>("cmdDefault");

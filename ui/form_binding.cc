@@ -727,10 +727,20 @@ Binder::Binder(shell::Application& app, platform::MessageBoxes& messages)
     : app_(app), screen_(app.screen()), messages_(messages) {
     clock_.start();
     app_.onUnhandledError = [this](const RuntimeError& error) { reportUnhandled(error); };
+    screen_.onDoEvents = [this] { doEvents(); };
+}
+
+void Binder::doEvents() {
+    // The windows show what the handler has done so far and are repainted, moved and exposed as
+    // usual; the user's clicks and keys wait until the handler is done (so that no second handler
+    // starts inside this one), and so does closing a window (closeRequested).
+    syncAll();
+    QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
 }
 
 Binder::~Binder() {
     app_.onUnhandledError = nullptr;
+    screen_.onDoEvents = nullptr;
     while (depth_ > 0) {
         QApplication::restoreOverrideCursor();
         --depth_;
@@ -798,7 +808,9 @@ void Binder::reportUnhandled(const RuntimeError& error) {
 }
 
 void Binder::closeRequested(forms::Form& form) {
-    if (!screen_.acceptsInput(form)) return;
+    // A window closed while a handler works (it lets windows repaint, see doEvents) stays open:
+    // the handler finishes first, as the original's did.
+    if (depth_ > 0 || !screen_.acceptsInput(form)) return;
     dispatch([this, &form] { app_.closeForm(form); });
 }
 

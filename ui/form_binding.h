@@ -90,6 +90,8 @@ class Binder final {
     void endProgram();
     void reportUnhandled(const RuntimeError& error);
     void updateHourglass();
+    // Screen::doEvents of this host.
+    void doEvents();
     void advanceClock();
     void fireDueTimers();
 

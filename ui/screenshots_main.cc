@@ -95,6 +95,7 @@ int main(int argc, char** argv) {
             binder.dispatch([&] { f.optSearch(0).userClick(); });
             binder.dispatch([&] { f.txtCity(0).userType("spring"); });
         }
+        if (tab == 3) binder.dispatch([&] { f.cmdFix(4).userClick(); });  // "4-Digit Year Check"
         static const char* const names[] = {"", "frmMain-1-database-counts", "frmMain-2-database-search",
                                             "frmMain-3-data-maintenance"};
         failures += !save(&main, folder, names[tab]);
@@ -118,13 +119,25 @@ int main(int argc, char** argv) {
     } others[] = {
         {&app.frmGridSecurity(), true, "frmGridSecurity"},
         {&app.frmDate(), false, "frmDate"},
-        {&app.frmWarning(), true, "frmWarning"},
-        {&app.frmCompress(), true, "frmCompress"},
     };
     for (const auto& o : others) {
         binder.dispatch([&] { o.form->show(o.modal); });
         failures += !save(windows.view(o.form->name().c_str()), folder, o.file);
         binder.dispatch([&] { o.form->unload(); });
     }
+
+    // The warning as "Compress Central Database" opens it; the compaction form after compressing
+    // the data folder's databases (this copy's) with "Select All".
+    binder.dispatch([&] { f.SSTab1.userSelectTab(3); });
+    binder.dispatch([&] { f.cmdFix(2).userClick(); });
+    failures += !save(windows.view("frmWarning"), folder, "frmWarning");
+    binder.dispatch([&] { app.frmWarning().cmdCancel.userClick(); });
+    binder.dispatch([&] { f.cmdFix(6).userClick(); });
+    // Test All has taken the "\" off the user folder, so the form opens where the lists start.
+    binder.dispatch([&] { app.frmCompress().cmdDefault.userClick(); });
+    binder.dispatch([&] { app.frmCompress().ckbselectall.userClick(); });
+    binder.dispatch([&] { app.frmCompress().cmdCompress.userClick(); });
+    failures += !save(windows.view("frmCompress"), folder, "frmCompress");
+    binder.dispatch([&] { app.frmCompress().cmdClose.userClick(); });
     return failures == 0 ? 0 : 1;
 }

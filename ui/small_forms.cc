@@ -118,7 +118,11 @@ CompressView::CompressView(QWidget* parent) : FormView("frmCompress", parent) {
     files->setVisible(false);  // the names' source; the user selects in the copy beside it
     grid->addWidget(files, 1, 2);
     grid->addWidget(makeCheck(this, "ckbselectall", std::nullopt, "Select All"), 2, 1);
-    grid->addWidget(makeLabel(this, "lblworking", std::nullopt, ""), 3, 0, 1, 2);
+    grid->addWidget(makeLabel(this, "lblworking", std::nullopt, ""), 3, 0);
+    auto* progress = new QProgressBar(this);
+    progress->setObjectName("pbrWorking");
+    progress->setTextVisible(false);
+    grid->addWidget(progress, 3, 1);
     grid->addWidget(makeList(this, "lststatus", std::nullopt), 4, 0, 1, 2);
     auto* buttons = new QHBoxLayout;
     buttons->addStretch(1);

@@ -6,6 +6,7 @@
 #include "jet/sql/convert.h"
 #include "jet/sql/ddl.h"
 #include "jet/sql/ddl_errors.h"
+#include "jet/sql/delete.h"
 #include "jet/sql/parser.h"
 #include "jet/sql/text.h"
 #include "jet/table.h"
@@ -112,6 +113,7 @@ std::int64_t execute(const Database& db, std::string_view sql, CommitStats* stat
         }
         return insert(db, std::get<InsertStatement>(*change), stats);
     }
+    if (const auto deleted = executeDelete(db, sql, stats)) return *deleted;
     Statement statement = parse(sql);
     if (const auto* drop = std::get_if<DropTableStatement>(&statement)) {
         dropTable(db, drop->table, stats);

@@ -10,9 +10,10 @@
 namespace jet::sql {
 
 // Runs `sql` on `db` (opened for writing) and returns the number of rows it affected (0 for a
-// change of structure such as DROP TABLE). A SELECT is refused with 3065 "Cannot execute a
-// select query.". Errors are the engine's (jet/schema.h, jet/transaction.h) and the parser's;
-// after any error the file is unchanged. `stats` (optional) receives the commit's figures.
+// change of structure such as DROP TABLE). DROP TABLE and DELETE (delete.h) run. A SELECT is
+// refused with 3065 "Cannot execute a select query.". Errors are the engine's (jet/schema.h,
+// jet/transaction.h) and the parser's; after any error the file is unchanged. `stats` (optional) receives the
+// commit's figures.
 std::int64_t execute(const Database& db, std::string_view sql, CommitStats* stats = nullptr);
 
 }  // namespace jet::sql

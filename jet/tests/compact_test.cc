@@ -25,6 +25,7 @@
 #include "jet/compact.h"
 #include "jet/database.h"
 #include "jet/new_file.h"
+#include "jet/schema.h"
 #include "jet/table.h"
 #include "mini_json.h"
 #include "output/json_export.h"
@@ -345,6 +346,50 @@ INSTANTIATE_TEST_SUITE_P(Fixtures, CompactFixture, ::testing::ValuesIn(fixtures(
                          });
 
 // ---------------------------------------------------------------------------------------------
+
+// Deleted rows and dropped tables keep their pages until compaction gives them back: the file
+// stays its size after the changes, and its compacted copy is smaller than the compacted original
+// by at least the data pages of what went, with exactly the rows that are left.
+TEST(Compact, DeletedRowsAndDroppedTablesAreGivenBack) {
+    jettest::TempDir tmp;
+    const fs::path original = tmp.copy("suite/drive_c/KELDATA/Office.mdb");
+    const fs::path changed = tmp.path() / "changed.mdb";
+    fs::copy_file(original, changed);
+    const auto size = fs::file_size(original);
+    std::size_t deleted = 0;
+    {
+        jet::OpenOptions o;
+        o.readOnly = false;
+        jet::Database db = jet::Database::open(changed, o);
+        deleted = jet::deleteRows(db, "Property", [&] {
+            std::vector<jet::RowId> ids;
+            jet::Table t = db.openTable("Property");
+            jet::Cursor c = t.cursor();
+            for (std::size_t i = 0; c.next(); ++i)
+                if (i % 4 != 0) ids.push_back(c.rowId());
+            return ids;
+        });
+        jet::dropTable(db, "Invoice");
+    }
+    EXPECT_GT(deleted, 250u);
+    EXPECT_EQ(fs::file_size(changed), size);
+
+    const fs::path a = tmp.path() / "a.mdb", b = tmp.path() / "b.mdb";
+    const jet::CompactResult whole = jet::compactDatabase(original, a);
+    const jet::CompactResult shrunk = jet::compactDatabase(changed, b);
+    EXPECT_EQ(shrunk.sizeBefore, size);
+    EXPECT_LT(shrunk.sizeAfter, whole.sizeAfter);
+    // At least one data page of Property and one of Invoice less (4 KB pages).
+    EXPECT_GE(whole.sizeAfter - shrunk.sizeAfter, 2u * 4096u);
+    // The rows deleted, Invoice's 600, and the catalog and permission rows of the dropped table.
+    EXPECT_GE(whole.rows - shrunk.rows, deleted + 600u);
+    EXPECT_LE(whole.rows - shrunk.rows, deleted + 600u + 10u);
+    EXPECT_EQ(ourRows(b), ourRows(changed));
+    int status = 0;
+    if (jettest::haveJetVerify()) {
+        EXPECT_EQ(verifyProblems(b, status), std::set<std::string>{});
+    }
+}
 
 TEST(Compact, AnExistingDestinationIs3204AndLeftAlone) {
     jettest::TempDir tmp;

@@ -1,16 +1,17 @@
 // What a stopped process, a failing disk, a read-only folder or a vanished folder do to a write:
 // the file is always its old self or its new self, and every error is a Jet error.
 //
-// The crash runs fork a child that drops a table through a file system set to end the process
-// (_exit) just before its Nth write or sync; the parent then opens the file as any later command
-// would (which rolls back a journal left behind) and compares the whole file with the original
-// and with the result of an uninterrupted drop.
+// The crash runs fork a child that changes the file (a drop, a delete) through a file system set to
+// end the process (_exit) just before its Nth write or sync; the parent then opens the file as any
+// later command would (which rolls back a journal left behind) and compares the whole file with the
+// original and with the result of an uninterrupted run.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+#include <functional>
 
 #include "jet/database.h"
 #include "jet/error.h"
@@ -18,6 +19,7 @@
 #include "jet/journal.h"
 #include "jet/locks.h"
 #include "jet/schema.h"
+#include "jet/sql/execute.h"
 #include "write_support.h"
 
 namespace {
@@ -36,8 +38,18 @@ struct Reference {
     std::uint64_t writes = 0, syncs = 0;
 };
 
+// What a crash test does to the file.
+using Change = std::function<void(const jet::Database&)>;
+
+Change dropping(const std::string& table) {
+    return [table](const jet::Database& db) { jet::dropTable(db, table); };
+}
+Change running(const std::string& sql) {
+    return [sql](const jet::Database& db) { jet::sql::execute(db, sql); };
+}
+
 Reference reference(const std::filesystem::path& source, const std::filesystem::path& dir,
-                    const std::string& table) {
+                    const Change& change) {
     Reference r;
     const auto file = dir / "reference.mdb";
     std::filesystem::copy_file(source, file, std::filesystem::copy_options::overwrite_existing);
@@ -45,7 +57,7 @@ Reference reference(const std::filesystem::path& source, const std::filesystem::
     jet::FaultyFileSystem fs(jet::hostFileSystem());
     {
         jet::Database db = jet::Database::open(file, through(fs));
-        jet::dropTable(db, table);
+        change(db);
     }
     r.writes = fs.writes();
     r.syncs = fs.syncs();
@@ -53,9 +65,9 @@ Reference reference(const std::filesystem::path& source, const std::filesystem::
     return r;
 }
 
-// Runs the drop in a child that stops at the given point; returns the child's exit code.
-int stoppedDrop(const std::filesystem::path& file, const std::string& table, std::uint64_t atWrite,
-                std::uint64_t atSync) {
+// Runs the change in a child that stops at the given point; returns the child's exit code.
+int stoppedChange(const std::filesystem::path& file, const Change& change, std::uint64_t atWrite,
+                  std::uint64_t atSync) {
     pid_t pid = fork();
     if (pid == 0) {
         jet::FaultPlan plan;
@@ -64,7 +76,7 @@ int stoppedDrop(const std::filesystem::path& file, const std::string& table, std
         jet::FaultyFileSystem fs(jet::hostFileSystem(), plan);
         try {
             jet::Database db = jet::Database::open(file, through(fs));
-            jet::dropTable(db, table);
+            change(db);
         } catch (...) {
             _exit(3);
         }
@@ -79,10 +91,10 @@ struct CrashCounts {
     std::size_t points = 0, old = 0, fresh = 0;
 };
 
-void crashEverywhere(const char* fixture, const std::string& table, CrashCounts& counts) {
+void crashEverywhere(const char* fixture, const Change& change, CrashCounts& counts) {
     TempDir tmp;
     const auto source = jettest::fixturesDir() / fixture;
-    Reference ref = reference(source, tmp.path(), table);
+    Reference ref = reference(source, tmp.path(), change);
     ASSERT_NE(ref.before, ref.after);
     ASSERT_GE(ref.writes, 4u);
     ASSERT_GE(ref.syncs, 3u);
@@ -92,7 +104,7 @@ void crashEverywhere(const char* fixture, const std::string& table, CrashCounts&
         for (std::uint64_t i = 1; i <= n; ++i) {
             SCOPED_TRACE(std::string(kind == 0 ? "write " : "sync ") + std::to_string(i));
             std::filesystem::copy_file(source, file, std::filesystem::copy_options::overwrite_existing);
-            int code = stoppedDrop(file, table, kind == 0 ? i : 0, kind == 1 ? i : 0);
+            int code = stoppedChange(file, change, kind == 0 ? i : 0, kind == 1 ? i : 0);
             EXPECT_EQ(code, 86);
             // Any later open rolls back what the stopped writer left.
             {
@@ -106,10 +118,10 @@ void crashEverywhere(const char* fixture, const std::string& table, CrashCounts&
             ++counts.points;
             counts.old += isOld;
             counts.fresh += isNew;
-            // Whatever was left beside the file, the drop can be done now and gives the result.
+            // Whatever was left beside the file, the change can be made now and gives the result.
             if (isOld) {
                 jet::Database db = jet::Database::open(file, through(jet::hostFileSystem()));
-                jet::dropTable(db, table);
+                change(db);
             }
             EXPECT_EQ(jettest::fileBytes(file), ref.after);
         }
@@ -118,9 +130,22 @@ void crashEverywhere(const char* fixture, const std::string& table, CrashCounts&
 
 TEST(Crash, StoppedAtEveryWriteAndSyncOfADrop) {
     CrashCounts counts;
-    crashEverywhere("suite/drive_c/KELUSER/Report.mdb", "property", counts);
-    crashEverywhere("access-corpus/V1997/testV1997.mdb", "Table1", counts);
-    crashEverywhere("access-corpus/V2000/testRefGlobalV2000.mdb", "Table2", counts);
+    crashEverywhere("suite/drive_c/KELUSER/Report.mdb", dropping("property"), counts);
+    crashEverywhere("access-corpus/V1997/testV1997.mdb", dropping("Table1"), counts);
+    crashEverywhere("access-corpus/V2000/testRefGlobalV2000.mdb", dropping("Table2"), counts);
+    std::printf("crash points tried: %zu, old file after reopening: %zu, new file: %zu\n", counts.points,
+                counts.old, counts.fresh);
+    EXPECT_GT(counts.old, 0u);
+    EXPECT_GT(counts.fresh, 0u);
+    EXPECT_EQ(counts.old + counts.fresh, counts.points);
+}
+
+TEST(Crash, StoppedAtEveryWriteAndSyncOfADelete) {
+    CrashCounts counts;
+    // Rows with long values, index entries in several indexes, and a Jet 3 file.
+    crashEverywhere("suite/drive_c/KELDATA/Office.mdb",
+                    running("DELETE FROM Property WHERE PropertyID < 120"), counts);
+    crashEverywhere("access-corpus/V1997/testV1997.mdb", running("DELETE * FROM Table1"), counts);
     std::printf("crash points tried: %zu, old file after reopening: %zu, new file: %zu\n", counts.points,
                 counts.old, counts.fresh);
     EXPECT_GT(counts.old, 0u);
@@ -133,7 +158,7 @@ TEST(Crash, StoppedAtEveryWriteAndSyncOfADrop) {
 TEST(Faults, EveryWriteAndSyncFailingInTurn) {
     TempDir tmp;
     const auto source = jettest::fixturesDir() / "suite/drive_c/KELUSER/Report.mdb";
-    Reference ref = reference(source, tmp.path(), "invoice");
+    Reference ref = reference(source, tmp.path(), dropping("invoice"));
     const auto file = tmp.path() / "fault.mdb";
     std::size_t failures = 0;
     for (int persistent = 0; persistent < 2; ++persistent) {
@@ -176,7 +201,7 @@ TEST(Faults, EveryWriteAndSyncFailingInTurn) {
 TEST(Faults, ShortWritesAreCompleted) {
     TempDir tmp;
     const auto source = jettest::fixturesDir() / "suite/drive_c/KELUSER/Report.mdb";
-    Reference ref = reference(source, tmp.path(), "invoice");
+    Reference ref = reference(source, tmp.path(), dropping("invoice"));
     const auto file = tmp.path() / "short.mdb";
     for (std::uint64_t i = 1; i <= ref.writes; ++i) {
         std::filesystem::copy_file(source, file, std::filesystem::copy_options::overwrite_existing);

@@ -11,6 +11,7 @@
 #   #! remove PATH          delete a file or folder (PATH below C:, "\" or "/" separated)
 #   #! mkdir PATH           create a folder
 #   #! write PATH TEXT      write a file; TEXT takes printf %b escapes (\r\n, \t, \\)
+#   #! copy FIXTURE PATH    copy a file of the shared fixtures folder (FIXTURE "/" separated) to PATH
 #   #! status N             the exit status the driver must end with (0 unless given)
 set -euo pipefail
 cli=$(realpath "$1") shared=$(realpath "$2") script=$(realpath "$3") mode=${4:-}
@@ -45,6 +46,12 @@ while IFS= read -r line; do
       target=$(hostpath "${rest%% *}")
       mkdir -p "$(dirname "$target")"
       printf '%b' "${rest#* }" > "$target" ;;
+    "#! copy "*)
+      rest=${line#\#! copy }
+      target=$(hostpath "${rest#* }")
+      mkdir -p "$(dirname "$target")"
+      cp "$shared/fixtures/${rest%% *}" "$target"
+      chmod u+w "$target" ;;
   esac
 done < "$script"
 

@@ -77,6 +77,11 @@ class Transaction final : public detail::PageIO {
     detail::Store& store() noexcept { return *store_; }
 
   private:
+    // Rewrites the inline map row at `rowStart` of page `holder` as a reference map of the same
+    // length marking the pages `owned`, with a new bitmap page per slot that has any. 3035 when a
+    // page lies beyond the last slot.
+    void toReferenceMap(std::uint32_t holder, std::size_t rowStart, std::size_t rowLength,
+                        const std::vector<std::uint32_t>& owned);
     std::vector<std::uint8_t>& mutablePage(std::uint32_t page);
     void undoWrites(const std::vector<std::vector<std::uint8_t>>& originals,
                     const std::vector<std::uint32_t>& pages, std::uint64_t originalLength);

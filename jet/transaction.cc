@@ -102,7 +102,10 @@ std::vector<std::uint8_t>& Transaction::mutablePage(std::uint32_t page) {
 }
 
 void Transaction::write(std::uint32_t page, const std::uint8_t* data) {
-    if (page == 1) globalMap_.reset();
+    if (page == 1) {
+        globalMap_.reset();
+        firstMaybeFree_ = 3;
+    }
     if (finished_) throw Error(errc::kDiskError, "Disk or network error.");
     if (page == 0 || page >= pageCount_)
         store_->corrupt(page, 0, "write to a page beyond the end of the file");
@@ -279,11 +282,12 @@ void Transaction::setFree(std::uint32_t page, bool free) {
     // Jet itself. So a file keeps growing past the window of its global map.
     if (!globalCovers(page)) return;
     setInMap((1u << 8) | 0u, page, free);
+    if (free) firstMaybeFree_ = std::min(firstMaybeFree_, page);
 }
 
 std::uint32_t Transaction::allocate(std::uint32_t usageMap) {
     std::uint32_t page = 0;
-    for (std::uint32_t p = 3; p < pageCount_; ++p) {
+    for (std::uint32_t p = std::max<std::uint32_t>(firstMaybeFree_, 3); p < pageCount_; ++p) {
         if (isFree(p)) {
             page = p;
             break;
@@ -297,6 +301,7 @@ std::uint32_t Transaction::allocate(std::uint32_t usageMap) {
     }
     setFree(page, false);
     setInMap(usageMap, page, true);
+    firstMaybeFree_ = page + 1;
     return page;
 }
 

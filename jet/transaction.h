@@ -91,6 +91,10 @@ class Transaction final : public detail::PageIO {
     std::unique_ptr<std::vector<std::uint8_t>> globalMap_;  // page 1 as last read, for globalCovers
     std::uint32_t pageCount_ = 0;
     std::uint32_t originalCount_ = 0;
+    // No page below this one is free: allocation searches from here, so that filling a table
+    // does not scan the whole global map for every page it takes. Lowered by a release and by
+    // any rewrite of the global map's page.
+    std::uint32_t firstMaybeFree_ = 3;
     bool holdsWriteLock_ = false;
     bool finished_ = false;
     CommitStats stats_;

@@ -42,6 +42,7 @@ struct Entry {
     std::uint32_t tablePage = 0;
     std::string column;  // folded name; empty for a row count
     std::shared_ptr<const TextColumn> data;
+    std::shared_ptr<const RowDirectory> directory;
     std::size_t rowCount = 0;
     std::size_t bytes = 0;
 };
@@ -108,7 +109,7 @@ void ColumnCache::storeColumn(const FileStamp& stamp, std::uint32_t tablePage, s
                               std::shared_ptr<const TextColumn> data) {
     Impl& d = impl();
     std::lock_guard lock(d.mutex);
-    Entry e{stamp, tablePage, upper(column), std::move(data), 0, 0};
+    Entry e{stamp, tablePage, upper(column), std::move(data), nullptr, 0, 0};
     e.bytes = e.data->bytes() + e.column.size();
     d.insert(std::move(e));
 }
@@ -124,7 +125,27 @@ std::optional<std::size_t> ColumnCache::findRowCount(const FileStamp& stamp, std
 void ColumnCache::storeRowCount(const FileStamp& stamp, std::uint32_t tablePage, std::size_t rows) {
     Impl& d = impl();
     std::lock_guard lock(d.mutex);
-    d.insert(Entry{stamp, tablePage, std::string(), nullptr, rows, 64});
+    d.insert(Entry{stamp, tablePage, std::string(), nullptr, nullptr, rows, 64});
+}
+
+// Directories are kept under a name no column can have.
+constexpr const char* kDirectoryKey = "\x01rows";
+
+std::shared_ptr<const RowDirectory> ColumnCache::findRowDirectory(const FileStamp& stamp,
+                                                                  std::uint32_t tablePage) {
+    Impl& d = impl();
+    std::lock_guard lock(d.mutex);
+    const auto it = d.find(stamp, tablePage, kDirectoryKey);
+    return it == d.entries.end() ? nullptr : it->directory;
+}
+
+void ColumnCache::storeRowDirectory(const FileStamp& stamp, std::uint32_t tablePage,
+                                    std::shared_ptr<const RowDirectory> directory) {
+    Impl& d = impl();
+    std::lock_guard lock(d.mutex);
+    const std::size_t bytes = directory->pages.size() * sizeof(std::uint32_t) +
+                              directory->firstOrdinal.size() * sizeof(std::uint64_t) + 64;
+    d.insert(Entry{stamp, tablePage, kDirectoryKey, nullptr, std::move(directory), 0, bytes});
 }
 
 void ColumnCache::clear() {

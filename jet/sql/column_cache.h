@@ -27,6 +27,8 @@
 #include <string_view>
 #include <vector>
 
+#include "jet/table.h"
+
 namespace jet::sql::detail {
 
 struct FileStamp {
@@ -84,6 +86,11 @@ class ColumnCache {
 
     std::optional<std::size_t> findRowCount(const FileStamp& stamp, std::uint32_t tablePage);
     void storeRowCount(const FileStamp& stamp, std::uint32_t tablePage, std::size_t rows);
+    // Where the table's rows live (its data pages and their live row counts), as a cursor
+    // finds row n without a scan.
+    std::shared_ptr<const RowDirectory> findRowDirectory(const FileStamp& stamp, std::uint32_t tablePage);
+    void storeRowDirectory(const FileStamp& stamp, std::uint32_t tablePage,
+                           std::shared_ptr<const RowDirectory> directory);
 
     // Drops everything (tests).
     void clear();

@@ -1012,7 +1012,12 @@ struct RowSet::Impl {
 
     // Reading: the data pages and live row counts (found on first need), and a cursor that
     // stands on scan ordinal readerOrdinal when onRow.
-    std::optional<RowDirectory> directory;
+    std::shared_ptr<const RowDirectory> directory;
+    // The file's state when the result was made and its name: the directory is shared through
+    // the column cache by every result on the same state of the file, so that a grid that reads
+    // a new result after each key stroke does not read the table's pages again.
+    std::optional<detail::FileStamp> stamp;
+    std::string path;
     std::optional<Cursor> reader;
     std::unique_ptr<Evaluator> eval;
     bool onRow = false;
@@ -1021,6 +1026,19 @@ struct RowSet::Impl {
     std::size_t readerIndex = 0;  // byRowId: the result row the reader stands on when onRow
 
     std::uint64_t ordinal(std::size_t index) const { return keyed ? keyset[index] : index; }
+
+    const RowDirectory& rowDirectory() {
+        if (directory) return *directory;
+        auto& cache = detail::ColumnCache::instance();
+        const std::uint32_t page = table.definitionPage();
+        if (stamp) directory = cache.findRowDirectory(*stamp, page);
+        if (!directory) {
+            directory = std::make_shared<const RowDirectory>(table.rowDirectory());
+            if (stamp && detail::settled(*stamp) && detail::stampOf(path) == stamp)
+                cache.storeRowDirectory(*stamp, page, directory);
+        }
+        return *directory;
+    }
 
     void makeReader() {
         if (reader) return;
@@ -1053,14 +1071,14 @@ struct RowSet::Impl {
             return;
         }
         onRow = false;
-        if (!directory) directory = table.rowDirectory();
-        const auto& first = directory->firstOrdinal;
-        if (target >= directory->rowCount()) throw makeError(Failure::NoCurrentRecord);
+        const RowDirectory& dir = rowDirectory();
+        const auto& first = dir.firstOrdinal;
+        if (target >= dir.rowCount()) throw makeError(Failure::NoCurrentRecord);
         const auto p =
             static_cast<std::size_t>(std::upper_bound(first.begin(), first.end(), target) - first.begin()) -
             1;
         // A row that has gone since the keyset was taken.
-        if (!reader->seek(directory->pages[p], static_cast<std::uint32_t>(target - first[p])))
+        if (!reader->seek(dir.pages[p], static_cast<std::uint32_t>(target - first[p])))
             throw makeError(Failure::NoCurrentRecord);
         readerOrdinal = target;
         onRow = true;
@@ -1526,6 +1544,8 @@ RowSet RowSet::open(const Database& db, std::string_view sql, const OpenOptions&
         }
         const std::uint32_t page = impl->table.definitionPage();
         const std::optional<detail::FileStamp> stamp = detail::stampOf(db.path());
+        impl->stamp = stamp;
+        impl->path = db.path();
         auto& cache = detail::ColumnCache::instance();
         std::vector<std::size_t> likeColumns;
         if (!condition) {
@@ -1534,8 +1554,7 @@ RowSet RowSet::open(const Database& db, std::string_view sql, const OpenOptions&
             if (const auto cached = stamp ? cache.findRowCount(*stamp, page) : std::nullopt) {
                 n = *cached;
             } else {
-                impl->directory = impl->table.rowDirectory();
-                n = static_cast<std::size_t>(impl->directory->rowCount());
+                n = static_cast<std::size_t>(impl->rowDirectory().rowCount());
                 if (stamp && detail::settled(*stamp) && detail::stampOf(db.path()) == stamp)
                     cache.storeRowCount(*stamp, page, n);
             }

@@ -141,7 +141,20 @@ void Transaction::setInMap(std::uint32_t usageMap, std::uint32_t page, bool owne
             }
         }
         std::uint32_t newStart = lo & ~7u;
-        if (hi - newStart >= bits) throw mapTooSmall();
+        if (hi - newStart >= bits) {
+            // Too far apart for one window: the row becomes a reference map, as Jet turns a
+            // table's map once it spans more pages than the inline bitmap can. The global map
+            // stays as it is (its bitmap pages would have to come from itself).
+            if (holder == 1) throw mapTooSmall();
+            std::vector<std::uint32_t> marked;
+            for (std::size_t i = 0; i < bits; ++i)
+                if (r[5 + i / 8] & (1u << (i % 8))) marked.push_back(start + static_cast<std::uint32_t>(i));
+            r[0] = 1;
+            std::memset(r + 1, 0, row.length - 1);
+            for (std::uint32_t p : marked) setInMap(usageMap, p, true);
+            setInMap(usageMap, page, true);
+            return;
+        }
         std::vector<std::uint8_t> fresh(row.length - 5, 0);
         for (std::size_t i = 0; i < bits; ++i) {
             if (r[5 + i / 8] & (1u << (i % 8))) {
@@ -237,7 +250,31 @@ void Transaction::setFree(std::uint32_t page, bool free) {
     // stays unused until the file is compacted, as with Jet itself.
     if (!globalCovers(page)) {
         if (free) return;
-        throw mapTooSmall();
+        // Past the window every page counts as free: one taken there moves the window up to it,
+        // and the pages the window leaves below stay unused until the file is compacted.
+        std::vector<std::uint8_t>& bytes = mutablePage(1);
+        globalMap_.reset();
+        MapRow row = locateMapRow(*store_, bytes, (1u << 8) | 0u);
+        std::uint8_t* r = bytes.data() + row.start;
+        const std::uint32_t start = u32(r + 1);
+        const std::size_t bits = (row.length - 5) * 8;
+        if (r[0] != 0 || bits == 0 || page < start) throw mapTooSmall();
+        const std::uint64_t end = static_cast<std::uint64_t>(start) + bits;  // first page past the window
+        const std::uint64_t lowest = static_cast<std::uint64_t>(page) + 1 - bits;
+        const auto newStart = static_cast<std::uint32_t>(((page + 1u >= bits ? lowest : 0) + 7) & ~7ull);
+        std::vector<std::uint8_t> fresh(row.length - 5, 0);
+        for (std::size_t i = 0; i < bits; ++i) {
+            const std::uint64_t pg = static_cast<std::uint64_t>(newStart) + i;
+            bool isFree;
+            if (pg < end)
+                isFree = (r[5 + (pg - start) / 8] >> ((pg - start) % 8)) & 1u;
+            else  // pages the file does not have yet are free; ones it has are kept as used
+                isFree = pg >= pageCount_ && pg != page;
+            if (isFree) fresh[i / 8] = static_cast<std::uint8_t>(fresh[i / 8] | (1u << (i % 8)));
+        }
+        put32(r + 1, newStart);
+        std::memcpy(r + 5, fresh.data(), fresh.size());
+        return;
     }
     setInMap((1u << 8) | 0u, page, free);
 }

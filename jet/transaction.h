@@ -53,8 +53,10 @@ class Transaction final : public detail::PageIO {
     void release(std::uint32_t page, std::uint32_t usageMap) override;
 
     // Sets (true) or clears the bit of `page` in the usage map `usageMap` of a table or index
-    // (set = the page belongs to it). Errors: 3049 for a damaged map; 3035 when the map is inline
-    // and cannot cover the page.
+    // (set = the page belongs to it). An inline map whose window cannot cover the page and the
+    // pages it marks becomes a reference map (bitmap pages taken from the file). Errors: 3049 for
+    // a damaged map; 3035 when the map cannot cover the page (a reference map short of slots,
+    // the global map's inline window).
     void setInMap(std::uint32_t usageMap, std::uint32_t page, bool owned);
     // Marks `page` free (true) or used in the global map (page 1, row 0; set = free).
     void setFree(std::uint32_t page, bool free);

@@ -514,8 +514,10 @@ struct IndexEditor::Impl {
             if (n.page.leaf) break;
             const auto& es = n.page.entries;
             if (es.empty()) fail(current, 0, "intermediate index page without children");
-            auto it = std::find_if(es.begin(), es.end(),
-                                   [&](const IndexEntry& e) { return compareEntries(entry, e) <= 0; });
+            // Entries are in key order: the child is the first whose last entry is not below this one.
+            auto it = std::lower_bound(
+                es.begin(), es.end(), entry,
+                [](const IndexEntry& a, const IndexEntry& b) { return compareEntries(a, b) < 0; });
             current = it == es.end() ? es.back().child : it->child;
         }
         Node& leaf = nodes.at(path.back());
@@ -582,18 +584,22 @@ struct IndexEditor::Impl {
             if (n.page.leaf) break;
             const auto& es = n.page.entries;
             if (es.empty()) fail(current, 0, "intermediate index page without children");
-            auto it = std::find_if(es.begin(), es.end(),
-                                   [&](const IndexEntry& e) { return compareEntries(probe, e) <= 0; });
+            auto it = std::lower_bound(
+                es.begin(), es.end(), probe,
+                [](const IndexEntry& a, const IndexEntry& b) { return compareEntries(a, b) < 0; });
             current = it == es.end() ? es.back().child : it->child;
         }
         std::vector<std::uint32_t> out;
         for (std::size_t hops = 0; current != 0; ++hops) {
             if (hops > io.pageCount()) fail(current, f.indexNext, "index leaves loop");
             Node& n = load(current);
-            for (const auto& e : n.page.entries) {
-                if (e.key < key) continue;
-                if (e.key != key) return out;
-                out.push_back(e.pointer());
+            const auto& es = n.page.entries;
+            auto e = std::lower_bound(
+                es.begin(), es.end(), key,
+                [](const IndexEntry& a, const std::vector<std::uint8_t>& k) { return a.key < k; });
+            for (; e != es.end(); ++e) {
+                if (e->key != key) return out;
+                out.push_back(e->pointer());
             }
             current = n.page.next;
         }

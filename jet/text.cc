@@ -3,8 +3,10 @@
 // The converters write into caller-provided room (textCapacity(n) bytes for n stored bytes) and
 // return the end of what they wrote, so that a cursor can convert into one reused buffer without
 // clearing or growing it for every value.
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <string>
 
 #include "jet/store.h"
@@ -214,6 +216,23 @@ std::uint32_t foldCase(std::uint32_t c) {
 }
 
 }  // namespace
+
+bool encodeCp1252(std::string_view utf8, std::string& out, std::uint32_t& missing) {
+    for (std::size_t i = 0; i < utf8.size();) {
+        const std::uint32_t cp = nextCodePoint(utf8, i);
+        if (cp < 0x80 || (cp >= 0xA0 && cp <= 0xFF)) {
+            out.push_back(static_cast<char>(cp));
+            continue;
+        }
+        const auto* at = std::find(std::begin(kCp1252High), std::end(kCp1252High), cp);
+        if (at == std::end(kCp1252High)) {
+            missing = cp;
+            return false;
+        }
+        out.push_back(static_cast<char>(0x80 + (at - std::begin(kCp1252High))));
+    }
+    return true;
+}
 
 bool sameName(std::string_view a, std::string_view b) noexcept {
     std::size_t i = 0, j = 0;

@@ -53,10 +53,8 @@ class Transaction final : public detail::PageIO {
     void release(std::uint32_t page, std::uint32_t usageMap) override;
 
     // Sets (true) or clears the bit of `page` in the usage map `usageMap` of a table or index
-    // (set = the page belongs to it). An inline map whose window cannot cover the page and the
-    // pages it marks becomes a reference map (bitmap pages taken from the file). Errors: 3049 for
-    // a damaged map; 3035 when the map cannot cover the page (a reference map short of slots,
-    // the global map's inline window).
+    // (set = the page belongs to it). Errors: 3049 for a damaged map; 3035 when the map is inline
+    // and cannot cover the page.
     void setInMap(std::uint32_t usageMap, std::uint32_t page, bool owned);
     // Marks `page` free (true) or used in the global map (page 1, row 0; set = free).
     void setFree(std::uint32_t page, bool free);
@@ -79,6 +77,11 @@ class Transaction final : public detail::PageIO {
     detail::Store& store() noexcept { return *store_; }
 
   private:
+    // Rewrites the inline map row at `rowStart` of page `holder` as a reference map of the same
+    // length marking the pages `owned`, with a new bitmap page per slot that has any. 3035 when a
+    // page lies beyond the last slot.
+    void toReferenceMap(std::uint32_t holder, std::size_t rowStart, std::size_t rowLength,
+                        const std::vector<std::uint32_t>& owned);
     std::vector<std::uint8_t>& mutablePage(std::uint32_t page);
     void undoWrites(const std::vector<std::vector<std::uint8_t>>& originals,
                     const std::vector<std::uint32_t>& pages, std::uint64_t originalLength);
@@ -88,6 +91,10 @@ class Transaction final : public detail::PageIO {
     std::unique_ptr<std::vector<std::uint8_t>> globalMap_;  // page 1 as last read, for globalCovers
     std::uint32_t pageCount_ = 0;
     std::uint32_t originalCount_ = 0;
+    // No page below this one is free: allocation searches from here, so that filling a table
+    // does not scan the whole global map for every page it takes. Lowered by a release and by
+    // any rewrite of the global map's page.
+    std::uint32_t firstMaybeFree_ = 3;
     bool holdsWriteLock_ = false;
     bool finished_ = false;
     CommitStats stats_;

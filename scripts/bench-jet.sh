@@ -130,5 +130,5 @@ rm -f "$imported"
 rows=$(($(wc -l <"$dir/property.jsonl") - 1))
 stats=$(/usr/bin/time -f '%e %M' "$cli" jet import "$imported" Property <"$dir/property.jsonl" 2>&1 >"$dir/import.json" | tail -n 1)
 seconds=$(echo "$stats" | cut -d' ' -f1)
-echo "jet import Property: $rows rows in ${seconds} s ($(awk -v r="$rows" -v s="$seconds" 'BEGIN { printf "%.0f", s > 0 ? r / s : 0 }') rows/s)," \
+echo "jet import Property: $rows rows in ${seconds} s ($(awk -v r="$rows" -v s="$seconds" 'BEGIN { printf "%.0f", (s > 0 ? r / s : 0) }') rows/s)," \
   "peak memory $(echo "$stats" | cut -d' ' -f2) KiB; result $(cat "$dir/import.json")"

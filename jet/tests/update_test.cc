@@ -55,8 +55,8 @@ std::vector<Row> rowsOf(const jet::Database& db, const std::string& name) {
             if (a[i][c] != b[i][c])
                 detail = " column " + std::to_string(c) + ": '" + a[i][c].substr(0, 60) + "' against '" +
                          b[i][c].substr(0, 60) + "'";
-    return ::testing::AssertionFailure() << a.size() << " rows against " << b.size()
-                                         << ", first difference at row " << i << detail;
+    return ::testing::AssertionFailure()
+           << a.size() << " rows against " << b.size() << ", first difference at row " << i << detail;
 }
 
 // Columns that take part in relationships (their changes are refused whatever the values).
@@ -64,8 +64,8 @@ std::set<std::pair<std::string, std::string>> relatedColumns(const jet::Database
     std::set<std::pair<std::string, std::string>> out;
     if (!db.hasTable("MSysRelationships")) return out;
     jet::Table t = db.openTable("MSysRelationships");
-    const int a = t.findColumn("szObject"), b = t.findColumn("szColumn"), c = t.findColumn("szReferencedObject"),
-              d = t.findColumn("szReferencedColumn");
+    const int a = t.findColumn("szObject"), b = t.findColumn("szColumn"),
+              c = t.findColumn("szReferencedObject"), d = t.findColumn("szReferencedColumn");
     jet::Cursor cur = t.cursor();
     while (cur.next()) {
         auto text = [&](int i) { return std::string(cur.text(static_cast<std::size_t>(i))); };
@@ -129,8 +129,7 @@ NewValues valuesFor(const Plan& p, std::size_t k, int round) {
         v.text = "U" + std::to_string(k) + "-";
         // Up to 100 characters: longer keys are more than an index page of a Jet 3 file takes.
         const std::size_t chars = std::min<std::size_t>(p.textChars, 100);
-        v.text.append(chars > v.text.size() ? chars - v.text.size() : 0,
-                      static_cast<char>('a' + k % 26));
+        v.text.append(chars > v.text.size() ? chars - v.text.size() : 0, static_cast<char>('a' + k % 26));
         v.memo = k % 2 == 0 ? "M" + std::to_string(k) + std::string(1500, 'm') : "s" + std::to_string(k);
     } else {
         v.text = "r" + std::to_string(k);
@@ -284,10 +283,10 @@ void checkPeer(const std::string& before, const std::string& after, const jet::T
 
 std::size_t mdbExportRows(const std::filesystem::path& file, const std::string& table) {
     int status = 0;
-    const std::string out = jettest::runCommand(
-        "mdb-export -H -Q -d '\\t' -R '\\x1e' " + jettest::shellQuote(file.string()) + " " +
-            jettest::shellQuote(table) + " 2>/dev/null | tr -cd '\\036' | wc -c",
-        status);
+    const std::string out =
+        jettest::runCommand("mdb-export -H -Q -d '\\t' -R '\\x1e' " + jettest::shellQuote(file.string()) +
+                                " " + jettest::shellQuote(table) + " 2>/dev/null | tr -cd '\\036' | wc -c",
+                            status);
     return static_cast<std::size_t>(std::stoul(out.empty() ? "0" : out));
 }
 
@@ -355,7 +354,8 @@ void updateHalfOfEach(const std::vector<std::filesystem::path>& fixtures, Outcom
                 if (!peerBefore.count(table) || peerBefore.at(table).find("\"error\"") != std::string::npos)
                     continue;
                 ASSERT_TRUE(after.count(table));
-                checkPeer(peerBefore.at(table), after.at(table), db.openTable(table), plans[table], changed[table]);
+                checkPeer(peerBefore.at(table), after.at(table), db.openTable(table), plans[table],
+                          changed[table]);
                 EXPECT_EQ(mdbExportRows(file, table), exportBefore[table]);
             }
         }
@@ -452,7 +452,8 @@ std::string query(const std::filesystem::path& file, const std::string& column, 
     jet::Cursor cur = t.cursor();
     while (cur.next()) {
         if (std::string(cur.text(static_cast<std::size_t>(id))) != where) continue;
-        out = cur.isNull(static_cast<std::size_t>(c)) ? "<null>" : std::string(cur.text(static_cast<std::size_t>(c)));
+        out = cur.isNull(static_cast<std::size_t>(c)) ? "<null>"
+                                                      : std::string(cur.text(static_cast<std::size_t>(c)));
     }
     return out;
 }
@@ -461,8 +462,9 @@ TEST(Update, TheStatementsForms) {
     TempDir tmp;
     const auto file = tmp.copy("suite/drive_c/KELDATA/Office.mdb");
     EXPECT_EQ(run(file, "UPDATE Property SET City = 'Lakeside' WHERE City LIKE '%spring%'"), 26);
-    EXPECT_EQ(run(file, "update [property] set [Property].[Zip] = '12345', YearBuilt = 1999, SalePrice = 250000.5, "
-                        "Created = #11/20/2006 1:45:00 PM#, Notes = Null where PropertyID = 7;"),
+    EXPECT_EQ(run(file,
+                  "update [property] set [Property].[Zip] = '12345', YearBuilt = 1999, SalePrice = 250000.5, "
+                  "Created = #11/20/2006 1:45:00 PM#, Notes = Null where PropertyID = 7;"),
               1);
     EXPECT_EQ(query(file, "Zip", "7"), "12345");
     EXPECT_EQ(query(file, "YearBuilt", "7"), "1999");
@@ -489,12 +491,15 @@ TEST(Update, RefusalsChangeNothing) {
               (Failure{3078,
                        "The Microsoft Jet database engine cannot find the input table or query "
                        "'Nope'.  Make sure it exists and that its name is spelled correctly."}));
-    EXPECT_EQ(failure(file, "UPDATE Property SET NoSuchColumn = 1"), (Failure{3061, "Too few parameters. Expected 1."}));
+    EXPECT_EQ(failure(file, "UPDATE Property SET NoSuchColumn = 1"),
+              (Failure{3061, "Too few parameters. Expected 1."}));
     EXPECT_EQ(failure(file, "UPDATE Property SET City = 'x' WHERE NoSuchColumn = 1"),
               (Failure{3061, "Too few parameters. Expected 1."}));
-    EXPECT_EQ(failure(file, "UPDATE Property SET PropertyID = 5"), (Failure{3164, "Field cannot be updated."}));
+    EXPECT_EQ(failure(file, "UPDATE Property SET PropertyID = 5"),
+              (Failure{3164, "Field cannot be updated."}));
     EXPECT_EQ(failure(file, "UPDATE MSysObjects SET Name = 'x'").first, 3033);
-    EXPECT_EQ(failure(file, "UPDATE Property SET City = 'x', Zip = '" + std::string(11, '1') + "'").first, 3163);
+    EXPECT_EQ(failure(file, "UPDATE Property SET City = 'x', Zip = '" + std::string(11, '1') + "'").first,
+              3163);
     EXPECT_EQ(failure(file, "UPDATE Property SET YearBuilt = 'abc'").first, 3464);
     EXPECT_EQ(failure(file, "UPDATE Property SET YearBuilt = 99999").first, 3163);
     EXPECT_EQ(failure(file, "UPDATE Property SET City = 'x' City = 'y'"),

@@ -37,7 +37,8 @@ int runExec(Invocation& inv) {
 
 const CommandRegistration registration{Command{"jet exec",
                                                "jet exec FILE STATEMENT  (CREATE TABLE, CREATE INDEX, DROP "
-                                               "INDEX, INSERT, DROP TABLE; prints rowsAffected)",
+                                               "INDEX, INSERT, UPDATE, DELETE, DROP TABLE; prints "
+                                               "rowsAffected)",
                                                runExec}};
 
 }  // namespace

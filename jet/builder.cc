@@ -418,7 +418,9 @@ const std::vector<std::uint8_t>& RowEncoder::encode(const std::vector<Cell>& cel
             std::size_t inlineRoom = maxDataRowSize(f) > row.size() + trailer + 12 * (varCount - slot)
                                          ? maxDataRowSize(f) - row.size() - trailer - 12 * (varCount - slot)
                                          : 0;
-            if (cell->bytes.empty()) {
+            if (cell->asStored) {
+                appendBytes(row, cell->bytes.data(), cell->bytes.size());
+            } else if (cell->bytes.empty()) {
                 std::memset(field, 0, 12);
                 put32(field, kLongValueInline);
                 appendBytes(row, field, 12);

@@ -86,6 +86,9 @@ struct Cell {
     bool present = false;
     bool flag = false;
     bool preferInline = false;  // long value: keep it inside the row when it fits
+    // Long value: `bytes` is its field as a row already stores it (the 12 bytes and any inline
+    // data), copied as it is, so a rewritten row keeps the pages its value lives on.
+    bool asStored = false;
     std::string bytes;
 };
 

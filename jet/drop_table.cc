@@ -18,6 +18,7 @@
 #include <set>
 
 #include "jet/index.h"
+#include "jet/row_edit.h"
 #include "jet/store.h"
 #include "jet/table.h"
 
@@ -76,33 +77,6 @@ void deleteRow(Transaction& tx, const Store& store, const TableLayout& layout, R
     (void)layout;
 }
 
-void deleteLongValueRows(Transaction& tx, const Store& store, const std::string_view field) {
-    if (field.size() < kLongValueFieldSize) return;
-    const auto* p = reinterpret_cast<const std::uint8_t*>(field.data());
-    std::uint32_t head = u32(p);
-    if ((head & kLongValueInline) || (head & kLongValueLengthMask) == 0) return;
-    std::uint32_t ptr = u32(p + 4);
-    const JetFormat& f = *store.fmt;
-    std::set<std::uint32_t> seen;
-    bool single = (head & kLongValueSingle) != 0;
-    while (ptr != 0 && seen.insert(ptr).second && seen.size() < 100000) {
-        std::uint32_t pg = ptr >> 8;
-        std::uint16_t rw = ptr & 0xFF;
-        if (pg == 0 || pg >= tx.pageCount()) store.corrupt(pg, 0, "long value pointer beyond the file");
-        Bytes& page = tx.modify(pg);
-        if (page[0] != kPageData || rw >= rowCountOf(store, pg, page))
-            store.corrupt(pg, 0, "long value row missing");
-        std::size_t entry = f.dataRowOffsets + 2u * rw;
-        std::uint16_t raw = u16(page.data() + entry);
-        if (raw & kRowDeleted) return;
-        put16(page.data() + entry, static_cast<std::uint16_t>(raw | kRowDeleted | kRowOverflow));
-        if (single) return;
-        std::size_t start = raw & kRowOffsetMask;
-        if (start + 4 > f.pageSize) return;
-        ptr = u32(page.data() + start);
-    }
-}
-
 // Deletes the rows of table `layout` chosen by `pick` (given a cursor on the row): rows, their
 // long values, their index entries, and the definition's row count. Returns the count.
 template <typename Pick>
@@ -126,7 +100,7 @@ std::size_t deleteRowsWhere(Transaction& tx, Store& store, const std::shared_ptr
     }
     if (rows.empty()) return 0;
     for (const auto& [page, row] : rows) deleteRow(tx, store, *layout, RowId{page, row});
-    for (const auto& field : longFields) deleteLongValueRows(tx, store, field);
+    for (const auto& field : longFields) freeLongValueRows(tx, store, field);
     std::set<std::uint32_t> pointers;
     for (const auto& [page, row] : rows) pointers.insert(rowPointer(page, row));
     for (const RealIndex& ri : layout->realIndexes) {
@@ -434,3 +408,61 @@ std::size_t deleteRows(const Database& db, std::string_view rawName,
 }
 
 }  // namespace jet
+
+namespace jet::detail {
+
+// Jet marks a freed long value's rows as it marks deleted rows; their space stays until compaction.
+void freeLongValueRows(Transaction& tx, const Store& store, std::string_view field) {
+    if (field.size() < kLongValueFieldSize) return;
+    const auto* p = reinterpret_cast<const std::uint8_t*>(field.data());
+    std::uint32_t head = u32(p);
+    if ((head & kLongValueInline) || (head & kLongValueLengthMask) == 0) return;
+    std::uint32_t ptr = u32(p + 4);
+    const JetFormat& f = *store.fmt;
+    std::set<std::uint32_t> seen;
+    bool single = (head & kLongValueSingle) != 0;
+    while (ptr != 0 && seen.insert(ptr).second && seen.size() < 100000) {
+        std::uint32_t pg = ptr >> 8;
+        std::uint16_t rw = ptr & 0xFF;
+        if (pg == 0 || pg >= tx.pageCount()) store.corrupt(pg, 0, "long value pointer beyond the file");
+        Bytes& page = tx.modify(pg);
+        if (page[0] != kPageData || rw >= rowCountOf(store, pg, page))
+            store.corrupt(pg, 0, "long value row missing");
+        std::size_t entry = f.dataRowOffsets + 2u * rw;
+        std::uint16_t raw = u16(page.data() + entry);
+        if (raw & kRowDeleted) return;
+        put16(page.data() + entry, static_cast<std::uint16_t>(raw | kRowDeleted | kRowOverflow));
+        if (single) return;
+        std::size_t start = raw & kRowOffsetMask;
+        if (start + 4 > f.pageSize) return;
+        ptr = u32(page.data() + start);
+    }
+}
+
+std::vector<RelationshipColumn> relationshipColumns(Store& store) {
+    std::vector<RelationshipColumn> out;
+    const CatalogEntry* rel = findSystemTable(store, "MSysRelationships");
+    if (!rel) return out;
+    auto layout = store.layout(static_cast<std::uint32_t>(rel->id), rel->name);
+    Table table(std::shared_ptr<Store>(std::shared_ptr<Store>{}, &store), layout);
+    const int object = table.findColumn("szObject"), column = table.findColumn("szColumn"),
+              referenced = table.findColumn("szReferencedObject"),
+              referencedColumn = table.findColumn("szReferencedColumn"), grbit = table.findColumn("grbit");
+    auto text = [&](const Cursor& c, int col) {
+        return col >= 0 ? std::string(c.text(static_cast<std::size_t>(col))) : std::string();
+    };
+    Cursor cur = table.cursor();
+    while (cur.next()) {
+        RelationshipColumn r;
+        r.object = text(cur, object);
+        r.column = text(cur, column);
+        r.referencedObject = text(cur, referenced);
+        r.referencedColumn = text(cur, referencedColumn);
+        const std::int64_t bits = grbit >= 0 ? asInteger(cur.value(static_cast<std::size_t>(grbit))) : 0;
+        r.enforced = (bits & 2) == 0;
+        out.push_back(std::move(r));
+    }
+    return out;
+}
+
+}  // namespace jet::detail

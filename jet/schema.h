@@ -110,4 +110,28 @@ std::uint64_t insertRows(const Database& db, std::string_view table, const RowFe
 std::size_t deleteRows(const Database& db, std::string_view name,
                        const std::function<std::vector<RowId>()>& choose, CommitStats* stats = nullptr);
 
+// New values for UPDATE: given the row's values (one per column in Table::columns() order),
+// sets the columns being changed. Values have their column's type (see RowFeed).
+using RowChange = std::function<void(std::vector<Value>& row)>;
+
+// UPDATE: changes the columns at `columns` (positions in Table::columns()) of rows of the local
+// table `name`, as one transaction. `choose` is called once the write lock is held and returns
+// the rows, as a scan finds them (rows it names that are not live rows are left alone); `change`
+// is called once per row with its values. A row whose new image fits its page's free space is
+// rewritten in place; one that no longer fits moves to another page as an overflow row, its slot
+// keeping a pointer (so the row keeps its place in scans and the slot index entries name).
+// Unchanged long values keep their pages; changed ones give theirs back and are written as
+// insertRows writes them. Entries of indexes over changed columns are replaced; the row count
+// stays. Returns the number of rows changed.
+// Errors (nothing written): 3078 no such table; 3033 a system table; 3164 an autonumber column;
+// 3200 / 3201 a column that takes part in a relationship that enforces integrity (referred to /
+// referring; refused whatever the values); 3314 Null in a required column; 3022 a duplicate in a
+// unique index or primary key (old entries of every changed row count as gone); 3058 Null in an
+// index that refuses it; 3163 text or binary longer than its column; 3464 a value of another
+// type; 3049 damage met on the way; and those of Transaction and its commit.
+std::size_t updateRows(const Database& db, std::string_view name,
+                       const std::function<std::vector<RowId>()>& choose,
+                       const std::vector<std::size_t>& columns, const RowChange& change,
+                       CommitStats* stats = nullptr);
+
 }  // namespace jet

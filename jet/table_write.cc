@@ -19,10 +19,12 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 
 #include "jet/builder.h"
 #include "jet/index.h"
 #include "jet/index_key.h"
+#include "jet/row_edit.h"
 #include "jet/schema.h"
 #include "jet/store.h"
 #include "jet/table.h"
@@ -229,6 +231,48 @@ bool addRowToPage(const JetFormat& f, std::vector<std::uint8_t>& page, const std
     return true;
 }
 
+// Gives row `rowNo` of a data page the bytes `image` where it stands: the rows after it on the
+// page (they lie below it) move by the difference, their offsets with them, and the page's free
+// space follows. False, changing nothing, when the page lacks the room or its rows do not lie in
+// the order Jet keeps them (row i ending where row i-1 starts), which a move cannot trust.
+bool resizeRow(const JetFormat& f, std::vector<std::uint8_t>& page, std::uint16_t rowNo,
+               const std::uint8_t* image, std::size_t len) {
+    const std::uint16_t count = u16(page.data() + f.dataRowCount);
+    const std::size_t tableEnd = f.dataRowOffsets + 2u * count;
+    if (rowNo >= count || tableEnd > f.pageSize) return false;
+    auto startOf = [&](std::size_t j) -> std::size_t {
+        return u16(page.data() + f.dataRowOffsets + 2u * j) & kRowOffsetMask;
+    };
+    std::size_t previous = f.pageSize;
+    for (std::size_t j = 0; j < count; ++j) {
+        const std::size_t s = startOf(j);
+        if (s > previous || s < tableEnd) return false;
+        previous = s;
+    }
+    const std::size_t top = count ? startOf(count - 1u) : f.pageSize;
+    const std::size_t start = startOf(rowNo);
+    const std::size_t end = rowNo == 0 ? f.pageSize : startOf(rowNo - 1u);
+    const auto delta = static_cast<std::ptrdiff_t>(len) - static_cast<std::ptrdiff_t>(end - start);
+    const std::size_t headerFree = u16(page.data() + 2);
+    if (delta > 0 &&
+        (static_cast<std::size_t>(delta) > top - tableEnd || static_cast<std::size_t>(delta) > headerFree))
+        return false;
+    std::uint8_t* p = page.data();
+    const auto newTop = static_cast<std::size_t>(static_cast<std::ptrdiff_t>(top) - delta);
+    std::memmove(p + newTop, p + top, start - top);
+    const auto newStart = static_cast<std::size_t>(static_cast<std::ptrdiff_t>(start) - delta);
+    if (len) std::memcpy(p + newStart, image, len);
+    if (delta < 0) std::memset(p + top, 0, static_cast<std::size_t>(-delta));
+    for (std::size_t j = rowNo; j < count; ++j) {
+        std::uint8_t* e = p + f.dataRowOffsets + 2u * j;
+        const std::uint16_t flags = u16(e) & static_cast<std::uint16_t>(~kRowOffsetMask);
+        put16(e, static_cast<std::uint16_t>(flags | (static_cast<std::ptrdiff_t>(startOf(j)) - delta)));
+    }
+    const std::ptrdiff_t free = static_cast<std::ptrdiff_t>(headerFree) - delta;
+    put16(p + 2, static_cast<std::uint16_t>(std::max<std::ptrdiff_t>(free, 0)));
+    return true;
+}
+
 void startDataPage(const JetFormat& f, std::vector<std::uint8_t>& page, const std::uint8_t owner[4]) {
     std::fill(page.begin(), page.end(), 0);
     page[0] = kPageData;
@@ -426,6 +470,112 @@ class TableInserter {
         }
     }
 
+    // UPDATE of the row whose original slot is `id`: `before` its values and `stored` the bytes
+    // its columns hold (Cursor::raw), `after` the values to have where `changed` says so. The row
+    // is rewritten where its image lives when the page has the room, else it moves to another
+    // page as an overflow row: the slot keeps a pointer (0x4000) to a row marked for lookups
+    // only (0x8000), so index entries, which name the slot, stay right. A changed memo/OLE value
+    // gives its old rows back and is written anew. Index entries are changed in finishUpdate().
+    void update(RowId id, const std::vector<Value>& before, const std::vector<std::string>& stored,
+                std::vector<Value>& after, const std::vector<bool>& changed) {
+        const auto& cols = layout_.columns;
+        std::vector<Cell> cells(width_);
+        std::vector<std::string> oldLong;  // fields of changed long values, their rows to free
+        for (std::size_t i = 0; i < cols.size(); ++i) {
+            const Column& c = cols[i];
+            const bool isLong = c.type == ColumnType::Memo || c.type == ColumnType::OLE;
+            if (changed[i]) {
+                if (after[i].isNull() && !(c.flags & kColNullable) && c.type != ColumnType::Boolean)
+                    throw Error::requiredNull(columnLabel(layout_.name, c));
+                cells[c.number] = cellOf(f_, c, after[i]);
+                if (isLong) oldLong.push_back(stored[i]);
+                continue;
+            }
+            after[i] = before[i];
+            Cell& cell = cells[c.number];
+            if (c.type == ColumnType::Boolean) {
+                const bool* b = before[i].getIf<bool>();
+                cell.flag = b && *b;
+                continue;
+            }
+            if (before[i].isNull()) continue;
+            cell.present = true;
+            if (isLong && stored[i].size() >= kLongValueFieldSize &&
+                (u32(reinterpret_cast<const std::uint8_t*>(stored[i].data())) & kLongValueInline)) {
+                // Inline data may have to leave the row to make room: the encoder decides again.
+                cell.bytes = stored[i].substr(kLongValueFieldSize);
+                cell.preferInline = true;
+            } else {
+                cell.bytes = stored[i];
+                cell.asStored = isLong;
+            }
+        }
+
+        // Keys: checked before anything is written for this row.
+        const std::uint32_t pointer = rowPointer(id.page, id.row);
+        for (std::size_t r = 0; r < layout_.realIndexes.size(); ++r) {
+            const RealIndex& ri = layout_.realIndexes[r];
+            bool touched = false;
+            for (const auto& k : ri.columns)
+                for (std::size_t p = 0; p < cols.size(); ++p)
+                    if (cols[p].number == k.columnNumber && changed[p]) touched = true;
+            if (!touched) continue;
+            bool oldAllNull = false, newAllNull = false, anyNull = false;
+            std::vector<std::uint8_t> oldKey, newKey;
+            try {
+                oldKey = rowIndexKey(
+                    ctx_, cols, ri, [&](std::size_t p) { return before[p]; }, &oldAllNull);
+                newKey = rowIndexKey(
+                    ctx_, cols, ri, [&](std::size_t p) { return after[p]; }, &newAllNull);
+            } catch (const KeyUnsupported& e) {
+                throw Error(errc::kCannotOpen, std::string("Cannot index this value: ") + e.what());
+            }
+            if (oldKey == newKey) continue;
+            for (const auto& k : ri.columns)
+                for (std::size_t p = 0; p < cols.size(); ++p)
+                    if (cols[p].number == k.columnNumber && after[p].isNull()) anyNull = true;
+            if ((ri.flags & kIdxRequired) && anyNull) throw Error::nullInIndex();
+            PendingKeys& pk = pending_[r];
+            pk.remove.insert(pointer);
+            if (newAllNull && (ri.flags & kIdxIgnoreNulls)) continue;
+            IndexEntry e;
+            e.key = std::move(newKey);
+            e.page = id.page;
+            e.row = static_cast<std::uint8_t>(id.row);
+            pk.add.push_back({std::move(e), (ri.flags & kIdxUnique) && !newAllNull});
+        }
+
+        const std::vector<std::uint8_t> image =
+            encoder_->encode(cells, [this](std::uint16_t column, const std::string& v,
+                                           std::uint8_t field[12]) { writeLongValue(column, v, field); });
+        placeUpdated(id, image);
+        for (const auto& field : oldLong) freeLongValueRows(tx_, store_, field);
+    }
+
+    // The index changes of every update() since the last call, then the editors' pages: old
+    // entries leave first, so rows may trade key values among themselves.
+    void finishUpdate() {
+        for (auto& [r, pk] : pending_) {
+            IndexEditor& ed = editor(r);
+            const std::size_t removed = ed.removeRows(pk.remove);
+            for (auto& [entry, unique] : pk.add) {
+                if (unique && !ed.findKey(entry.key).empty()) throw Error::duplicateKey();
+                ed.insert(entry);
+            }
+            // The entry count of the definition's index info only ever grows, as with Access.
+            if (pk.add.size() > removed) entries_[r] += static_cast<std::uint32_t>(pk.add.size() - removed);
+        }
+        for (auto& [r, ed] : editors_) ed->commit();
+        bool grown = false;
+        for (auto n : entries_) grown = grown || n != 0;
+        if (!grown) return;
+        std::vector<std::uint8_t>& first = tx_.modify(layout_.tdefPage);
+        for (std::size_t r = 0; r < entries_.size(); ++r) {
+            std::size_t at = f_.tdefRealIndexInfo + r * f_.realIndexInfoSize + f_.realIndexInfoRows;
+            if (at + 4 <= f_.pageSize) put32(first.data() + at, u32(first.data() + at) + entries_[r]);
+        }
+    }
+
   private:
     IndexEditor& editor(std::size_t r) {
         auto it = editors_.find(r);
@@ -434,6 +584,73 @@ class TableInserter {
         IndexRef ref{ri.rootPage, ri.usageMap, layout_.tdefPage};
         auto ed = std::make_unique<IndexEditor>(tx_, ref, store_.path);
         return *editors_.emplace(r, std::move(ed)).first->second;
+    }
+
+    // Where the row at slot `id` gets its new image `image` (see update()).
+    void placeUpdated(RowId id, const std::vector<std::uint8_t>& image) {
+        std::vector<std::uint8_t>& home = dataPageOfTable(id.page);
+        const std::size_t entry = f_.dataRowOffsets + 2u * id.row;
+        if (id.row >= u16(home.data() + f_.dataRowCount))
+            store_.corrupt(id.page, f_.dataRowCount, "row to update is missing");
+        const std::uint16_t raw = u16(home.data() + entry);
+        if (raw & kRowDeleted) store_.corrupt(id.page, entry, "row to update is deleted");
+        if (!(raw & kRowOverflow)) {
+            if (resizeRow(f_, home, static_cast<std::uint16_t>(id.row), image.data(), image.size())) return;
+            const RowId target = placeLookupRow(image);
+            std::uint8_t pointer[4];
+            put32(pointer, (target.page << 8) | target.row);
+            std::vector<std::uint8_t>& again = tx_.modify(id.page);
+            if (!resizeRow(f_, again, static_cast<std::uint16_t>(id.row), pointer, 4)) {
+                // A page whose rows lie out of order: the pointer takes the row's first bytes.
+                const std::size_t start = raw & kRowOffsetMask;
+                const std::size_t end =
+                    id.row == 0 ? f_.pageSize : u16(again.data() + entry - 2) & kRowOffsetMask;
+                if (end < start + 4 || end > f_.pageSize)
+                    store_.corrupt(id.page, entry, "row too short to hold an overflow pointer");
+                std::memcpy(again.data() + start, pointer, 4);
+            }
+            put16(again.data() + entry, static_cast<std::uint16_t>(u16(again.data() + entry) | kRowOverflow));
+            return;
+        }
+        // Already an overflow row: rewritten at its target, or moved on from there.
+        const std::size_t start = raw & kRowOffsetMask;
+        if (start + 4 > f_.pageSize) store_.corrupt(id.page, entry, "overflow pointer out of bounds");
+        const std::uint32_t ptr = u32(home.data() + start);
+        const RowId old{ptr >> 8, static_cast<std::uint16_t>(ptr & 0xFF)};
+        if (old.page == 0 || old.page >= tx_.pageCount())
+            store_.corrupt(id.page, start, "overflow pointer beyond the file");
+        std::vector<std::uint8_t>& at = dataPageOfTable(old.page);
+        const std::size_t oldEntry = f_.dataRowOffsets + 2u * old.row;
+        if (old.row >= u16(at.data() + f_.dataRowCount) || (u16(at.data() + oldEntry) & kRowOverflow))
+            store_.corrupt(old.page, f_.dataRowCount, "overflow row missing");
+        if (resizeRow(f_, at, old.row, image.data(), image.size())) return;
+        const RowId target = placeLookupRow(image);
+        std::vector<std::uint8_t>& slot = tx_.modify(id.page);
+        put32(slot.data() + start, (target.page << 8) | target.row);
+        // The old target is given up as Access gives up a deleted row; its bytes go back to the page.
+        std::vector<std::uint8_t>& was = tx_.modify(old.page);
+        resizeRow(f_, was, old.row, nullptr, 0);
+        put16(was.data() + oldEntry,
+              static_cast<std::uint16_t>(u16(was.data() + oldEntry) | kRowDeleted | kRowOverflow));
+    }
+
+    // A data page of this table, as the transaction holds it to change it.
+    std::vector<std::uint8_t>& dataPageOfTable(std::uint32_t pageNo) {
+        if (pageNo == 0 || pageNo >= tx_.pageCount()) store_.corrupt(pageNo, 0, "row beyond the file");
+        std::vector<std::uint8_t>& page = tx_.modify(pageNo);
+        if (page[0] != kPageData || u32(page.data() + f_.dataOwner) != layout_.tdefPage)
+            store_.corrupt(pageNo, 0, "row is not on a data page of its table");
+        return page;
+    }
+
+    // A moved row's new place: like an inserted row, but marked so that scans pass it by and
+    // only its slot's pointer leads to it.
+    RowId placeLookupRow(const std::vector<std::uint8_t>& image) {
+        const RowId at = placeRow(image);
+        std::vector<std::uint8_t>& page = tx_.modify(at.page);
+        std::uint8_t* e = page.data() + f_.dataRowOffsets + 2u * at.row;
+        put16(e, static_cast<std::uint16_t>(u16(e) | kRowDeleted));
+        return at;
     }
 
     RowId placeRow(const std::vector<std::uint8_t>& row) {
@@ -521,6 +738,11 @@ class TableInserter {
     std::uint32_t dataPage_ = 0;
     std::map<std::uint16_t, std::uint32_t> lvalPage_;
     std::map<std::size_t, std::unique_ptr<IndexEditor>> editors_;
+    struct PendingKeys {
+        std::set<std::uint32_t> remove;                // row pointers
+        std::vector<std::pair<IndexEntry, bool>> add;  // entry, checked for uniqueness
+    };
+    std::map<std::size_t, PendingKeys> pending_;
     std::vector<std::uint32_t> entries_;
     std::size_t width_ = 0;
 };
@@ -1088,6 +1310,91 @@ std::uint64_t insertRows(const Database& db, std::string_view table, const RowFe
     ins.finish();
     finishCommit(tx, stats);
     return n;
+}
+
+}  // namespace jet
+
+namespace jet {
+
+std::size_t updateRows(const Database& db, std::string_view tableName,
+                       const std::function<std::vector<RowId>()>& choose,
+                       const std::vector<std::size_t>& columns, const RowChange& change, CommitStats* stats) {
+    const std::shared_ptr<Store>& storePtr = db.store();
+    Transaction tx(db);
+    Store& store = *storePtr;
+    std::shared_ptr<const TableLayout> hold;
+    const TableLayout* layout = findLayout(store, tableName, hold);
+    if (!layout) throw Error::tableNotFound(std::string(tableName));
+    if (isSystemTable(layout->name))
+        throw Error(errc::kNoObjectPermission,
+                    "You do not have the necessary permissions to use the '" + layout->name +
+                        "' object.  Have your system administrator or the person who created this object "
+                        "establish the appropriate permissions for you.");
+    const auto& cols = layout->columns;
+    std::vector<bool> changed(cols.size(), false);
+    for (std::size_t c : columns) {
+        if (c >= cols.size()) throw Error::itemNotFound();
+        if (cols[c].flags & kColAutoNumber) throw Error(3164, "Field cannot be updated.");
+        changed[c] = true;
+    }
+    if (columns.empty()) return 0;
+
+    // Keys other tables refer to, and keys that must find their row in another table: refused
+    // whole rather than checked value by value, so no change can leave a relationship broken.
+    for (const RelationshipColumn& r : relationshipColumns(store)) {
+        if (!r.enforced) continue;
+        for (std::size_t c : columns) {
+            if (sameName(r.referencedObject, layout->name) && sameName(r.referencedColumn, cols[c].name))
+                throw Error(3200, "The record cannot be deleted or changed because table '" + r.object +
+                                      "' includes related records.");
+            if (sameName(r.object, layout->name) && sameName(r.column, cols[c].name))
+                throw Error(3201,
+                            "You cannot add or change a record because a related record is required "
+                            "in table '" +
+                                r.referencedObject + "'.");
+        }
+    }
+
+    const std::vector<RowId> chosen = choose();
+    std::set<std::pair<std::uint32_t, std::uint16_t>> wanted;
+    for (const RowId& r : chosen) wanted.insert({r.page, r.row});
+    if (wanted.empty()) return 0;
+
+    // What the chosen rows hold now, read before any of them changes.
+    struct Before {
+        RowId id;
+        std::vector<Value> values;
+        std::vector<std::string> stored;
+    };
+    std::vector<Before> rows;
+    {
+        Table table(storePtr, hold);
+        Cursor cur = table.cursor();
+        while (cur.next()) {
+            const RowId id = cur.rowId();
+            if (!wanted.count({id.page, id.row})) continue;
+            Before b;
+            b.id = id;
+            for (std::size_t i = 0; i < cols.size(); ++i) {
+                b.values.push_back(cur.value(i));
+                b.stored.emplace_back(cur.raw(i));
+            }
+            rows.push_back(std::move(b));
+        }
+    }
+    if (rows.empty()) return 0;
+
+    TableInserter ins(tx, store, *layout);
+    std::vector<Value> after;
+    for (Before& b : rows) {
+        after = b.values;
+        change(after);
+        ins.update(b.id, b.values, b.stored, after, changed);
+        b = Before{};
+    }
+    ins.finishUpdate();
+    finishCommit(tx, stats);
+    return rows.size();
 }
 
 }  // namespace jet

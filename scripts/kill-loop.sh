@@ -8,7 +8,7 @@
 # end (made once per table beforehand). Those reference results are checked by our reader (the
 # table gone, every other table's row count unchanged) and, with KILL_LOOP_VERIFY=1, by jet-verify
 # (minutes on this file). Then the same for a DELETE of half of Property, ROUNDS/2 times (at least
-# twice). Prints a line per round and a summary; exits 1 at the first file that is neither old nor
+# twice), and for an UPDATE of half of Property as often. Prints a line per round and a summary; exits 1 at the first file that is neither old nor
 # new.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -121,3 +121,40 @@ for ((i = 0; i < del_rounds; i++)); do
   echo "delete round $i: $state after ${delay_ms} ms -> $result"
 done
 echo "kill-loop: $del_rounds delete rounds: $dold old, $dnew new"
+
+# Then UPDATE of half of Property (a longer city moves many rows to overflow rows, a changed zip
+# replaces index-free columns), killed at random moments within the time it takes.
+upd="UPDATE Property SET City = 'A city name long enough to need more roo', Zip = '99999' WHERE PropertyID > 100000"
+cp "$work/original.mdb" "$work/ref-update.mdb"
+"$cli" jet exec "$work/ref-update.mdb" "$upd" >/dev/null
+counts "$work/ref-update.mdb" >"$work/ref.counts"
+if ! diff "$work/original.counts" "$work/ref.counts" >/dev/null; then
+  echo "kill-loop: the uninterrupted update changed row counts" >&2
+  exit 1
+fi
+if [ "${KILL_LOOP_VERIFY:-0}" = 1 ] && ! "$verify" "$work/ref-update.mdb" 2>/dev/null | grep -q ' 0 problems$'; then
+  echo "kill-loop: jet-verify finds problems after the update" >&2
+  exit 1
+fi
+uold=0 unew=0
+for ((i = 0; i < del_rounds; i++)); do
+  cp "$work/original.mdb" "$work/w.mdb"
+  delay_ms=$((RANDOM % 3000))
+  "$cli" jet exec "$work/w.mdb" "$upd" >"$work/out" 2>&1 &
+  pid=$!
+  sleep "$(printf '%d.%03d' $((delay_ms / 1000)) $((delay_ms % 1000)))"
+  if kill -9 "$pid" 2>/dev/null; then state=killed; else state=finished; fi
+  wait "$pid" 2>/dev/null || true
+  counts "$work/w.mdb" >/dev/null  # any open rolls back
+  if cmp -s "$work/w.mdb" "$work/original.mdb"; then
+    result=old uold=$((uold + 1))
+  elif cmp -s "$work/w.mdb" "$work/ref-update.mdb"; then
+    result=new unew=$((unew + 1))
+  else
+    echo "update round $i: $state after ${delay_ms} ms: the file is neither old nor new" >&2
+    exit 1
+  fi
+  rm -f "$work/w.ldb" "$work/w.mdb-journal-ignored"
+  echo "update round $i: $state after ${delay_ms} ms -> $result"
+done
+echo "kill-loop: $del_rounds update rounds: $uold old, $unew new"

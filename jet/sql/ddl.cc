@@ -91,6 +91,7 @@ class ChangeParser {
         }
         if (keywordIs(peek(), "DROP") && keywordIs(peek(1), "INDEX")) return dropIndex();
         if (keywordIs(peek(), "INSERT")) return insert();
+        if (keywordIs(peek(), "UPDATE")) return update();
         return std::nullopt;
     }
 
@@ -356,7 +357,7 @@ class ChangeParser {
             if (t.kind == Tok::Number) {
                 v.number = t.text;
             } else {
-                if (peek().kind != Tok::Number) throw changeError(ChangeFailure::InsertSyntax);
+                if (peek().kind != Tok::Number) throw changeError(valueSyntax_);
                 v.number = (negative ? "-" : "") + take().text;
             }
             v.kind = InsertValue::Kind::Number;
@@ -372,14 +373,14 @@ class ChangeParser {
         } else if (t.kind == Tok::Other && t.text == "#") {
             // The date runs to the next '#' in the statement's text; the tokens in between are skipped.
             const auto close = sql_.find('#', t.end);
-            if (close == std::string_view::npos) throw changeError(ChangeFailure::InsertSyntax);
+            if (close == std::string_view::npos) throw changeError(valueSyntax_);
             const auto date = parseDateLiteral(sql_.substr(t.end, close - t.end));
-            if (!date) throw changeError(ChangeFailure::InsertSyntax);
+            if (!date) throw changeError(valueSyntax_);
             v.kind = InsertValue::Kind::Date;
             v.date = *date;
             while (peek().kind != Tok::End && peek().begin <= close) take();
         } else {
-            throw changeError(ChangeFailure::InsertSyntax);
+            throw changeError(valueSyntax_);
         }
         return v;
     }
@@ -412,6 +413,39 @@ class ChangeParser {
         return st;
     }
 
+    ChangeStatement update() {
+        take();  // UPDATE
+        valueSyntax_ = ChangeFailure::UpdateSyntax;
+        auto open = [&] {
+            if (peek().kind == Tok::BadString || peek().kind == Tok::BadBracket)
+                throw changeError(ChangeFailure::UpdateSyntax);
+        };
+        UpdateStatement st;
+        open();
+        st.table = name(ChangeFailure::UpdateSyntax);
+        expectKeyword("SET", ChangeFailure::UpdateSyntax);
+        while (true) {
+            open();
+            std::string column = name(ChangeFailure::UpdateSyntax);
+            // A column may be named with its table: t.c or [t].[c].
+            if (takeIf(Tok::Dot)) {
+                if (!sameName(column, st.table)) throw changeError(ChangeFailure::UpdateSyntax);
+                open();
+                column = name(ChangeFailure::UpdateSyntax);
+            }
+            expect(Tok::Eq, ChangeFailure::UpdateSyntax);
+            open();
+            st.assignments.emplace_back(std::move(column), value());
+            if (!takeIf(Tok::Comma)) break;
+        }
+        if (keywordIs(peek(), "WHERE")) {
+            st.where = std::string(sql_.substr(peek().begin));
+            return st;
+        }
+        finish(ChangeFailure::UpdateSyntax);
+        return st;
+    }
+
     static bool sameName(std::string_view a, std::string_view b) {
         if (a.size() != b.size()) return false;
         for (std::size_t i = 0; i < a.size(); ++i) {
@@ -427,6 +461,7 @@ class ChangeParser {
     std::vector<Token> toks_;
     FormatVersion version_;
     std::size_t pos_ = 0;
+    ChangeFailure valueSyntax_ = ChangeFailure::InsertSyntax;  // a literal Jet cannot read
 };
 
 // Days from 1899-12-30 to the given day of the proleptic Gregorian calendar.

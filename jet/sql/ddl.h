@@ -94,8 +94,16 @@ struct InsertStatement {
     std::vector<InsertValue> values;
 };
 
-using ChangeStatement =
-    std::variant<CreateTableStatement, CreateIndexStatement, DropIndexStatement, InsertStatement>;
+// UPDATE t SET c = literal [, ...] [WHERE ...]: the condition is kept as written (from WHERE to
+// the end) for the query parser, which selects the rows.
+struct UpdateStatement {
+    std::string table;
+    std::vector<std::pair<std::string, InsertValue>> assignments;  // column, value
+    std::string where;                                             // empty: every row
+};
+
+using ChangeStatement = std::variant<CreateTableStatement, CreateIndexStatement, DropIndexStatement,
+                                     InsertStatement, UpdateStatement>;
 
 // Parses `sql` when it is one of the statements above; std::nullopt when it starts with none of
 // them (another parser's statement). Throws jet::Error for a statement of these kinds that Jet

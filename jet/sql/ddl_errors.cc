@@ -21,6 +21,7 @@ constexpr std::array kEntries{
     Entry{ChangeFailure::FieldSyntax, 3292, "Syntax error in field definition."},
     Entry{ChangeFailure::DropSyntax, 3295, "Syntax error in DROP TABLE or DROP INDEX."},
     Entry{ChangeFailure::InsertSyntax, 3134, "Syntax error in INSERT INTO statement."},
+    Entry{ChangeFailure::UpdateSyntax, 3144, "Syntax error in UPDATE statement."},
     Entry{ChangeFailure::ValueCount, 3346, "Number of query values and destination fields are not the same."},
     Entry{ChangeFailure::UnknownInsertField, 3127,
           "The INSERT INTO statement contains the following unknown field name: '%1'.  Make sure you have "

@@ -16,6 +16,7 @@ enum class ChangeFailure {
     FieldSyntax,         // 3292 an unknown type, a bad size
     DropSyntax,          // 3295
     InsertSyntax,        // 3134
+    UpdateSyntax,        // 3144
     ValueCount,          // 3346 values and fields differ in number
     UnknownInsertField,  // 3127 names the field
     DuplicateField,      // 3191 a column defined twice

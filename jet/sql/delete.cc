@@ -12,6 +12,25 @@
 
 namespace jet::sql {
 
+std::vector<RowId> selectedRows(const Database& db, const std::string& select) {
+    std::vector<RowId> rows;
+    try {
+        OpenOptions options;
+        options.keepColumnText = false;
+        RowSet found = RowSet::open(db, select, options);
+        rows.reserve(found.recordCount());
+        for (std::size_t r = 0; r < found.recordCount(); ++r) {
+            const Cursor* cursor = found.tableRow(r);
+            if (cursor) rows.push_back(cursor->rowId());
+        }
+    } catch (const Error& e) {
+        if (e.number() == errorNumber(Failure::MissingParameter))
+            throw Error(3061, "Too few parameters. Expected 1.");
+        throw;
+    }
+    return rows;
+}
+
 std::optional<std::int64_t> executeDelete(const Database& db, std::string_view sql, CommitStats* stats) {
     const std::vector<lex::Token> t = lex::tokenize(sql);
     if (t.empty() || !lex::keywordIs(t[0], "DELETE")) return std::nullopt;
@@ -32,26 +51,7 @@ std::optional<std::int64_t> executeDelete(const Database& db, std::string_view s
     if (!st || !st->groupBy.empty() || !st->orderBy.empty() || st->top) throw makeError(Failure::FromClause);
 
     const std::size_t n = deleteRows(
-        db, st->table,
-        [&] {
-            std::vector<RowId> rows;
-            try {
-                OpenOptions options;
-                options.keepColumnText = false;
-                RowSet found = RowSet::open(db, select, options);
-                rows.reserve(found.recordCount());
-                for (std::size_t r = 0; r < found.recordCount(); ++r) {
-                    const Cursor* cursor = found.tableRow(r);
-                    if (cursor) rows.push_back(cursor->rowId());
-                }
-            } catch (const Error& e) {
-                if (e.number() == errorNumber(Failure::MissingParameter))
-                    throw Error(3061, "Too few parameters. Expected 1.");
-                throw;
-            }
-            return rows;
-        },
-        stats);
+        db, st->table, [&] { return selectedRows(db, select); }, stats);
     return static_cast<std::int64_t>(n);
 }
 

@@ -95,6 +95,32 @@ std::int64_t insert(const Database& db, const InsertStatement& st, CommitStats* 
         stats));
 }
 
+std::int64_t update(const Database& db, const UpdateStatement& st, CommitStats* stats) {
+    if (!db.hasTable(st.table)) throw Error::tableNotFound(st.table);
+    Table table = db.openTable(st.table);
+    const auto& cols = table.columns();
+    std::vector<std::size_t> positions;
+    std::vector<Value> values;
+    for (const auto& [name, literal] : st.assignments) {
+        const int p = table.findColumn(name);
+        // Jet takes a name that is no column for a parameter left without a value.
+        if (p < 0) throw Error(3061, "Too few parameters. Expected 1.");
+        const auto at = static_cast<std::size_t>(p);
+        for (std::size_t q : positions)
+            if (q == at) throw changeError(ChangeFailure::DuplicateField);
+        if (cols[at].flags & 0x04) throw Error(3164, "Field cannot be updated.");
+        positions.push_back(at);
+        values.push_back(convertForColumn(cols[at], incomingOf(literal)));
+    }
+    const std::string select = "SELECT * FROM [" + table.name() + "] " + st.where;
+    return static_cast<std::int64_t>(updateRows(
+        db, table.name(), [&] { return selectedRows(db, select); }, positions,
+        [&](std::vector<Value>& row) {
+            for (std::size_t k = 0; k < positions.size(); ++k) row[positions[k]] = values[k];
+        },
+        stats));
+}
+
 }  // namespace
 
 std::int64_t execute(const Database& db, std::string_view sql, CommitStats* stats) {
@@ -111,6 +137,7 @@ std::int64_t execute(const Database& db, std::string_view sql, CommitStats* stat
             jet::dropIndex(db, di->table, di->index, stats);
             return 0;
         }
+        if (const auto* up = std::get_if<UpdateStatement>(&*change)) return update(db, *up, stats);
         return insert(db, std::get<InsertStatement>(*change), stats);
     }
     if (const auto deleted = executeDelete(db, sql, stats)) return *deleted;

@@ -153,6 +153,30 @@ TEST(Crash, StoppedAtEveryWriteAndSyncOfADelete) {
     EXPECT_EQ(counts.old + counts.fresh, counts.points);
 }
 
+TEST(Crash, StoppedAtEveryWriteAndSyncOfAnUpdate) {
+    CrashCounts counts;
+    // Rows grown past their pages' room (moved to overflow rows), with index entries replaced.
+    crashEverywhere("suite/drive_c/KELDATA/Office.mdb",
+                    running("UPDATE Property SET City = 'A city name long enough to need more roo', "
+                            "Zip = '99999' WHERE PropertyID < 120"),
+                    counts);
+    // Memos made longer (new long-value pages, the old rows given back) and shorter.
+    crashEverywhere(
+        "suite/drive_c/KELDATA/Office.mdb",
+        running("UPDATE Property SET Notes = '" + std::string(3000, 'm') + "' WHERE PropertyID < 40"),
+        counts);
+    crashEverywhere("suite/drive_c/KELDATA/Office.mdb",
+                    running("UPDATE Property SET Notes = 'short' WHERE PropertyID < 300"), counts);
+    // A Jet 3 file: an indexed text column grown.
+    crashEverywhere("access-corpus/V1997/testV1997.mdb",
+                    running("UPDATE Table1 SET B = '" + std::string(100, 'b') + "'"), counts);
+    std::printf("crash points tried: %zu, old file after reopening: %zu, new file: %zu\n", counts.points,
+                counts.old, counts.fresh);
+    EXPECT_GT(counts.old, 0u);
+    EXPECT_GT(counts.fresh, 0u);
+    EXPECT_EQ(counts.old + counts.fresh, counts.points);
+}
+
 // Each write or sync failing in turn (a full disk): a Jet error and the old file, or success and
 // the new one; never anything else, now or after the next open.
 TEST(Faults, EveryWriteAndSyncFailingInTurn) {

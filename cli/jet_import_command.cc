@@ -5,6 +5,7 @@
 // "YYYY-MM-DD HH:MM:SS", GUIDs in braces, Binary and OLE as base64). Prints {"rowsAffected":N},
 // or the engine's error line and exit 1 with the file unchanged. Input that is not such JSON
 // gives 3134 "Syntax error in INSERT INTO statement." naming the line.
+#include <algorithm>
 #include <istream>
 #include <optional>
 #include <ostream>
@@ -20,6 +21,43 @@
 
 namespace qx::cli {
 namespace {
+
+// The input's lines, read in large blocks: a line at a time through the synchronised standard
+// input costs a library call per character, which a large import notices.
+class LineReader {
+  public:
+    explicit LineReader(std::istream& in) : buf_(in.rdbuf()) {}
+    bool next(std::string& line) {
+        for (;;) {
+            const std::size_t nl = data_.find('\n', pos_);
+            if (nl != std::string::npos) {
+                line.assign(data_, pos_, nl - pos_);
+                pos_ = nl + 1;
+                return true;
+            }
+            if (ended_) {
+                if (pos_ >= data_.size()) return false;
+                line.assign(data_, pos_, std::string::npos);
+                pos_ = data_.size();
+                return true;
+            }
+            data_.erase(0, pos_);
+            pos_ = 0;
+            const std::size_t had = data_.size();
+            data_.resize(had + kBlock);
+            const std::streamsize got = buf_ ? buf_->sgetn(data_.data() + had, kBlock) : 0;
+            data_.resize(had + static_cast<std::size_t>(std::max<std::streamsize>(got, 0)));
+            if (got <= 0) ended_ = true;
+        }
+    }
+
+  private:
+    static constexpr std::streamsize kBlock = 1 << 20;
+    std::streambuf* buf_;
+    std::string data_;
+    std::size_t pos_ = 0;
+    bool ended_ = false;
+};
 
 struct JsonValue {
     enum class Kind { Null, Boolean, Number, String, Array, Object } kind = Kind::Null;
@@ -166,9 +204,10 @@ int runImport(Invocation& inv) {
         const auto& cols = table.columns();
         std::string line;
         std::size_t lineNo = 0;
+        LineReader input(inv.in);
         // The columns line: where each value of a row goes.
         std::vector<std::size_t> target;
-        while (std::getline(inv.in, line)) {
+        while (input.next(line)) {
             ++lineNo;
             if (line.empty()) continue;
             auto doc = JsonReader(line).document();
@@ -193,7 +232,7 @@ int runImport(Invocation& inv) {
         }
         if (target.empty()) throw badLine(lineNo);
         const std::uint64_t rows = jet::insertRows(db, table.name(), [&](std::vector<jet::Value>& row) {
-            while (std::getline(inv.in, line)) {
+            while (input.next(line)) {
                 ++lineNo;
                 if (line.empty()) continue;
                 auto doc = JsonReader(line).document();

@@ -142,6 +142,10 @@ void appendJet4Text(std::string& out, const std::uint8_t* data, std::size_t leng
 void appendCodePageText(std::string& out, const std::uint8_t* data, std::size_t length,
                         std::uint16_t codePage);
 void appendText(const Store& store, std::string& out, const std::uint8_t* data, std::size_t length);
+// The reverse for Jet 3: UTF-8 text appended to `out` in Windows-1252, the five unassigned
+// positions included (their C1 controls are what reading them gives). False, with `missing` set,
+// at the first character the code page lacks; `out` then holds a part and is to be discarded.
+bool encodeCp1252(std::string_view utf8, std::string& out, std::uint32_t& missing);
 
 // Reads a memo/OLE value whose 12-byte field (and inline data) is `field`; `page` and `offset`
 // locate the field for error texts. Appends the value's bytes to `out`.

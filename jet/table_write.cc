@@ -89,31 +89,15 @@ std::string toUcs2(const std::string& s) {
     return out;
 }
 
-// Windows-1252 bytes of the characters 0x80..0x9F.
-constexpr std::uint16_t kCp1252High[32] = {0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
-                                           0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0,      0x017D, 0,
-                                           0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
-                                           0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
-
 // UTF-8 to Windows-1252; a character it lacks is refused rather than replaced.
 std::string toCp1252(const std::string& s) {
     std::string out;
-    for (std::size_t i = 0; i < s.size();) {
-        std::uint32_t cp = nextCode(s, i);
-        if (cp < 0x80 || (cp >= 0xA0 && cp <= 0xFF)) {
-            out.push_back(static_cast<char>(cp));
-            continue;
-        }
-        int found = -1;
-        for (int k = 0; k < 32; ++k)
-            if (kCp1252High[k] == cp && cp != 0) found = k;
-        if (found < 0) {
-            char buf[64];
-            std::snprintf(buf, sizeof buf, "character U+%04X has no Windows-1252 byte",
-                          static_cast<unsigned>(cp));
-            throw Error(errc::kCannotOpen, buf);
-        }
-        out.push_back(static_cast<char>(0x80 + found));
+    std::uint32_t missing = 0;
+    if (!encodeCp1252(s, out, missing)) {
+        char buf[64];
+        std::snprintf(buf, sizeof buf, "character U+%04X has no Windows-1252 byte",
+                      static_cast<unsigned>(missing));
+        throw Error(errc::kCannotOpen, buf);
     }
     return out;
 }

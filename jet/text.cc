@@ -164,6 +164,19 @@ void appendText(const Store& store, std::string& out, const std::uint8_t* data, 
     appendWith(out, length, [&](char* d) { return writeText(store, d, data, length); });
 }
 
+bool encodeCp1252(std::string_view utf8, std::string& out, std::uint32_t& missing) {
+    for (std::size_t i = 0; i < utf8.size();) {
+        const char32_t cp = qx::base::decodeUtf8OrByte(utf8, i);
+        const int byte = qx::base::unicodeToCp1252(cp);
+        if (byte < 0) {
+            missing = cp;
+            return false;
+        }
+        out.push_back(static_cast<char>(byte));
+    }
+    return true;
+}
+
 bool sameName(std::string_view a, std::string_view b) noexcept {
     std::size_t i = 0, j = 0;
     while (i < a.size() && j < b.size()) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <map>
 
 #include "jet/journal.h"
 #include "jet/locks.h"
@@ -101,7 +102,10 @@ std::vector<std::uint8_t>& Transaction::mutablePage(std::uint32_t page) {
 }
 
 void Transaction::write(std::uint32_t page, const std::uint8_t* data) {
-    if (page == 1) globalMap_.reset();
+    if (page == 1) {
+        globalMap_.reset();
+        firstMaybeFree_ = 3;
+    }
     if (finished_) throw Error(errc::kDiskError, "Disk or network error.");
     if (page == 0 || page >= pageCount_)
         store_->corrupt(page, 0, "write to a page beyond the end of the file");
@@ -141,7 +145,16 @@ void Transaction::setInMap(std::uint32_t usageMap, std::uint32_t page, bool owne
             }
         }
         std::uint32_t newStart = lo & ~7u;
-        if (hi - newStart >= bits) throw mapTooSmall();
+        if (hi - newStart >= bits) {
+            // The pages are too far apart for one window: the row becomes a reference map of
+            // the same length, as Jet turns it, and the page is marked through that.
+            if (holder == 1) throw mapTooSmall();
+            std::vector<std::uint32_t> marked{page};
+            for (std::size_t i = 0; i < bits; ++i)
+                if (r[5 + i / 8] & (1u << (i % 8))) marked.push_back(start + static_cast<std::uint32_t>(i));
+            toReferenceMap(holder, row.start, row.length, marked);
+            return;
+        }
         std::vector<std::uint8_t> fresh(row.length - 5, 0);
         for (std::size_t i = 0; i < bits; ++i) {
             if (r[5 + i / 8] & (1u << (i % 8))) {
@@ -184,6 +197,37 @@ void Transaction::setInMap(std::uint32_t usageMap, std::uint32_t page, bool owne
         bp[4 + i / 8] = static_cast<std::uint8_t>(bp[4 + i / 8] | (1u << (i % 8)));
     else
         bp[4 + i / 8] = static_cast<std::uint8_t>(bp[4 + i / 8] & ~(1u << (i % 8)));
+}
+
+void Transaction::toReferenceMap(std::uint32_t holder, std::size_t rowStart, std::size_t rowLength,
+                                 const std::vector<std::uint32_t>& owned) {
+    const JetFormat& f = format();
+    const std::size_t per = static_cast<std::size_t>(f.pageSize - 4) * 8;
+    const std::size_t slots = (rowLength - 1) / 4;
+    std::map<std::size_t, std::vector<std::uint8_t>> bitmaps;
+    for (const std::uint32_t p : owned) {
+        const std::size_t slot = p / per;
+        if (slot >= slots) throw mapTooSmall();
+        std::vector<std::uint8_t>& bp = bitmaps[slot];
+        if (bp.empty()) {
+            bp.assign(f.pageSize, 0);
+            bp[0] = kPageUsageMap;
+            bp[1] = 0x01;
+        }
+        const std::size_t i = p - slot * per;
+        bp[4 + i / 8] = static_cast<std::uint8_t>(bp[4 + i / 8] | (1u << (i % 8)));
+    }
+    // The bitmap pages first (allocating touches the global map), then the row in one go.
+    std::vector<std::pair<std::size_t, std::uint32_t>> placed;
+    for (const auto& [slot, bp] : bitmaps) {
+        const std::uint32_t fresh = allocate(0);
+        write(fresh, bp.data());
+        placed.emplace_back(slot, fresh);
+    }
+    std::uint8_t* r = mutablePage(holder).data() + rowStart;
+    std::memset(r, 0, rowLength);
+    r[0] = 0x01;
+    for (const auto& [slot, fresh] : placed) put32(r + 1 + 4 * slot, fresh);
 }
 
 bool Transaction::isFree(std::uint32_t page) {
@@ -232,19 +276,18 @@ bool Transaction::globalCovers(std::uint32_t page) {
 }
 
 void Transaction::setFree(std::uint32_t page, bool free) {
-    // In the global map a set bit means free. An inline map covers a window of pages (Jet keeps it
-    // where the file ends); pages it does not cover cannot be marked: one freed below the window
-    // stays unused until the file is compacted, as with Jet itself.
-    if (!globalCovers(page)) {
-        if (free) return;
-        throw mapTooSmall();
-    }
+    // In the global map a set bit means free, and a page it does not cover counts as used. An
+    // inline map covers a window of pages; a page outside it is already used as far as any
+    // reader can tell, and one freed there stays unused until the file is compacted, as with
+    // Jet itself. So a file keeps growing past the window of its global map.
+    if (!globalCovers(page)) return;
     setInMap((1u << 8) | 0u, page, free);
+    if (free) firstMaybeFree_ = std::min(firstMaybeFree_, page);
 }
 
 std::uint32_t Transaction::allocate(std::uint32_t usageMap) {
     std::uint32_t page = 0;
-    for (std::uint32_t p = 3; p < pageCount_; ++p) {
+    for (std::uint32_t p = std::max<std::uint32_t>(firstMaybeFree_, 3); p < pageCount_; ++p) {
         if (isFree(p)) {
             page = p;
             break;
@@ -258,6 +301,7 @@ std::uint32_t Transaction::allocate(std::uint32_t usageMap) {
     }
     setFree(page, false);
     setInMap(usageMap, page, true);
+    firstMaybeFree_ = page + 1;
     return page;
 }
 

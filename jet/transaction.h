@@ -77,6 +77,11 @@ class Transaction final : public detail::PageIO {
     detail::Store& store() noexcept { return *store_; }
 
   private:
+    // Rewrites the inline map row at `rowStart` of page `holder` as a reference map of the same
+    // length marking the pages `owned`, with a new bitmap page per slot that has any. 3035 when a
+    // page lies beyond the last slot.
+    void toReferenceMap(std::uint32_t holder, std::size_t rowStart, std::size_t rowLength,
+                        const std::vector<std::uint32_t>& owned);
     std::vector<std::uint8_t>& mutablePage(std::uint32_t page);
     void undoWrites(const std::vector<std::vector<std::uint8_t>>& originals,
                     const std::vector<std::uint32_t>& pages, std::uint64_t originalLength);
@@ -86,6 +91,10 @@ class Transaction final : public detail::PageIO {
     std::unique_ptr<std::vector<std::uint8_t>> globalMap_;  // page 1 as last read, for globalCovers
     std::uint32_t pageCount_ = 0;
     std::uint32_t originalCount_ = 0;
+    // No page below this one is free: allocation searches from here, so that filling a table
+    // does not scan the whole global map for every page it takes. Lowered by a release and by
+    // any rewrite of the global map's page.
+    std::uint32_t firstMaybeFree_ = 3;
     bool holdsWriteLock_ = false;
     bool finished_ = false;
     CommitStats stats_;

@@ -29,6 +29,8 @@ inline constexpr void civilFromDays(long long z, int& y, int& m, int& d) noexcep
     y = static_cast<int>(yy + (m <= 2 ? 1 : 0));
 }
 
-inline constexpr bool isLeapYear(long long y) noexcept { return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0; }
+inline constexpr bool isLeapYear(long long y) noexcept {
+    return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0;
+}
 
 }  // namespace qx::base

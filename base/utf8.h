@@ -17,7 +17,9 @@ inline constexpr char32_t kInvalidUtf8 = 0xFFFFFFFF;
 // A stray byte b decodes (decodeUtf8OrByte) as kStrayByte + b; only bytes 0x80..0xFF can be stray.
 inline constexpr char32_t kStrayByte = 0xDC00;
 
-inline bool isStrayByte(char32_t c) noexcept { return c >= kStrayByte + 0x80 && c <= kStrayByte + 0xFF; }
+inline bool isStrayByte(char32_t c) noexcept {
+    return c >= kStrayByte + 0x80 && c <= kStrayByte + 0xFF;
+}
 
 // Decodes the character at text[pos] and advances pos past it: a well-formed sequence (shortest
 // form, no surrogates, at most U+10FFFF), or else kInvalidUtf8 after one byte.

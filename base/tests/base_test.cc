@@ -17,8 +17,8 @@ std::string encoded(char32_t cp) {
 }
 
 TEST(Utf8, EveryScalarValueRoundTrips) {
-    for (char32_t cp : {0x0u, 0x41u, 0x7Fu, 0x80u, 0x7FFu, 0x800u, 0xD7FFu, 0xE000u, 0xFFFDu, 0xFFFFu, 0x10000u,
-                        0x10FFFFu}) {
+    for (char32_t cp : {0x0u, 0x41u, 0x7Fu, 0x80u, 0x7FFu, 0x800u, 0xD7FFu, 0xE000u, 0xFFFDu, 0xFFFFu,
+                        0x10000u, 0x10FFFFu}) {
         const std::string s = encoded(cp);
         std::size_t pos = 0;
         EXPECT_EQ(decodeUtf8(s, pos), cp);
@@ -31,8 +31,8 @@ TEST(Utf8, EveryScalarValueRoundTrips) {
 
 TEST(Utf8, MalformedBytesAreRefusedOneAtATime) {
     // Overlong, a surrogate, beyond U+10FFFF, truncated, a lone continuation byte.
-    for (std::string bad : {std::string("\xC0\xAF"), std::string("\xED\xA0\x80"), std::string("\xF4\x90\x80\x80"),
-                            std::string("\xE2\x82"), std::string("\x80")}) {
+    for (std::string bad : {std::string("\xC0\xAF"), std::string("\xED\xA0\x80"),
+                            std::string("\xF4\x90\x80\x80"), std::string("\xE2\x82"), std::string("\x80")}) {
         std::size_t pos = 0;
         EXPECT_EQ(decodeUtf8(bad, pos), kInvalidUtf8) << bad.size();
         EXPECT_EQ(pos, 1u);

@@ -89,88 +89,11 @@ class JsonReader {
         i_ += n;
         return true;
     }
-    void utf8(std::string& out, std::uint32_t cp) {
-        if (cp < 0x80) {
-            out.push_back(static_cast<char>(cp));
-        } else if (cp < 0x800) {
-            out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-            out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-        } else if (cp < 0x10000) {
-            out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-            out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-        } else {
-            out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
-            out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-        }
-    }
-    bool hex4(std::uint32_t& v) {
-        if (i_ + 4 > s_.size()) return false;
-        v = 0;
-        for (int k = 0; k < 4; ++k) {
-            char c = s_[i_++];
-            int d = c >= '0' && c <= '9'   ? c - '0'
-                    : c >= 'a' && c <= 'f' ? c - 'a' + 10
-                    : c >= 'A' && c <= 'F' ? c - 'A' + 10
-                                           : -1;
-            if (d < 0) return false;
-            v = v * 16 + static_cast<std::uint32_t>(d);
-        }
-        return true;
-    }
     bool string(std::string& out) {
-        if (i_ >= s_.size() || s_[i_] != '"') return false;
-        ++i_;
-        while (i_ < s_.size()) {
-            char c = s_[i_++];
-            if (c == '"') return true;
-            if (c != '\\') {
-                out.push_back(c);
-                continue;
-            }
-            if (i_ >= s_.size()) return false;
-            char e = s_[i_++];
-            switch (e) {
-                case '"':
-                case '\\':
-                case '/':
-                    out.push_back(e);
-                    break;
-                case 'b':
-                    out.push_back('\b');
-                    break;
-                case 'f':
-                    out.push_back('\f');
-                    break;
-                case 'n':
-                    out.push_back('\n');
-                    break;
-                case 'r':
-                    out.push_back('\r');
-                    break;
-                case 't':
-                    out.push_back('\t');
-                    break;
-                case 'u': {
-                    std::uint32_t cp = 0;
-                    if (!hex4(cp)) return false;
-                    if (cp >= 0xD800 && cp < 0xDC00 && i_ + 6 <= s_.size() && s_[i_] == '\\' &&
-                        s_[i_ + 1] == 'u') {
-                        i_ += 2;
-                        std::uint32_t low = 0;
-                        if (!hex4(low)) return false;
-                        cp = 0x10000 + ((cp - 0xD800) << 10) + (low - 0xDC00);
-                    }
-                    utf8(out, cp);
-                    break;
-                }
-                default:
-                    return false;
-            }
-        }
-        return false;
+        auto text = jet::json::readString(s_, i_);
+        if (!text) return false;
+        out = std::move(*text);
+        return true;
     }
     bool value(JsonValue& v, int depth) {
         if (depth > 4) return false;

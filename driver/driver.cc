@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <istream>
@@ -17,6 +16,7 @@
 #include <vector>
 
 #include "assembly/subsystems.h"
+#include "base/civil_date.h"
 #include "driver/json.h"
 #include "platform/faulty_filesystem.h"
 #include "platform/ini_profile.h"
@@ -34,25 +34,12 @@ namespace {
 
 // ---- Time arithmetic for the script clock ------------------------------------------------------
 
-// Days since 1970-01-01 of a civil date, and back (proleptic Gregorian, the standard library's
-// calendar, as the test clock's).
-std::int64_t daysFromCivil(std::int64_t y, unsigned m, unsigned d) {
-    using namespace std::chrono;
-    return sys_days{year{static_cast<int>(y)} / month{m} / day{d}}.time_since_epoch().count();
-}
-
-void civilFromDays(std::int64_t z, int& y, int& m, int& d) {
-    using namespace std::chrono;
-    const year_month_day ymd{sys_days{days{z}}};
-    y = static_cast<int>(ymd.year());
-    m = static_cast<int>(static_cast<unsigned>(ymd.month()));
-    d = static_cast<int>(static_cast<unsigned>(ymd.day()));
-}
+using base::civilFromDays;
+using base::daysFromCivil;
 
 platform::LocalTime addMilliseconds(const platform::LocalTime& t, std::int64_t ms) {
     std::int64_t seconds =
-        daysFromCivil(t.year, static_cast<unsigned>(t.month), static_cast<unsigned>(t.day)) * 86400 +
-        t.hour * 3600 + t.minute * 60 + t.second;
+        daysFromCivil(t.year, t.month, t.day) * 86400 + t.hour * 3600 + t.minute * 60 + t.second;
     seconds += ms / 1000;
     std::int64_t days = seconds / 86400;
     std::int64_t rest = seconds % 86400;
@@ -234,8 +221,7 @@ platform::LocalTime parseDateTime(const std::string& text, bool withTime) {
         throw ScriptError("expected a date " + std::string(withTime ? "YYYY-MM-DDTHH:MM:SS" : "YYYY-MM-DD") +
                           ", got '" + text + "'");
     int y = 0, m = 0, d = 0;
-    civilFromDays(daysFromCivil(t.year, static_cast<unsigned>(t.month), static_cast<unsigned>(t.day)), y, m,
-                  d);
+    civilFromDays(daysFromCivil(t.year, t.month, t.day), y, m, d);
     if (y != t.year || m != t.month || d != t.day) throw ScriptError("no such date '" + text + "'");
     return t;
 }

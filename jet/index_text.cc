@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "base/utf8.h"
 #include "jet/index_key.h"
 #include "jet/index_text_codes.h"
 
@@ -37,19 +38,10 @@ std::string describe(char32_t c) {
 // Decodes UTF-8; invalid sequences are refused (a key of a guessed character would be wrong).
 std::vector<char32_t> decodeUtf8(const std::string& s) {
     std::vector<char32_t> out;
-    std::size_t i = 0;
-    while (i < s.size()) {
-        auto b = static_cast<unsigned char>(s[i]);
-        std::size_t len = b < 0x80 ? 1 : (b >> 5) == 6 ? 2 : (b >> 4) == 14 ? 3 : (b >> 3) == 30 ? 4 : 0;
-        if (len == 0 || i + len > s.size()) throw KeyUnsupported("text that is not valid UTF-8");
-        char32_t c = len == 1 ? b : len == 2 ? (b & 0x1F) : len == 3 ? (b & 0x0F) : (b & 0x07);
-        for (std::size_t k = 1; k < len; ++k) {
-            auto cb = static_cast<unsigned char>(s[i + k]);
-            if ((cb & 0xC0) != 0x80) throw KeyUnsupported("text that is not valid UTF-8");
-            c = (c << 6) | (cb & 0x3F);
-        }
+    for (std::size_t i = 0; i < s.size();) {
+        const char32_t c = qx::base::decodeUtf8(s, i);
+        if (c == qx::base::kInvalidUtf8) throw KeyUnsupported("text that is not valid UTF-8");
         out.push_back(c);
-        i += len;
     }
     return out;
 }

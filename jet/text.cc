@@ -3,12 +3,13 @@
 // The converters write into caller-provided room (textCapacity(n) bytes for n stored bytes) and
 // return the end of what they wrote, so that a cursor can convert into one reused buffer without
 // clearing or growing it for every value.
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <iterator>
 #include <string>
 
+#include "base/cp1252.h"
+#include "base/letter_case.h"
+#include "base/utf8.h"
 #include "jet/store.h"
 
 #if defined(__SSE2__)
@@ -18,13 +19,6 @@
 namespace jet::detail {
 
 namespace {
-
-// Windows-1252 0x80..0x9F; the rest of the page is Latin-1. Unassigned positions map to the C1
-// control of the same number, as Windows' own conversion does.
-constexpr std::uint16_t kCp1252High[32] = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
-                                           0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
-                                           0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
-                                           0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
 // UTF-16 units to UTF-8, pairing surrogates; a lone surrogate becomes U+FFFD. At most 3 bytes
 // per unit are written (a pair of units gives 4).
@@ -52,37 +46,24 @@ class Utf8Writer {
         }
         if (high_) {
             if (u >= 0xDC00 && u <= 0xDFFF) {
-                std::uint32_t cp = 0x10000 + ((high_ - 0xD800) << 10) + (u - 0xDC00);
-                *w_++ = static_cast<char>(0xF0 | (cp >> 18));
-                *w_++ = static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-                *w_++ = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-                *w_++ = static_cast<char>(0x80 | (cp & 0x3F));
+                w_ = qx::base::encodeUtf8(w_, 0x10000 + ((high_ - 0xD800) << 10) + (u - 0xDC00));
                 high_ = 0;
                 return;
             }
             put3(0xFFFD);
             high_ = 0;
         }
-        if (u < 0x80) {
-            *w_++ = static_cast<char>(u);
-        } else if (u < 0x800) {
-            *w_++ = static_cast<char>(0xC0 | (u >> 6));
-            *w_++ = static_cast<char>(0x80 | (u & 0x3F));
-        } else if (u >= 0xD800 && u <= 0xDBFF) {
+        if (u >= 0xD800 && u <= 0xDBFF) {
             high_ = u;
         } else if (u >= 0xDC00 && u <= 0xDFFF) {
             put3(0xFFFD);
         } else {
-            put3(u);
+            w_ = qx::base::encodeUtf8(w_, u);
         }
     }
 
   private:
-    void put3(std::uint32_t u) {
-        *w_++ = static_cast<char>(0xE0 | (u >> 12));
-        *w_++ = static_cast<char>(0x80 | ((u >> 6) & 0x3F));
-        *w_++ = static_cast<char>(0x80 | (u & 0x3F));
-    }
+    void put3(std::uint32_t u) { w_ = qx::base::encodeUtf8(w_, u); }
     char* w_;
     std::uint32_t high_ = 0;
 };
@@ -156,7 +137,7 @@ char* writeCodePageText(char* dst, const std::uint8_t* data, std::size_t length,
     Utf8Writer w(dst);
     for (std::size_t i = 0; i < length; ++i) {
         std::uint8_t b = data[i];
-        w.unit(b >= 0x80 && b < 0xA0 ? kCp1252High[b - 0x80] : b);
+        w.unit(qx::base::cp1252ToUnicode(b));
     }
     return w.finish();
 }
@@ -183,53 +164,15 @@ void appendText(const Store& store, std::string& out, const std::uint8_t* data, 
     appendWith(out, length, [&](char* d) { return writeText(store, d, data, length); });
 }
 
-namespace {
-
-// Next code point of UTF-8 text (malformed bytes stand for themselves).
-std::uint32_t nextCodePoint(std::string_view s, std::size_t& i) {
-    unsigned char c = static_cast<unsigned char>(s[i]);
-    std::size_t n = c < 0xC0 ? 1 : c < 0xE0 ? 2 : c < 0xF0 ? 3 : 4;
-    if (i + n > s.size()) n = 1;
-    std::uint32_t cp = n == 1 ? c : n == 2 ? (c & 0x1Fu) : n == 3 ? (c & 0x0Fu) : (c & 0x07u);
-    for (std::size_t k = 1; k < n; ++k) cp = (cp << 6) | (static_cast<unsigned char>(s[i + k]) & 0x3Fu);
-    i += n;
-    return cp;
-}
-
-// Upper case as names are matched: ASCII, Latin-1 and Latin Extended-A letters, Greek and
-// Cyrillic basic letters.
-std::uint32_t foldCase(std::uint32_t c) {
-    if (c >= 'a' && c <= 'z') return c - 32;
-    if (c < 0x80) return c;
-    if ((c >= 0xE0 && c <= 0xFE && c != 0xF7)) return c - 0x20;
-    if (c == 0xFF) return 0x178;
-    if (c >= 0x100 && c <= 0x17F) {
-        // Pairs: even upper, odd lower, except the block 0x139..0x148 and 0x179..0x17E (odd upper).
-        bool oddUpper = (c >= 0x139 && c <= 0x148) || (c >= 0x179 && c <= 0x17E);
-        if (oddUpper) return (c % 2 == 0) ? c - 1 : c;
-        return (c % 2 == 1) ? c - 1 : c;
-    }
-    if (c >= 0x3B1 && c <= 0x3C9 && c != 0x3C2) return c - 0x20;
-    if (c >= 0x430 && c <= 0x44F) return c - 0x20;
-    if (c >= 0x450 && c <= 0x45F) return c - 0x50;
-    return c;
-}
-
-}  // namespace
-
 bool encodeCp1252(std::string_view utf8, std::string& out, std::uint32_t& missing) {
     for (std::size_t i = 0; i < utf8.size();) {
-        const std::uint32_t cp = nextCodePoint(utf8, i);
-        if (cp < 0x80 || (cp >= 0xA0 && cp <= 0xFF)) {
-            out.push_back(static_cast<char>(cp));
-            continue;
-        }
-        const auto* at = std::find(std::begin(kCp1252High), std::end(kCp1252High), cp);
-        if (at == std::end(kCp1252High)) {
+        const char32_t cp = qx::base::decodeUtf8OrByte(utf8, i);
+        const int byte = qx::base::unicodeToCp1252(cp);
+        if (byte < 0) {
             missing = cp;
             return false;
         }
-        out.push_back(static_cast<char>(0x80 + (at - std::begin(kCp1252High))));
+        out.push_back(static_cast<char>(byte));
     }
     return true;
 }
@@ -237,7 +180,9 @@ bool encodeCp1252(std::string_view utf8, std::string& out, std::uint32_t& missin
 bool sameName(std::string_view a, std::string_view b) noexcept {
     std::size_t i = 0, j = 0;
     while (i < a.size() && j < b.size()) {
-        if (foldCase(nextCodePoint(a, i)) != foldCase(nextCodePoint(b, j))) return false;
+        if (qx::base::upperChar(qx::base::decodeUtf8OrByte(a, i)) !=
+            qx::base::upperChar(qx::base::decodeUtf8OrByte(b, j)))
+            return false;
     }
     return i == a.size() && j == b.size();
 }

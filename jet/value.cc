@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/civil_date.h"
+
 namespace jet {
 
 std::string_view typeName(ColumnType type) noexcept {
@@ -45,20 +47,6 @@ std::string_view typeName(ColumnType type) noexcept {
 
 namespace {
 
-// Days since 1970-01-01 to a civil date (proleptic Gregorian).
-void civilFromDays(long long z, int& y, int& m, int& d) noexcept {
-    z += 719468;
-    long long era = (z >= 0 ? z : z - 146096) / 146097;
-    long long doe = z - era * 146097;
-    long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-    long long yy = yoe + era * 400;
-    long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-    long long mp = (5 * doy + 2) / 153;
-    d = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
-    m = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
-    y = static_cast<int>(yy + (m <= 2 ? 1 : 0));
-}
-
 // Stored dates within years 100..9999: -657434 is 0100-01-01, 2958465 is 9999-12-31.
 constexpr double kMinDays = -657434.0;
 constexpr double kMaxDays = 2958465.999988426;
@@ -82,8 +70,7 @@ CivilTime toCivil(DateTime value) noexcept {
         day += 1;
     }
     CivilTime t;
-    // 1899-12-30 is 25569 days before 1970-01-01.
-    civilFromDays(day - 25569, t.year, t.month, t.day);
+    qx::base::civilFromDays(day - qx::base::kDays1899To1970, t.year, t.month, t.day);
     t.hour = static_cast<int>(seconds / 3600);
     t.minute = static_cast<int>((seconds / 60) % 60);
     t.second = static_cast<int>(seconds % 60);

@@ -7,6 +7,7 @@
 // "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}".
 #pragma once
 
+#include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -24,6 +25,10 @@ namespace json {
 
 // Appends `text` as a JSON string literal (quotes included) to `out`.
 void appendString(std::string& out, std::string_view text);
+// Reads a JSON string literal starting at text[pos] (which must be '"'); on success moves pos past
+// the closing quote and returns the decoded UTF-8 text. Nothing for a malformed literal (a raw
+// control character, a bad escape, a surrogate without its other half, no closing quote).
+std::optional<std::string> readString(std::string_view text, std::size_t& pos);
 // Appends one value in the forms above.
 void appendValue(std::string& out, const Value& value);
 std::string base64(const void* data, std::size_t size);

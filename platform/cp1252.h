@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/letter_case.h"
+
 namespace qx::platform {
 
 // Every byte becomes one character. The five bytes Windows-1252 leaves undefined (0x81, 0x8D, 0x8F,
@@ -17,10 +19,8 @@ std::string cp1252ToUtf8(std::string_view bytes);
 // best-fit-free conversion writes it. Malformed UTF-8 bytes are taken as Windows-1252 bytes.
 std::string utf8ToCp1252(std::string_view text);
 
-// The case of the code page's letters, as Windows maps it: ASCII, the Latin-1 letters and the
-// four Windows-1252 letters with carons and ligatures (S, Z, OE with their small forms, and Y with
-// diaeresis). Every other character is its own upper and lower case.
-char32_t upperCp1252Letter(char32_t c) noexcept;
-char32_t lowerCp1252Letter(char32_t c) noexcept;
+// The case of the code page's letters (base/letter_case.h).
+using base::lowerCp1252Letter;
+using base::upperCp1252Letter;
 
 }  // namespace qx::platform

@@ -5,22 +5,16 @@
 #include <string>
 #include <string_view>
 
+#include "base/utf8.h"
+
 namespace qx::platform {
 
-// Returned by decodeUtf8 for a byte that does not start a well-formed sequence; the caller has then
-// advanced past exactly that one byte.
-inline constexpr char32_t kInvalidUtf8 = 0xFFFFFFFF;
-
-// Decodes the character at text[pos] and advances pos past it. REQUIRES: pos < text.size().
-char32_t decodeUtf8(std::string_view text, std::size_t& pos);
-
-void appendUtf8(std::string& out, char32_t cp);
-
-// Number of characters (a malformed byte counts as one).
-std::size_t utf8Length(std::string_view text);
-
-// Byte offset of character number `chars` (0-based); text.size() when the text is shorter.
-std::size_t utf8Offset(std::string_view text, std::size_t chars);
+// The codec is the one of base/utf8.h.
+using base::appendUtf8;
+using base::decodeUtf8;
+using base::kInvalidUtf8;
+using base::utf8Length;
+using base::utf8Offset;
 
 }  // namespace qx::platform
 

@@ -5,6 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 layers=(
+  "base"
   "jet"
   "jet/sql"
   "output platform"

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "base/civil_date.h"
 #include "jet/sql/ddl_errors.h"
 #include "jet/sql/lexer.h"
 
@@ -464,20 +465,6 @@ class ChangeParser {
     ChangeFailure valueSyntax_ = ChangeFailure::InsertSyntax;  // a literal Jet cannot read
 };
 
-// Days from 1899-12-30 to the given day of the proleptic Gregorian calendar.
-long daysFromCivil(long y, long m, long d) {
-    y -= m <= 2;
-    const long era = (y >= 0 ? y : y - 399) / 400;
-    const long yoe = y - era * 400;
-    const long doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-    const long doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-    return era * 146097 + doe - 719468 + 25569;  // 25569: 1899-12-30 to 1970-01-01
-}
-
-bool leap(long y) {
-    return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0;
-}
-
 }  // namespace
 
 std::optional<DateTime> parseDateLiteral(std::string_view text) {
@@ -541,9 +528,11 @@ std::optional<DateTime> parseDateLiteral(std::string_view text) {
     if (hour > 23 || minute > 59 || second > 59) return std::nullopt;
     static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     if (year < 100 || year > 9999 || month < 1 || month > 12 || day < 1 ||
-        day > kDays[month - 1] + (month == 2 && leap(year) ? 1 : 0))
+        day > kDays[month - 1] + (month == 2 && qx::base::isLeapYear(year) ? 1 : 0))
         return std::nullopt;
-    const double days = hasDate ? static_cast<double>(daysFromCivil(year, month, day)) : 0.0;
+    const double days =
+        hasDate ? static_cast<double>(qx::base::daysFromCivil(year, month, day) + qx::base::kDays1899To1970)
+                : 0.0;
     const double fraction = static_cast<double>(hour * 3600 + minute * 60 + second) / 86400.0;
     // Before 1899-12-30 the whole days count backwards but the time of day still forwards.
     return DateTime{days < 0 ? days - fraction : days + fraction};

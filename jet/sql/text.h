@@ -11,14 +11,14 @@
 #include <string_view>
 #include <vector>
 
+#include "base/letter_case.h"
+#include "base/utf8.h"
 #include "jet/value.h"
 
 namespace jet::sql {
 
-// The upper case of one character, or the character itself when it has none. Covers the scripts
-// the suite's data can hold: Latin (with the extensions used in Europe and Vietnam), Greek,
-// Cyrillic, Armenian and the full-width Latin letters.
-char32_t upperChar(char32_t c) noexcept;
+// The upper case of one character (base/letter_case.h).
+using qx::base::upperChar;
 
 // UCASE: every character that has an upper case replaced by it. Invalid UTF-8 bytes pass through.
 std::string upper(std::string_view text);
@@ -74,9 +74,13 @@ std::string toText(const Value& value);
 // The general date text of a stored date (see toText).
 std::string formatGeneralDate(DateTime value);
 
-// UTF-8 helpers shared by the parser and the evaluator.
-// Decodes the character at `pos` and advances `pos`; an invalid byte decodes as itself.
-char32_t decodeUtf8(std::string_view text, std::size_t& pos) noexcept;
-void appendUtf8(std::string& out, char32_t c);
+// UTF-8 as the parser and the evaluator read it (base/utf8.h): an invalid byte decodes as a stray
+// character of its own and is written back as that byte, so that text keeps every byte it had.
+inline char32_t decodeUtf8(std::string_view text, std::size_t& pos) noexcept {
+    return qx::base::decodeUtf8OrByte(text, pos);
+}
+inline void appendUtf8(std::string& out, char32_t c) {
+    qx::base::appendUtf8OrByte(out, c);
+}
 
 }  // namespace jet::sql

@@ -74,7 +74,17 @@ std::uint32_t nextCode(const std::string& s, std::size_t& i) {
 std::string toUcs2(const std::string& s) {
     std::string out;
     out.reserve(s.size() * 2);
-    for (std::size_t i = 0; i < s.size();) {
+    // ASCII, the common case, two bytes per character straight away.
+    std::size_t i = 0;
+    while (i < s.size() && static_cast<unsigned char>(s[i]) < 0x80) ++i;
+    out.resize(2 * i);
+    char* o = out.data();
+    const char* in = s.data();
+    for (std::size_t k = 0; k < i; ++k) {
+        o[2 * k] = in[k];
+        o[2 * k + 1] = '\0';
+    }
+    while (i < s.size()) {
         std::uint32_t cp = nextCode(s, i);
         auto unit = [&](std::uint32_t u) {
             out.push_back(static_cast<char>(u & 0xFF));

@@ -33,6 +33,23 @@ inline constexpr std::uint32_t kLongValueInline = 0x80000000u;
 inline constexpr std::uint32_t kLongValueSingle = 0x40000000u;
 inline constexpr std::uint32_t kLongValueLengthMask = 0x3FFFFFFFu;
 
+// The catalog (MSysObjects) always has its definition on page 2.
+inline constexpr std::uint32_t kCatalogPage = 2;
+inline constexpr std::int32_t kTablesContainerId = 0x0F000001;
+
+// Header page: the version byte and the masked region (a fixed RC4 keystream hides it).
+inline constexpr std::size_t kHeaderVersionOffset = 0x14;
+inline constexpr std::size_t kHeaderMaskStart = 0x18;
+inline constexpr std::uint8_t kHeaderMaskKey[4] = {0xC7, 0xDA, 0x39, 0x6B};
+inline constexpr std::size_t kHeaderCodePage = 0x3C;
+inline constexpr std::size_t kHeaderDatabaseKey = 0x3E;
+inline constexpr std::size_t kHeaderPassword = 0x42;
+inline constexpr std::size_t kHeaderCreationDate = 0x72;  // Jet 4: double, part of the password mask
+
+// Engine names at offset 4 of the header page.
+inline constexpr char kEngineJet[] = "Standard Jet DB";
+inline constexpr char kEngineAce[] = "Standard ACE DB";
+
 // Column descriptor flag bits. Access sets 0x10 on every column it writes.
 inline constexpr std::uint8_t kColumnFixed = 0x01;
 inline constexpr std::uint8_t kColumnNullable = 0x02;
@@ -72,23 +89,6 @@ inline constexpr std::uint16_t fixedValueSize(ColumnType type) noexcept {
             return 0;
     }
 }
-
-// The catalog (MSysObjects) always has its definition on page 2.
-inline constexpr std::uint32_t kCatalogPage = 2;
-inline constexpr std::int32_t kTablesContainerId = 0x0F000001;
-
-// Header page: the version byte and the masked region (a fixed RC4 keystream hides it).
-inline constexpr std::size_t kHeaderVersionOffset = 0x14;
-inline constexpr std::size_t kHeaderMaskStart = 0x18;
-inline constexpr std::uint8_t kHeaderMaskKey[4] = {0xC7, 0xDA, 0x39, 0x6B};
-inline constexpr std::size_t kHeaderCodePage = 0x3C;
-inline constexpr std::size_t kHeaderDatabaseKey = 0x3E;
-inline constexpr std::size_t kHeaderPassword = 0x42;
-inline constexpr std::size_t kHeaderCreationDate = 0x72;  // Jet 4: double, part of the password mask
-
-// Engine names at offset 4 of the header page.
-inline constexpr char kEngineJet[] = "Standard Jet DB";
-inline constexpr char kEngineAce[] = "Standard ACE DB";
 
 struct JetFormat {
     int version;  // header byte 0x14: 0 Jet 3, 1 Jet 4, 2+ ACE

@@ -83,6 +83,9 @@ class RowWriter {
   private:
     void value(const jet::Value& v);
     void text(std::string_view s);
+    // Writes UTF-16LE `units` that are all plain ASCII needing no escaping or quoting, converted
+    // in one pass; false (nothing written) for anything else, which text() then handles.
+    bool plainText(std::string_view units);
     void separator(std::size_t k);
     void endRow();
 

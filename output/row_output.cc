@@ -17,8 +17,6 @@ namespace jet::output {
 
 namespace {
 
-constexpr std::size_t kBufferBytes = 1u << 20;
-
 // Bytes a JSON string cannot hold as they are.
 struct EscapeTable {
     bool needs[256] = {};
@@ -74,8 +72,8 @@ bool takeFormatOption(std::vector<std::string>& args, OutputFormat& format, std:
 // ---------------------------------------------------------------------------------------------
 // OutputBuffer
 
-OutputBuffer::OutputBuffer(std::ostream& out)
-    : out_(out), data_(std::make_unique_for_overwrite<char[]>(kBufferBytes)), capacity_(kBufferBytes) {
+OutputBuffer::OutputBuffer(std::ostream& out, std::size_t capacity)
+    : out_(out), data_(std::make_unique_for_overwrite<char[]>(capacity)), capacity_(capacity) {
     if (&out == &std::cout) {
         std::cout.flush();
         fd_ = STDOUT_FILENO;

@@ -42,7 +42,9 @@ bool takeFormatOption(std::vector<std::string>& args, OutputFormat& format, std:
 // what the stream holds); any other stream gets the buffer through write().
 class OutputBuffer {
   public:
-    explicit OutputBuffer(std::ostream& out);
+    // `capacity`: bytes gathered before a write (1 MiB unless told; it grows for a larger item).
+    explicit OutputBuffer(std::ostream& out, std::size_t capacity = kDefaultCapacity);
+    static constexpr std::size_t kDefaultCapacity = 1u << 20;
     OutputBuffer(const OutputBuffer&) = delete;
     OutputBuffer& operator=(const OutputBuffer&) = delete;
     ~OutputBuffer();  // flushes; write errors are lost here (call flush() to see them)

@@ -2,15 +2,13 @@
 
 #include <array>
 
+#include "base/message_table.h"
+
 namespace qx::ado {
 
 namespace {
 
-struct Entry {
-    Failure failure;
-    std::int32_t number;
-    std::string_view text;  // "%s" marks the argument
-};
+using Entry = qx::base::MessageRow<Failure>;
 
 constexpr std::int32_t kFail = -2147467259;           // 0x80004005
 constexpr std::int32_t kCommandNotSet = -2147217908;  // 0x80040E0C
@@ -26,26 +24,14 @@ constexpr std::array kTable{
           "Item cannot be found in the collection corresponding to the requested name or ordinal."},
 };
 
-const Entry& entry(Failure failure) noexcept {
-    for (const auto& e : kTable)
-        if (e.failure == failure) return e;
-    return kTable.back();  // not reached: every failure has its row (the tests check)
-}
-
 }  // namespace
 
 std::int32_t errorNumber(Failure failure) noexcept {
-    return entry(failure).number;
+    return qx::base::messageFor(kTable, failure).number;
 }
 
 std::string errorText(Failure failure, std::string_view argument) {
-    const std::string_view text = entry(failure).text;
-    const auto mark = text.find("%s");
-    if (mark == std::string_view::npos) return std::string(text);
-    std::string out(text.substr(0, mark));
-    out.append(argument);
-    out.append(text.substr(mark + 2));
-    return out;
+    return qx::base::withArgument(qx::base::messageFor(kTable, failure).text, argument);
 }
 
 std::string inWindowsTerms(std::string text, const std::string& hostPath, const std::string& windowsPath) {

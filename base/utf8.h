@@ -118,4 +118,25 @@ inline std::size_t utf8Offset(std::string_view text, std::size_t chars) noexcept
     return i;
 }
 
+// Appends the UTF-16LE form of UTF-8 text (characters beyond U+FFFF as surrogate pairs), as Jet 4
+// stores names and text. A malformed byte becomes U+FFFD: the file gets no half character.
+inline void appendUtf16le(std::string& out, std::string_view text) {
+    out.reserve(out.size() + text.size() * 2);
+    auto unit = [&out](char32_t u) {
+        out.push_back(static_cast<char>(u & 0xFF));
+        out.push_back(static_cast<char>(u >> 8));
+    };
+    for (std::size_t i = 0; i < text.size();) {
+        char32_t cp = decodeUtf8(text, i);
+        if (cp == kInvalidUtf8) cp = 0xFFFD;
+        if (cp >= 0x10000) {
+            cp -= 0x10000;
+            unit(0xD800 + (cp >> 10));
+            unit(0xDC00 + (cp & 0x3FF));
+        } else {
+            unit(cp);
+        }
+    }
+}
+
 }  // namespace qx::base

@@ -12,17 +12,12 @@
 #include <ostream>
 
 #include "cli/command.h"
+#include "cli/jet_words.h"
 #include "jet/compact.h"
 #include "output/json_export.h"
 
 namespace qx::cli {
 namespace {
-
-int failWith(Invocation& inv, const jet::Error& e) {
-    inv.out << jet::json::errorLine(e) << '\n';
-    inv.out.flush();
-    return 1;
-}
 
 int runCreate(Invocation& inv) {
     const auto& a = inv.args;
@@ -46,15 +41,12 @@ int runCreate(Invocation& inv) {
             break;
         }
     }
-    if (file.empty()) {
-        inv.err << "usage: jet create FILE [--format jet4|jet3]\n";
-        return 2;
-    }
+    if (file.empty()) return printUsageError(inv, "jet create FILE [--format jet4|jet3]");
     try {
         jet::createDatabase(file, format);
         return 0;
     } catch (const jet::Error& e) {
-        return failWith(inv, e);
+        return printEngineError(inv, e);
     }
 }
 
@@ -77,10 +69,7 @@ int runCompact(Invocation& inv) {
         else
             files.push_back(a[i]);
     }
-    if (files.size() != 2) {
-        inv.err << "usage: jet compact SRC DST [--salvage]\n";
-        return 2;
-    }
+    if (files.size() != 2) return printUsageError(inv, "jet compact SRC DST [--salvage]");
     jet::CompactOptions options;
     options.salvage = salvage;
     bool terminal = ::isatty(STDERR_FILENO) == 1;
@@ -122,7 +111,7 @@ int runCompact(Invocation& inv) {
         return 0;
     } catch (const jet::Error& e) {
         if (terminal) inv.err << "\r\x1b[K";
-        return failWith(inv, e);
+        return printEngineError(inv, e);
     }
 }
 

@@ -3,10 +3,10 @@
 // FILE is a host path. Output forms: cli/row_output.h. An engine error prints
 // {"error":{"number":N,"description":D}} and exits 1; a usage error exits 2; --help prints the
 // usage and exits 0.
-#include <algorithm>
 #include <ostream>
 
 #include "cli/command.h"
+#include "cli/jet_words.h"
 #include "jet/database.h"
 #include "jet/table.h"
 #include "output/json_export.h"
@@ -17,7 +17,6 @@ namespace qx::cli {
 using jet::output::OutputBuffer;
 using jet::output::OutputFormat;
 using jet::output::RowWriter;
-using jet::output::takeFormatOption;
 namespace {
 
 constexpr const char* kTablesUsage =
@@ -25,48 +24,23 @@ constexpr const char* kTablesUsage =
 constexpr const char* kExportUsage =
     "jet export FILE TABLE [--format json|csv]  (a table's rows as JSON Lines or CSV)";
 
-bool wantsHelp(const std::vector<std::string>& args) {
-    return std::find_if(args.begin(), args.end(),
-                        [](const std::string& a) { return a == "--help" || a == "-h"; }) != args.end();
-}
-
-int failure(Invocation& inv, const jet::Error& e) {
-    inv.out << jet::json::errorLine(e) << '\n';
-    inv.out.flush();
-    return 1;
-}
-
 int runTables(Invocation& inv) {
-    if (wantsHelp(inv.args)) {
-        inv.out << "usage: " << kTablesUsage << "\n";
-        return 0;
-    }
-    if (inv.args.size() != 1) {
-        inv.err << "usage: " << kTablesUsage << "\n";
-        return 2;
-    }
+    if (wantsHelp(inv.args)) return printHelp(inv, kTablesUsage);
+    if (inv.args.size() != 1) return printUsageError(inv, kTablesUsage);
     try {
         jet::Database db = jet::Database::open(inv.args[0]);
         jet::json::writeTables(inv.out, db);
         inv.out.flush();
         return 0;
     } catch (const jet::Error& e) {
-        return failure(inv, e);
+        return printEngineError(inv, e);
     }
 }
 
 int runExport(Invocation& inv) {
-    if (wantsHelp(inv.args)) {
-        inv.out << "usage: " << kExportUsage << "\n";
-        return 0;
-    }
+    if (wantsHelp(inv.args)) return printHelp(inv, kExportUsage);
     OutputFormat format = OutputFormat::JsonLines;
-    std::string problem;
-    if (!takeFormatOption(inv.args, format, problem) || inv.args.size() != 2) {
-        if (!problem.empty()) inv.err << "jet export: " << problem << "\n";
-        inv.err << "usage: " << kExportUsage << "\n";
-        return 2;
-    }
+    if (!takeFormatAndWords(inv, "jet export", kExportUsage, 2, format)) return 2;
     try {
         jet::Database db = jet::Database::open(inv.args[0]);
         const jet::Table table = db.openTable(inv.args[1]);
@@ -86,7 +60,7 @@ int runExport(Invocation& inv) {
         out.flush();
         return 0;
     } catch (const jet::Error& e) {
-        return failure(inv, e);
+        return printEngineError(inv, e);
     }
 }
 

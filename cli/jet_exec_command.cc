@@ -7,31 +7,21 @@
 #include <string>
 
 #include "cli/command.h"
+#include "cli/jet_words.h"
 #include "jet/database.h"
 #include "jet/sql/execute.h"
-#include "output/json_export.h"
 
 namespace qx::cli {
 namespace {
 
 int runExec(Invocation& inv) {
-    if (inv.args.size() != 2) {
-        inv.err << "usage: jet exec FILE STATEMENT\n";
-        return 2;
-    }
+    if (inv.args.size() != 2) return printUsageError(inv, "jet exec FILE STATEMENT");
     try {
-        jet::OpenOptions options;
-        options.readOnly = false;
-        jet::Database db = jet::Database::open(inv.args[0], options);
-        for (const auto& n : db.notices()) inv.err << n << '\n';
+        jet::Database db = openForChange(inv, inv.args[0]);
         const std::int64_t rows = jet::sql::execute(db, inv.args[1]);
-        inv.out << "{\"rowsAffected\":" << rows << "}\n";
-        inv.out.flush();
-        return 0;
+        return printRowsAffected(inv, rows);
     } catch (const jet::Error& e) {
-        inv.out << jet::json::errorLine(e) << '\n';
-        inv.out.flush();
-        return 1;
+        return printEngineError(inv, e);
     }
 }
 

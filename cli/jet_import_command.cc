@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "cli/command.h"
+#include "cli/jet_words.h"
 #include "jet/database.h"
 #include "jet/schema.h"
 #include "jet/sql/convert.h"
@@ -190,15 +191,10 @@ jet::Error badLine(std::size_t line) {
 }
 
 int runImport(Invocation& inv) {
-    if (inv.args.size() != 2) {
-        inv.err << "usage: jet import FILE TABLE  (JSON Lines of jet export on standard input)\n";
-        return 2;
-    }
+    if (inv.args.size() != 2)
+        return printUsageError(inv, "jet import FILE TABLE  (JSON Lines of jet export on standard input)");
     try {
-        jet::OpenOptions options;
-        options.readOnly = false;
-        jet::Database db = jet::Database::open(inv.args[0], options);
-        for (const auto& n : db.notices()) inv.err << n << '\n';
+        jet::Database db = openForChange(inv, inv.args[0]);
         if (!db.hasTable(inv.args[1])) throw jet::Error::tableNotFound(inv.args[1]);
         jet::Table table = db.openTable(inv.args[1]);
         const auto& cols = table.columns();
@@ -274,13 +270,9 @@ int runImport(Invocation& inv) {
             }
             return false;
         });
-        inv.out << "{\"rowsAffected\":" << rows << "}\n";
-        inv.out.flush();
-        return 0;
+        return printRowsAffected(inv, rows);
     } catch (const jet::Error& e) {
-        inv.out << jet::json::errorLine(e) << '\n';
-        inv.out.flush();
-        return 1;
+        return printEngineError(inv, e);
     }
 }
 

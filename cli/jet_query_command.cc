@@ -3,16 +3,15 @@
 // columns line (or CSV header), then one line per row. FILE is a host path. A failure prints
 // {"error":{"number":N,"description":D}} with the number and text ADO would report for it, and
 // exits 1; a usage error exits 2; --help prints the usage and exits 0.
-#include <algorithm>
 #include <optional>
 #include <ostream>
 #include <string>
 
 #include "cli/command.h"
+#include "cli/jet_words.h"
 #include "jet/database.h"
 #include "jet/sql/errors.h"
 #include "jet/sql/query.h"
-#include "output/json_export.h"
 #include "output/row_output.h"
 
 namespace qx::cli {
@@ -20,24 +19,14 @@ namespace qx::cli {
 using jet::output::OutputBuffer;
 using jet::output::OutputFormat;
 using jet::output::RowWriter;
-using jet::output::takeFormatOption;
 namespace {
 
 constexpr const char* kUsage = "jet query FILE STATEMENT [--format json|csv]  (a Jet SQL statement's result)";
 
 int runQuery(Invocation& inv) {
-    if (std::find_if(inv.args.begin(), inv.args.end(),
-                     [](const std::string& a) { return a == "--help" || a == "-h"; }) != inv.args.end()) {
-        inv.out << "usage: " << kUsage << "\n";
-        return 0;
-    }
+    if (wantsHelp(inv.args)) return printHelp(inv, kUsage);
     OutputFormat format = OutputFormat::JsonLines;
-    std::string problem;
-    if (!takeFormatOption(inv.args, format, problem) || inv.args.size() != 2) {
-        if (!problem.empty()) inv.err << "jet query: " << problem << "\n";
-        inv.err << "usage: " << kUsage << "\n";
-        return 2;
-    }
+    if (!takeFormatAndWords(inv, "jet query", kUsage, 2, format)) return 2;
     try {
         jet::Database db = [&] {
             try {
@@ -74,9 +63,7 @@ int runQuery(Invocation& inv) {
         out.flush();
         return 0;
     } catch (const jet::Error& e) {
-        inv.out << jet::json::errorLine(e) << '\n';
-        inv.out.flush();
-        return 1;
+        return printEngineError(inv, e);
     }
 }
 

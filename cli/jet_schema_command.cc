@@ -7,10 +7,10 @@
 #include <ostream>
 
 #include "cli/command.h"
+#include "cli/jet_words.h"
 #include "jet/database.h"
 #include "jet/sql/ddl.h"
 #include "jet/table.h"
-#include "output/json_export.h"
 
 namespace qx::cli {
 namespace {
@@ -19,16 +19,8 @@ constexpr const char* kUsage =
     "jet schema FILE [TABLE]  (CREATE TABLE and CREATE INDEX statements that remake the tables)";
 
 int runSchema(Invocation& inv) {
-    for (const auto& a : inv.args) {
-        if (a == "--help" || a == "-h") {
-            inv.out << "usage: " << kUsage << "\n";
-            return 0;
-        }
-    }
-    if (inv.args.empty() || inv.args.size() > 2) {
-        inv.err << "usage: " << kUsage << "\n";
-        return 2;
-    }
+    if (wantsHelp(inv.args)) return printHelp(inv, kUsage);
+    if (inv.args.empty() || inv.args.size() > 2) return printUsageError(inv, kUsage);
     try {
         jet::Database db = jet::Database::open(inv.args[0]);
         std::vector<std::string> names;
@@ -48,9 +40,7 @@ int runSchema(Invocation& inv) {
         inv.out.flush();
         return 0;
     } catch (const jet::Error& e) {
-        inv.out << jet::json::errorLine(e) << '\n';
-        inv.out.flush();
-        return 1;
+        return printEngineError(inv, e);
     }
 }
 

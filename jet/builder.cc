@@ -13,10 +13,12 @@
 #include "jet/builder.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <deque>
 
+#include "base/civil_date.h"
 #include "jet/error.h"
 #include "jet/page_channel.h"
 #include "jet/store.h"
@@ -836,23 +838,7 @@ struct DatabaseBuilder::TableWriter::Impl {
         std::uint32_t current = tdefPage;
         bool first = true;
         while (true) {
-            std::fill(page.begin(), page.end(), 0);
-            std::size_t take;
-            if (first) {
-                take = std::min<std::size_t>(length, f.pageSize);
-                std::memcpy(page.data(), def.data(), take);
-            } else {
-                take = std::min<std::size_t>(length - pos, f.pageSize - 8);
-                std::memcpy(page.data() + 8, def.data() + pos, take);
-            }
-            page[0] = kPageTableDef;
-            page[1] = 0x01;
-            if (f.jet3) {
-                page[2] = 'V';
-                page[3] = 'C';
-            } else {
-                put16(page.data() + 2, static_cast<std::uint16_t>(f.pageSize - (first ? take : take + 8)));
-            }
+            const std::size_t take = layDefinitionPage(f, def.data(), length, pos, first, page.data());
             pos += take;
             bool more = pos < length;
             put32(page.data() + f.tdefNextPage, more ? current + 1 : 0);
@@ -906,6 +892,36 @@ void DatabaseBuilder::TableWriter::finish(std::uint32_t autoNumber) {
         }
     }
     impl_->finish(rows_, autoNumber);
+}
+
+std::size_t layDefinitionPage(const JetFormat& f, const std::uint8_t* def, std::size_t length,
+                              std::size_t pos, bool first, std::uint8_t* page) {
+    std::fill(page, page + f.pageSize, 0);
+    std::size_t take;
+    if (first) {
+        take = std::min<std::size_t>(length, f.pageSize);
+        std::memcpy(page, def, take);
+    } else {
+        take = std::min<std::size_t>(length - pos, f.pageSize - 8);
+        std::memcpy(page + 8, def + pos, take);
+    }
+    page[0] = kPageTableDef;
+    page[1] = 0x01;
+    if (f.jet3) {
+        page[2] = 'V';
+        page[3] = 'C';
+    } else {
+        put16(page + 2, static_cast<std::uint16_t>(f.pageSize - (first ? take : take + 8)));
+    }
+    return take;
+}
+
+double oleNow() {
+    using namespace std::chrono;
+    const double unixSeconds = duration<double>(system_clock::now().time_since_epoch()).count();
+    // Jet keeps local time; the engine writes UTC, as a file made on a machine set to UTC has.
+    const double days = static_cast<double>(qx::base::kDays1899To1970) + unixSeconds / 86400.0;
+    return std::floor(days * 86400.0) / 86400.0;
 }
 
 }  // namespace jet::detail

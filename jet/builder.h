@@ -216,6 +216,17 @@ class DatabaseBuilder::TableWriter {
     std::uint32_t rows_ = 0;
 };
 
+// Lays the part of a table definition (`length` bytes at `def`) that belongs on one page of its
+// chain onto `page` (f.pageSize bytes, cleared first): the first page holds the definition from
+// its start, every further one the next f.pageSize - 8 bytes behind an 8-byte header. Returns the
+// bytes it took from `pos`; the caller sets the pointer to the next page.
+std::size_t layDefinitionPage(const JetFormat& f, const std::uint8_t* def, std::size_t length,
+                              std::size_t pos, bool first, std::uint8_t* page);
+
+// The current time as Jet stores dates (days since 1899-12-30, in whole seconds), for the dates
+// written into catalog rows.
+double oleNow();
+
 // Encodes an integer column's key part (flag byte and big-endian value with the sign bit flipped;
 // descending columns have every byte inverted; Null is the flag byte alone).
 void appendIntegerKey(std::string& key, std::uint8_t type, const std::string* stored, bool ascending);

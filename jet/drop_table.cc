@@ -282,11 +282,7 @@ void dropTable(const Database& db, std::string_view rawName, CommitStats* stats)
     if (index == store.catalog.size()) throw Error::noSuchTable(name);
     const CatalogEntry entry = store.catalog[index];
     const RowId catalogRow = store.catalogRows[index];
-    if (isSystem(entry))
-        throw Error(errc::kNoObjectPermission,
-                    "You do not have the necessary permissions to use the '" + entry.name +
-                        "' object.  Have your system administrator or the person who created this object "
-                        "establish the appropriate permissions for you.");
+    if (isSystem(entry)) throw Error::noObjectPermission(entry.name);
 
     std::shared_ptr<const TableLayout> layout;
     if (entry.type == 1) {
@@ -361,11 +357,7 @@ std::size_t deleteRows(const Database& db, std::string_view rawName,
         }
     }
     if (!entry) throw Error::tableNotFound(name);
-    if (isSystem(*entry))
-        throw Error(errc::kNoObjectPermission,
-                    "You do not have the necessary permissions to use the '" + entry->name +
-                        "' object.  Have your system administrator or the person who created this object "
-                        "establish the appropriate permissions for you.");
+    if (isSystem(*entry)) throw Error::noObjectPermission(entry->name);
     if (entry->id <= 2 || static_cast<std::uint32_t>(entry->id) >= tx.pageCount())
         store.corrupt(kCatalogPage, 0, "table '" + entry->name + "' has no definition page");
     const std::string tableName = entry->name;

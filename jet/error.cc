@@ -85,6 +85,13 @@ Error Error::primaryKeyExists() {
     return Error(3283, "Primary key already exists.");
 }
 
+Error Error::noObjectPermission(const std::string& object) {
+    return Error(errc::kNoObjectPermission,
+                 "You do not have the necessary permissions to use the '" + object +
+                     "' object.  Have your system administrator or the person who created this object "
+                     "establish the appropriate permissions for you.");
+}
+
 Error Error::itemNotFound() {
     return Error(errc::kItemNotFound, "Item not found in this collection.");
 }

@@ -61,6 +61,8 @@ class Error : public std::runtime_error {
     static Error badPassword();
     static Error noPermission(const std::string& name);
     static Error tableNotFound(const std::string& name);
+    // A system object a change may not touch: 3033, `object` quoted in the text.
+    static Error noObjectPermission(const std::string& object);
     // A file that is not a database at all (no page could be trusted).
     static Error notADatabase(const std::string& name);
     // Damage inside a page: Jet's 3049 text followed by " (page P, offset O: what)".

@@ -12,6 +12,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "jet/value.h"
+
 namespace jet::detail {
 
 inline constexpr std::uint8_t kPageData = 0x01;
@@ -54,6 +56,46 @@ inline constexpr std::size_t kHeaderCreationDate = 0x72;  // Jet 4: double, part
 // Engine names at offset 4 of the header page.
 inline constexpr char kEngineJet[] = "Standard Jet DB";
 inline constexpr char kEngineAce[] = "Standard ACE DB";
+
+// Column descriptor flag bits. Access sets 0x10 on every column it writes.
+inline constexpr std::uint8_t kColumnFixed = 0x01;
+inline constexpr std::uint8_t kColumnNullable = 0x02;
+inline constexpr std::uint8_t kColumnAutoNumber = 0x04;
+inline constexpr std::uint8_t kColumnAlwaysSet = 0x10;
+
+// Real index flag bits.
+inline constexpr std::uint8_t kIndexUnique = 0x01;
+inline constexpr std::uint8_t kIndexIgnoreNulls = 0x02;
+inline constexpr std::uint8_t kIndexRequired = 0x08;
+
+// Kind byte of a logical index: 0 an ordinary index, 1 the primary key, 2 the foreign-key side of
+// a relationship (no real index of its own to show).
+inline constexpr std::uint8_t kLogicalIndexPrimary = 1;
+inline constexpr std::uint8_t kLogicalIndexForeign = 2;
+
+// Bytes a value of a fixed-length type takes in a row; 0 for Yes/No (it lives in the null mask)
+// and for the variable-length types, whose size the column descriptor gives.
+inline constexpr std::uint16_t fixedValueSize(ColumnType type) noexcept {
+    switch (type) {
+        case ColumnType::Byte:
+            return 1;
+        case ColumnType::Integer:
+            return 2;
+        case ColumnType::Long:
+        case ColumnType::Single:
+            return 4;
+        case ColumnType::Currency:
+        case ColumnType::Double:
+        case ColumnType::DateTime:
+            return 8;
+        case ColumnType::GUID:
+            return 16;
+        case ColumnType::Decimal:
+            return 17;
+        default:
+            return 0;
+    }
+}
 
 struct JetFormat {
     int version;  // header byte 0x14: 0 Jet 3, 1 Jet 4, 2+ ACE

@@ -137,14 +137,6 @@ std::string textBytes(bool jet3, const char* ascii) {
     return s;
 }
 
-double oleNow() {
-    using namespace std::chrono;
-    double unixSeconds = duration<double>(system_clock::now().time_since_epoch()).count();
-    // 1899-12-30 is 25569 days before 1970-01-01; Jet keeps local time, and this file is made in UTC.
-    double days = 25569.0 + unixSeconds / 86400.0;
-    return std::floor(days * 86400.0) / 86400.0;
-}
-
 struct SystemTable {
     std::vector<std::uint8_t> def;
     DefinitionShape shape;

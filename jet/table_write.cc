@@ -21,6 +21,7 @@
 #include <optional>
 #include <set>
 
+#include "base/utf8.h"
 #include "jet/builder.h"
 #include "jet/index.h"
 #include "jet/index_key.h"
@@ -35,15 +36,6 @@ using namespace detail;
 
 namespace {
 
-constexpr std::uint8_t kColUnknownFlag = 0x10;
-constexpr std::uint8_t kColFixed = 0x01;
-constexpr std::uint8_t kColNullable = 0x02;
-constexpr std::uint8_t kColAutoNumber = 0x04;
-constexpr std::uint8_t kIdxUnique = 0x01;
-constexpr std::uint8_t kIdxIgnoreNulls = 0x02;
-constexpr std::uint8_t kIdxRequired = 0x08;
-constexpr std::uint8_t kLogicalPrimary = 1;
-constexpr std::uint8_t kLogicalForeign = 2;
 constexpr std::uint32_t kTableNumber = 1625;  // Jet 4 repeats it in headers and descriptors
 constexpr std::uint8_t kUserTable = 0x4E;
 constexpr std::uint8_t kLvalOwner[4] = {'L', 'V', 'A', 'L'};
@@ -60,34 +52,10 @@ void appendLE(std::vector<std::uint8_t>& v, std::uint32_t x, int n) {
 // a 1-byte count.
 void appendName(std::vector<std::uint8_t>& v, const JetFormat& f, const std::string& utf8);
 
-std::uint32_t nextCode(const std::string& s, std::size_t& i) {
-    auto c = static_cast<unsigned char>(s[i++]);
-    if (c < 0x80) return c;
-    int extra = c >= 0xF0 ? 3 : c >= 0xE0 ? 2 : 1;
-    std::uint32_t cp = c & (0x3F >> extra);
-    for (int k = 0; k < extra && i < s.size(); ++k)
-        cp = (cp << 6) | (static_cast<unsigned char>(s[i++]) & 0x3F);
-    return cp;
-}
-
 // UTF-8 to UCS-2 (characters beyond the BMP as surrogate pairs).
 std::string toUcs2(const std::string& s) {
     std::string out;
-    out.reserve(s.size() * 2);
-    for (std::size_t i = 0; i < s.size();) {
-        std::uint32_t cp = nextCode(s, i);
-        auto unit = [&](std::uint32_t u) {
-            out.push_back(static_cast<char>(u & 0xFF));
-            out.push_back(static_cast<char>(u >> 8));
-        };
-        if (cp >= 0x10000) {
-            cp -= 0x10000;
-            unit(0xD800 + (cp >> 10));
-            unit(0xDC00 + (cp & 0x3FF));
-        } else {
-            unit(cp);
-        }
-    }
+    qx::base::appendUtf16le(out, s);
     return out;
 }
 
@@ -115,30 +83,6 @@ void appendName(std::vector<std::uint8_t>& v, const JetFormat& f, const std::str
     std::string bytes = f.jet3 ? toCp1252(utf8) : toUcs2(utf8);
     appendLE(v, static_cast<std::uint32_t>(bytes.size()), static_cast<int>(f.nameLengthSize));
     v.insert(v.end(), bytes.begin(), bytes.end());
-}
-
-std::uint16_t fixedSize(ColumnType t) {
-    switch (t) {
-        case ColumnType::Boolean:
-            return 0;
-        case ColumnType::Byte:
-            return 1;
-        case ColumnType::Integer:
-            return 2;
-        case ColumnType::Long:
-        case ColumnType::Single:
-            return 4;
-        case ColumnType::Currency:
-        case ColumnType::Double:
-        case ColumnType::DateTime:
-            return 8;
-        case ColumnType::GUID:
-            return 16;
-        case ColumnType::Decimal:
-            return 17;
-        default:
-            return 0;
-    }
 }
 
 bool isVariable(ColumnType t) {
@@ -187,23 +131,8 @@ void writeDefinition(Transaction& tx, Definition& d) {
     }
     std::size_t pos = 0;
     for (std::size_t i = 0; i < d.pages.size(); ++i) {
-        std::vector<std::uint8_t> page(f.pageSize, 0);
-        std::size_t take;
-        if (i == 0) {
-            take = std::min<std::size_t>(length, f.pageSize);
-            std::memcpy(page.data(), d.bytes.data(), take);
-        } else {
-            take = std::min<std::size_t>(length - pos, f.pageSize - 8);
-            std::memcpy(page.data() + 8, d.bytes.data() + pos, take);
-        }
-        page[0] = kPageTableDef;
-        page[1] = 0x01;
-        if (f.jet3) {
-            page[2] = 'V';
-            page[3] = 'C';
-        } else {
-            put16(page.data() + 2, static_cast<std::uint16_t>(f.pageSize - (i == 0 ? take : take + 8)));
-        }
+        std::vector<std::uint8_t> page(f.pageSize);
+        const std::size_t take = layDefinitionPage(f, d.bytes.data(), length, pos, i == 0, page.data());
         put32(page.data() + f.tdefNextPage, i + 1 < d.pages.size() ? d.pages[i + 1] : 0);
         pos += take;
         tx.write(d.pages[i], page.data());
@@ -406,7 +335,7 @@ class TableInserter {
         if (values.size() != cols.size()) throw Error::typeMismatch();
         for (std::size_t i = 0; i < cols.size(); ++i) {
             const Column& c = cols[i];
-            if ((c.flags & kColAutoNumber) && c.type == ColumnType::Long) {
+            if ((c.flags & kColumnAutoNumber) && c.type == ColumnType::Long) {
                 if (values[i].isNull()) {
                     values[i] = Value(ColumnType::Long, static_cast<std::int32_t>(++autoNumber_));
                 } else if (const auto* v = values[i].getIf<std::int32_t>()) {
@@ -414,7 +343,7 @@ class TableInserter {
                         autoNumber_ = static_cast<std::uint32_t>(*v);
                 }
             }
-            if (values[i].isNull() && !(c.flags & kColNullable) && c.type != ColumnType::Boolean)
+            if (values[i].isNull() && !(c.flags & kColumnNullable) && c.type != ColumnType::Boolean)
                 throw Error::requiredNull(columnLabel(layout_.name, c));
         }
         std::vector<Cell> cells(width_);
@@ -436,9 +365,9 @@ class TableInserter {
             for (const auto& k : ri.columns)
                 for (std::size_t p = 0; p < cols.size(); ++p)
                     if (cols[p].number == k.columnNumber && values[p].isNull()) anyNull = true;
-            if ((ri.flags & kIdxRequired) && anyNull) throw Error::nullInIndex();
-            if (allNull && (ri.flags & kIdxIgnoreNulls)) continue;
-            if ((ri.flags & kIdxUnique) && !allNull && !editor(r).findKey(key).empty())
+            if ((ri.flags & kIndexRequired) && anyNull) throw Error::nullInIndex();
+            if (allNull && (ri.flags & kIndexIgnoreNulls)) continue;
+            if ((ri.flags & kIndexUnique) && !allNull && !editor(r).findKey(key).empty())
                 throw Error::duplicateKey();
             keys[r] = std::move(key);
         }
@@ -485,7 +414,7 @@ class TableInserter {
             const Column& c = cols[i];
             const bool isLong = c.type == ColumnType::Memo || c.type == ColumnType::OLE;
             if (changed[i]) {
-                if (after[i].isNull() && !(c.flags & kColNullable) && c.type != ColumnType::Boolean)
+                if (after[i].isNull() && !(c.flags & kColumnNullable) && c.type != ColumnType::Boolean)
                     throw Error::requiredNull(columnLabel(layout_.name, c));
                 cells[c.number] = cellOf(f_, c, after[i]);
                 if (isLong) oldLong.push_back(stored[i]);
@@ -534,15 +463,15 @@ class TableInserter {
             for (const auto& k : ri.columns)
                 for (std::size_t p = 0; p < cols.size(); ++p)
                     if (cols[p].number == k.columnNumber && after[p].isNull()) anyNull = true;
-            if ((ri.flags & kIdxRequired) && anyNull) throw Error::nullInIndex();
+            if ((ri.flags & kIndexRequired) && anyNull) throw Error::nullInIndex();
             PendingKeys& pk = pending_[r];
             pk.remove.insert(pointer);
-            if (newAllNull && (ri.flags & kIdxIgnoreNulls)) continue;
+            if (newAllNull && (ri.flags & kIndexIgnoreNulls)) continue;
             IndexEntry e;
             e.key = std::move(newKey);
             e.page = id.page;
             e.row = static_cast<std::uint8_t>(id.row);
-            pk.add.push_back({std::move(e), (ri.flags & kIdxUnique) && !newAllNull});
+            pk.add.push_back({std::move(e), (ri.flags & kIndexUnique) && !newAllNull});
         }
 
         const std::vector<std::uint8_t> image =
@@ -762,11 +691,13 @@ bool isSystemTable(std::string_view name) {
            (name.substr(0, 4) == "MSys" || name.substr(0, 4) == "msys" || name.substr(0, 4) == "MSYS");
 }
 
-double oleNow() {
-    using namespace std::chrono;
-    double unixSeconds = duration<double>(system_clock::now().time_since_epoch()).count();
-    double days = 25569.0 + unixSeconds / 86400.0;
-    return std::floor(days * 86400.0) / 86400.0;
+// The table rows are written to: one that is missing or linked, or a system table, is refused.
+const TableLayout* tableForRows(Store& store, std::string_view name,
+                                std::shared_ptr<const TableLayout>& hold) {
+    const TableLayout* layout = findLayout(store, name, hold);
+    if (!layout) throw Error::tableNotFound(std::string(name));
+    if (isSystemTable(layout->name)) throw Error::noObjectPermission(layout->name);
+    return layout;
 }
 
 // ---- definitions
@@ -777,13 +708,13 @@ struct RealPlan {
 };
 
 std::uint8_t realFlags(const NewIndex& ix) {
-    if (ix.primary) return kIdxUnique | kIdxRequired;
+    if (ix.primary) return kIndexUnique | kIndexRequired;
     std::uint8_t fl = 0;
-    if (ix.unique) fl |= kIdxUnique;
+    if (ix.unique) fl |= kIndexUnique;
     if (ix.disallowNull)
-        fl |= kIdxRequired;
+        fl |= kIndexRequired;
     else if (ix.ignoreNull)
-        fl |= kIdxIgnoreNulls;
+        fl |= kIndexIgnoreNulls;
     return fl;
 }
 
@@ -860,20 +791,20 @@ std::vector<std::uint8_t> encodeDefinition(const JetFormat& f, const NewTable& t
         d[f.colType] = static_cast<std::uint8_t>(c.type);
         put16(d.data() + f.colNumber, static_cast<std::uint16_t>(i));
         put16(d.data() + f.colIndex, static_cast<std::uint16_t>(i));
-        std::uint8_t flags = kColUnknownFlag;
-        if (!c.required) flags |= kColNullable;
-        if (c.autoNumber) flags |= kColAutoNumber;
+        std::uint8_t flags = kColumnAlwaysSet;
+        if (!c.required) flags |= kColumnNullable;
+        if (c.autoNumber) flags |= kColumnAutoNumber;
         std::uint16_t length = 0;
         if (isVariable(c.type)) {
             put16(d.data() + f.colVarIndex, varIndex++);
             if (c.type == ColumnType::Text) length = static_cast<std::uint16_t>(f.jet3 ? c.size : c.size * 2);
             if (c.type == ColumnType::Binary) length = c.size;
         } else {
-            flags |= kColFixed;
+            flags |= kColumnFixed;
             // A Yes/No value lives in the null mask; Access still gives it length 1 and no room.
-            length = c.type == ColumnType::Boolean ? 1 : fixedSize(c.type);
+            length = c.type == ColumnType::Boolean ? 1 : fixedValueSize(c.type);
             put16(d.data() + f.colFixedOffset, fixedOffset);
-            fixedOffset = static_cast<std::uint16_t>(fixedOffset + fixedSize(c.type));
+            fixedOffset = static_cast<std::uint16_t>(fixedOffset + fixedValueSize(c.type));
         }
         if (f.jet3) {
             put16(d.data() + 7, 1);
@@ -896,7 +827,7 @@ std::vector<std::uint8_t> encodeDefinition(const JetFormat& f, const NewTable& t
     for (const auto& r : reals) appendRealIndexBlock(v, f, r);
     for (std::size_t i = 0; i < t.indexes.size(); ++i)
         appendLogicalIndexBlock(v, f, static_cast<std::uint32_t>(i), static_cast<std::uint32_t>(i),
-                                t.indexes[i].primary ? kLogicalPrimary : 0);
+                                t.indexes[i].primary ? kLogicalIndexPrimary : 0);
     for (const auto& ix : t.indexes) appendName(v, f, ix.name);
     // Jet 4 keeps usage maps per memo/OLE column here; both formats end the list with FFFF.
     if (!f.jet3) {
@@ -1129,7 +1060,7 @@ void createIndex(const Database& db, std::string_view tableName, const NewIndex&
     const TableLayout& layout = tableFor(store, tableName, hold);
     for (const auto& ix : layout.indexes) {
         if (sameName(ix.name, index.name)) throw Error::indexExists(layout.name, index.name);
-        if (index.primary && ix.kind == kLogicalPrimary) throw Error::primaryKeyExists();
+        if (index.primary && ix.kind == kLogicalIndexPrimary) throw Error::primaryKeyExists();
     }
     RealIndex real;
     real.flags = realFlags(index);
@@ -1155,7 +1086,7 @@ void createIndex(const Database& db, std::string_view tableName, const NewIndex&
         b.insert(b.begin() + static_cast<std::ptrdiff_t>(parts.namesEnd), name.begin(), name.end());
         std::vector<std::uint8_t> logical;
         appendLogicalIndexBlock(logical, f, parts.logicalCount, parts.realCount,
-                                index.primary ? kLogicalPrimary : 0);
+                                index.primary ? kLogicalIndexPrimary : 0);
         b.insert(b.begin() + static_cast<std::ptrdiff_t>(parts.logicalsEnd), logical.begin(), logical.end());
         std::vector<std::uint8_t> realBlock;
         appendRealIndexBlock(realBlock, f, plan);
@@ -1201,9 +1132,9 @@ void createIndex(const Database& db, std::string_view tableName, const NewIndex&
             for (const auto& k : real.columns)
                 for (std::size_t p = 0; p < cols.size(); ++p)
                     if (cols[p].number == k.columnNumber && cur.isNull(p)) anyNull = true;
-            if ((real.flags & kIdxRequired) && anyNull) throw Error::nullInIndex();
-            if (allNull && (real.flags & kIdxIgnoreNulls)) continue;
-            if ((real.flags & kIdxUnique) && !allNull && !editor.findKey(key).empty())
+            if ((real.flags & kIndexRequired) && anyNull) throw Error::nullInIndex();
+            if (allNull && (real.flags & kIndexIgnoreNulls)) continue;
+            if ((real.flags & kIndexUnique) && !allNull && !editor.findKey(key).empty())
                 throw Error::duplicateKey();
             IndexEntry e;
             e.key = std::move(key);
@@ -1236,7 +1167,7 @@ void dropIndex(const Database& db, std::string_view tableName, std::string_view 
         if (sameName(layout.indexes[i].name, indexName)) which = i;
     if (which == SIZE_MAX || which >= parts.logicalCount) throw Error::itemNotFound();
     const Index& gone = layout.indexes[which];
-    if (gone.kind == kLogicalForeign)
+    if (gone.kind == kLogicalIndexForeign)
         throw Error(errc::kInRelationship,
                     "Cannot delete this index or table.  It is either the current index or is used in a "
                     "relationship.");
@@ -1291,13 +1222,7 @@ std::uint64_t insertRows(const Database& db, std::string_view table, const RowFe
     Transaction tx(db);
     Store& store = *storePtr;
     std::shared_ptr<const TableLayout> hold;
-    const TableLayout* layout = findLayout(store, table, hold);
-    if (!layout) throw Error::tableNotFound(std::string(table));
-    if (isSystemTable(layout->name))
-        throw Error(errc::kNoObjectPermission,
-                    "You do not have the necessary permissions to use the '" + layout->name +
-                        "' object.  Have your system administrator or the person who created this object "
-                        "establish the appropriate permissions for you.");
+    const TableLayout* layout = tableForRows(store, table, hold);
     TableInserter ins(tx, store, *layout);
     std::vector<Value> row;
     std::uint64_t n = 0;
@@ -1323,18 +1248,12 @@ std::size_t updateRows(const Database& db, std::string_view tableName,
     Transaction tx(db);
     Store& store = *storePtr;
     std::shared_ptr<const TableLayout> hold;
-    const TableLayout* layout = findLayout(store, tableName, hold);
-    if (!layout) throw Error::tableNotFound(std::string(tableName));
-    if (isSystemTable(layout->name))
-        throw Error(errc::kNoObjectPermission,
-                    "You do not have the necessary permissions to use the '" + layout->name +
-                        "' object.  Have your system administrator or the person who created this object "
-                        "establish the appropriate permissions for you.");
+    const TableLayout* layout = tableForRows(store, tableName, hold);
     const auto& cols = layout->columns;
     std::vector<bool> changed(cols.size(), false);
     for (std::size_t c : columns) {
         if (c >= cols.size()) throw Error::itemNotFound();
-        if (cols[c].flags & kColAutoNumber) throw Error(3164, "Field cannot be updated.");
+        if (cols[c].flags & kColumnAutoNumber) throw Error(3164, "Field cannot be updated.");
         changed[c] = true;
     }
     if (columns.empty()) return 0;

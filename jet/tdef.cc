@@ -180,7 +180,7 @@ std::shared_ptr<const TableLayout> readTableLayout(Store& store, std::uint32_t t
         col.collation = u16(c + f.colPrecision);
         if (!f.jet3) col.collationVersion = c[f.colSortOrderVersion];
         col.flags = c[f.colFlags];
-        col.fixed = (col.flags & 0x01) != 0;
+        col.fixed = (col.flags & kColumnFixed) != 0;
         col.fixedOffset = u16(c + f.colFixedOffset);
         col.size = u16(c + f.colLength);
         if (col.number >= kMaxColumns) r.fail(pos + f.colNumber, "implausible column number");

@@ -397,6 +397,21 @@ struct PosixFileSystem::Impl {
         if (r.status != Status::Found || !r.isDir) raise(err::kPathNotFound);
         return r;
     }
+
+    // What `path` names, which must exist (a file or a folder): a missing folder on the way is
+    // reported as the file not found, as VB's file functions do.
+    Resolved existing(std::string_view path) const {
+        Resolved r;
+        try {
+            r = resolve(path);
+        } catch (const RuntimeError& e) {
+            if (e.number() == err::kPathNotFound) raise(err::kFileNotFound);
+            throw;
+        }
+        if (r.status == Status::Refused) raise(err::kPathFileAccessError);
+        if (r.status != Status::Found) raise(err::kFileNotFound);
+        return r;
+    }
 };
 
 PosixFileSystem::PosixFileSystem(std::map<char, std::string> drives) : impl_(std::make_unique<Impl>()) {
@@ -461,15 +476,7 @@ std::vector<DirEntry> PosixFileSystem::dir(std::string_view pattern, unsigned at
 }
 
 std::int64_t PosixFileSystem::fileLen(std::string_view path) const {
-    Impl::Resolved r;
-    try {
-        r = impl_->resolve(path);
-    } catch (const RuntimeError& e) {
-        if (e.number() == err::kPathNotFound) raise(err::kFileNotFound);
-        throw;
-    }
-    if (r.status == Impl::Status::Refused) raise(err::kPathFileAccessError);
-    if (r.status != Impl::Status::Found) raise(err::kFileNotFound);
+    const Impl::Resolved r = impl_->existing(path);
     return r.isDir ? 0 : static_cast<std::int64_t>(r.st.st_size);
 }
 
@@ -693,15 +700,8 @@ bool PosixFileSystem::isOpen(int number) const {
 }
 
 std::string PosixFileSystem::readAll(std::string_view path) const {
-    Impl::Resolved r;
-    try {
-        r = impl_->resolve(path);
-    } catch (const RuntimeError& e) {
-        if (e.number() == err::kPathNotFound) raise(err::kFileNotFound);
-        throw;
-    }
-    if (r.status == Impl::Status::Refused) raise(err::kPathFileAccessError);
-    if (r.status != Impl::Status::Found || r.isDir) raise(err::kFileNotFound);
+    const Impl::Resolved r = impl_->existing(path);
+    if (r.isDir) raise(err::kFileNotFound);
     Fd fd(::open(r.host.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
     if (fd.get() < 0) raiseErrno(errno, err::kPathFileAccessError);
     return readFd(fd.get(), kMaxReadBytes);

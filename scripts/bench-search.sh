@@ -10,20 +10,13 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build}
 runs=${2:-60}
-if [ ! -f "$build/CMakeCache.txt" ]; then
-  cmake -S . -B "$build" -G Ninja
-fi
-cmake --build "$build" --target qx_search_bench -j2
+. scripts/bench-lib.sh
+bench=$(bench_program "$build" qx_search_bench)
 drive="$build/bench/drive_c"
+bench_database "$drive/KELDATA/Office.mdb"
 mdb="$drive/KELDATA/Office.mdb"
-if [ ! -f "$mdb" ]; then
-  mkdir -p "$drive/KELDATA"
-  gzip -dc ../shared/fixtures/bench/Office.mdb.gz > "$mdb.part"
-  mv "$mdb.part" "$mdb"
-fi
 # The engine keeps searched text only for a file left unchanged for a moment (a file being
 # written is read afresh every time); let a freshly unpacked file settle as any database does.
 age=$(( $(date +%s) - $(stat -c %Y "$mdb") ))
 if [ "$age" -lt 3 ]; then sleep $(( 3 - age )); fi
-bench=$(find "$build" -name qx_search_bench -type f -perm -u+x | head -n 1)
 "$bench" "$drive" "$runs"

@@ -9,23 +9,20 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build}
 runs=${2:-20}
-if [ ! -f "$build/CMakeCache.txt" ]; then
-  cmake -S . -B "$build" -G Ninja
-fi
-cmake --build "$build" --target qx_viewer_bench -j2
+. scripts/bench-lib.sh
+bench=$(bench_program "$build" qx_viewer_bench)
 big="$build/bench/viewer/big"
 small="$build/bench/viewer/small"
 if [ ! -f "$big/KELDATA/Office.mdb" ]; then
   rm -rf "$big"; mkdir -p "$big"
   cp -R ../shared/fixtures/suite/drive_c/. "$big"
   chmod -R u+w "$big"
-  gzip -dc ../shared/fixtures/bench/Office.mdb.gz > "$big/KELDATA/Office.mdb.part"
-  mv "$big/KELDATA/Office.mdb.part" "$big/KELDATA/Office.mdb"
+  rm -f "$big/KELDATA/Office.mdb"
+  bench_database "$big/KELDATA/Office.mdb"
 fi
 rm -rf "$small"; mkdir -p "$small"
 cp -R ../shared/fixtures/suite/drive_c/. "$small"
 chmod -R u+w "$small"
-bench=$(find "$build" -name qx_viewer_bench -type f -perm -u+x | head -n 1)
 echo "== benchmark Office.mdb ($(du -h "$big/KELDATA/Office.mdb" | cut -f1))"
 "$bench" "$big" Property "$runs"
 echo "== fixture Office.mdb ($(du -h "$small/KELDATA/Office.mdb" | cut -f1))"

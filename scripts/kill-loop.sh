@@ -99,28 +99,35 @@ if [ "${KILL_LOOP_VERIFY:-0}" = 1 ] && ! "$verify" "$work/ref-delete.mdb" 2>/dev
   exit 1
 fi
 del_rounds=$(( rounds / 2 > 2 ? rounds / 2 : 2 ))
-dold=0 dnew=0
-for ((i = 0; i < del_rounds; i++)); do
-  cp "$work/original.mdb" "$work/w.mdb"
-  delay_ms=$((RANDOM % 2500))
-  "$cli" jet exec "$work/w.mdb" "$del" >"$work/out" 2>&1 &
-  pid=$!
-  sleep "$(printf '%d.%03d' $((delay_ms / 1000)) $((delay_ms % 1000)))"
-  if kill -9 "$pid" 2>/dev/null; then state=killed; else state=finished; fi
-  wait "$pid" 2>/dev/null || true
-  counts "$work/w.mdb" >/dev/null  # any open rolls back
-  if cmp -s "$work/w.mdb" "$work/original.mdb"; then
-    result=old dold=$((dold + 1))
-  elif cmp -s "$work/w.mdb" "$work/ref-delete.mdb"; then
-    result=new dnew=$((dnew + 1))
-  else
-    echo "delete round $i: $state after ${delay_ms} ms: the file is neither old nor new" >&2
-    exit 1
-  fi
-  rm -f "$work/w.ldb" "$work/w.mdb-journal-ignored"
-  echo "delete round $i: $state after ${delay_ms} ms -> $result"
-done
-echo "kill-loop: $del_rounds delete rounds: $dold old, $dnew new"
+
+# kill_rounds WHAT STATEMENT REFERENCE MAX_MS: del_rounds rounds of STATEMENT on a fresh copy,
+# killed after a random 0..MAX_MS ms; each copy must be the original or REFERENCE byte for byte.
+kill_rounds() {
+  local what=$1 statement=$2 reference=$3 max_ms=$4
+  local i delay_ms pid state result n_old=0 n_new=0
+  for ((i = 0; i < del_rounds; i++)); do
+    cp "$work/original.mdb" "$work/w.mdb"
+    delay_ms=$((RANDOM % max_ms))
+    "$cli" jet exec "$work/w.mdb" "$statement" >"$work/out" 2>&1 &
+    pid=$!
+    sleep "$(printf '%d.%03d' $((delay_ms / 1000)) $((delay_ms % 1000)))"
+    if kill -9 "$pid" 2>/dev/null; then state=killed; else state=finished; fi
+    wait "$pid" 2>/dev/null || true
+    counts "$work/w.mdb" >/dev/null  # any open rolls back
+    if cmp -s "$work/w.mdb" "$work/original.mdb"; then
+      result=old n_old=$((n_old + 1))
+    elif cmp -s "$work/w.mdb" "$reference"; then
+      result=new n_new=$((n_new + 1))
+    else
+      echo "$what round $i: $state after ${delay_ms} ms: the file is neither old nor new" >&2
+      exit 1
+    fi
+    rm -f "$work/w.ldb" "$work/w.mdb-journal-ignored"
+    echo "$what round $i: $state after ${delay_ms} ms -> $result"
+  done
+  echo "kill-loop: $del_rounds $what rounds: $n_old old, $n_new new"
+}
+kill_rounds delete "$del" "$work/ref-delete.mdb" 2500
 
 # Then UPDATE of half of Property (a longer city moves many rows to overflow rows, a changed zip
 # replaces index-free columns), killed at random moments within the time it takes.
@@ -136,25 +143,4 @@ if [ "${KILL_LOOP_VERIFY:-0}" = 1 ] && ! "$verify" "$work/ref-update.mdb" 2>/dev
   echo "kill-loop: jet-verify finds problems after the update" >&2
   exit 1
 fi
-uold=0 unew=0
-for ((i = 0; i < del_rounds; i++)); do
-  cp "$work/original.mdb" "$work/w.mdb"
-  delay_ms=$((RANDOM % 3000))
-  "$cli" jet exec "$work/w.mdb" "$upd" >"$work/out" 2>&1 &
-  pid=$!
-  sleep "$(printf '%d.%03d' $((delay_ms / 1000)) $((delay_ms % 1000)))"
-  if kill -9 "$pid" 2>/dev/null; then state=killed; else state=finished; fi
-  wait "$pid" 2>/dev/null || true
-  counts "$work/w.mdb" >/dev/null  # any open rolls back
-  if cmp -s "$work/w.mdb" "$work/original.mdb"; then
-    result=old uold=$((uold + 1))
-  elif cmp -s "$work/w.mdb" "$work/ref-update.mdb"; then
-    result=new unew=$((unew + 1))
-  else
-    echo "update round $i: $state after ${delay_ms} ms: the file is neither old nor new" >&2
-    exit 1
-  fi
-  rm -f "$work/w.ldb" "$work/w.mdb-journal-ignored"
-  echo "update round $i: $state after ${delay_ms} ms -> $result"
-done
-echo "kill-loop: $del_rounds update rounds: $uold old, $unew new"
+kill_rounds update "$upd" "$work/ref-update.mdb" 3000

@@ -61,6 +61,13 @@ TEST(Utf8, CountsAndCutsInCharacters) {
     EXPECT_EQ(utf8Offset(text, 9), text.size());
 }
 
+TEST(Utf8, Utf16leHasSurrogatePairsAndReplacesMalformedBytes) {
+    std::string out;
+    appendUtf16le(out, "A\xC3\xA9\xF0\x9F\x98\x80\xFF");
+    const std::string want("A\0\xE9\0\x3D\xD8\x00\xDE\xFD\xFF", 10);
+    EXPECT_EQ(out, want);
+}
+
 TEST(Cp1252, EveryByteRoundTrips) {
     for (int b = 0; b < 256; ++b) {
         const char32_t cp = cp1252ToUnicode(static_cast<std::uint8_t>(b));

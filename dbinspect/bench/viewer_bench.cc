@@ -8,9 +8,6 @@
 //
 // DRIVE_C is the host folder standing for C: (with APPRAISE\kel.ini and the suite's folders);
 // TABLE defaults to Property, RUNS to 20. See scripts/bench-viewer.sh.
-#include <sys/resource.h>
-#include <time.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -19,6 +16,7 @@
 #include <vector>
 
 #include "dbinspect/wire.h"
+#include "platform/bench_clock.h"
 #include "platform/errors.h"
 #include "platform/posix_platform.h"
 #include "shell/app.h"
@@ -26,23 +24,10 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double ms(Clock::time_point a, Clock::time_point b) {
-    return std::chrono::duration<double, std::milli>(b - a).count();
-}
-
-double cpuMs() {
-    struct timespec t {};
-    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-    return static_cast<double>(t.tv_sec) * 1e3 + static_cast<double>(t.tv_nsec) / 1e6;
-}
-
-long peakKb() {
-    struct rusage u {};
-    ::getrusage(RUSAGE_SELF, &u);
-    return u.ru_maxrss;
-}
+using qx::bench::Clock;
+using qx::bench::cpuMs;
+using qx::bench::ms;
+using qx::bench::peakKb;
 
 double percentile(std::vector<double> v, double p) {
     std::sort(v.begin(), v.end());

@@ -78,10 +78,10 @@ constexpr std::array kTypeNames{
     TypeName{"AUTOINCREMENT", ColumnType::Long, true},
 };
 
-class ChangeParser {
+class ChangeParser : TokenReader {
   public:
     ChangeParser(std::string_view sql, FormatVersion version)
-        : sql_(sql), toks_(tokenize(sql)), version_(version) {}
+        : TokenReader(sql), sql_(sql), version_(version) {}
 
     std::optional<ChangeStatement> statement() {
         if (keywordIs(peek(), "CREATE")) {
@@ -97,15 +97,6 @@ class ChangeParser {
     }
 
   private:
-    const Token& peek(std::size_t ahead = 0) const {
-        const std::size_t i = pos_ + ahead;
-        return i < toks_.size() ? toks_[i] : toks_.back();
-    }
-    const Token& take() {
-        const Token& t = peek();
-        if (pos_ + 1 < toks_.size()) ++pos_;
-        return t;
-    }
     bool takeIf(Tok kind) {
         if (peek().kind != kind) return false;
         take();
@@ -459,9 +450,7 @@ class ChangeParser {
     }
 
     std::string_view sql_;
-    std::vector<Token> toks_;
     FormatVersion version_;
-    std::size_t pos_ = 0;
     ChangeFailure valueSyntax_ = ChangeFailure::InsertSyntax;  // a literal Jet cannot read
 };
 

@@ -4,15 +4,13 @@
 #include <cstdint>
 #include <string>
 
+#include "base/message_table.h"
+
 namespace jet::sql {
 
 namespace {
 
-struct Entry {
-    ChangeFailure failure;
-    std::int32_t number;
-    std::string_view text;  // "%1" and "%2" mark the names
-};
+using Entry = qx::base::MessageRow<ChangeFailure>;  // "%1" and "%2" mark the names
 
 constexpr std::array kEntries{
     Entry{ChangeFailure::ConstraintSyntax, 3289, "Syntax error in CONSTRAINT clause."},
@@ -28,11 +26,6 @@ constexpr std::array kEntries{
           "typed the name correctly, and try the operation again."},
     Entry{ChangeFailure::DuplicateField, 3191, "Cannot define field more than once."},
 };
-
-void fill(std::string& text, std::string_view mark, std::string_view value) {
-    const auto at = text.find(mark);
-    if (at != std::string::npos) text.replace(at, mark.size(), value);
-}
 
 }  // namespace
 
@@ -59,13 +52,8 @@ Error changeError(ChangeFailure failure, std::string_view a, std::string_view b)
         default:
             break;
     }
-    for (const auto& e : kEntries) {
-        if (e.failure != failure) continue;
-        std::string text(e.text);
-        fill(text, "%1", a);
-        fill(text, "%2", b);
-        return Error(e.number, std::move(text));
-    }
+    if (const Entry* e = qx::base::findMessage(kEntries, failure))
+        return Error(e->number, qx::base::withArgument(qx::base::withArgument(e->text, a, "%1"), b, "%2"));
     return Error(3000, "Reserved error; there is no message for this error.");
 }
 

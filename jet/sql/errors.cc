@@ -3,15 +3,13 @@
 #include <array>
 #include <string>
 
+#include "base/message_table.h"
+
 namespace jet::sql {
 
 namespace {
 
-struct Entry {
-    Failure failure;
-    std::int32_t number;
-    std::string_view text;  // "%s" marks the argument
-};
+using Entry = qx::base::MessageRow<Failure>;
 
 // HRESULTs as ADO passes them on (signed 32-bit).
 constexpr std::int32_t kErrorsInCommand = -2147217900;   // 0x80040E14
@@ -68,27 +66,14 @@ constexpr std::array kTable{
           "requires a current record."},
 };
 
-const Entry& entry(Failure failure) noexcept {
-    for (const auto& e : kTable)
-        if (e.failure == failure) return e;
-    return kTable.back();  // not reached: every failure has its row (the tests check)
-}
-
 }  // namespace
 
 std::int32_t errorNumber(Failure failure) noexcept {
-    return entry(failure).number;
+    return qx::base::messageFor(kTable, failure).number;
 }
 
 std::string errorText(Failure failure, std::string_view argument) {
-    const std::string_view text = entry(failure).text;
-    std::string out;
-    const auto mark = text.find("%s");
-    if (mark == std::string_view::npos) return std::string(text);
-    out.append(text.substr(0, mark));
-    out.append(argument);
-    out.append(text.substr(mark + 2));
-    return out;
+    return qx::base::withArgument(qx::base::messageFor(kTable, failure).text, argument);
 }
 
 Error makeError(Failure failure, std::string_view argument) {

@@ -48,6 +48,25 @@ bool isIdentChar(char c) noexcept;
 // The tokens of `s`, always ending with one Tok::End.
 std::vector<Token> tokenize(std::string_view s);
 
+// The tokens of one statement and the reading position in them, for the statement parsers.
+// Reading never passes the final Tok::End: peeking beyond it gives it again.
+struct TokenReader {
+    explicit TokenReader(std::string_view sql) : toks_(tokenize(sql)) {}
+
+    const Token& peek(std::size_t ahead = 0) const {
+        const std::size_t i = pos_ + ahead;
+        return i < toks_.size() ? toks_[i] : toks_.back();
+    }
+    const Token& take() {
+        const Token& t = peek();
+        if (pos_ + 1 < toks_.size()) ++pos_;
+        return t;
+    }
+
+    std::vector<Token> toks_;
+    std::size_t pos_ = 0;
+};
+
 // Whether `t` is the identifier `word` (given in upper case), without regard to case.
 bool keywordIs(const Token& t, std::string_view word) noexcept;
 

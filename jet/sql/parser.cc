@@ -36,9 +36,9 @@ std::string upperAscii(std::string s) {
     return s;
 }
 
-class Parser {
+class Parser : TokenReader {
   public:
-    Parser(std::string_view sql) : sql_(sql), toks_(tokenize(sql)) {}
+    Parser(std::string_view sql) : TokenReader(sql), sql_(sql) {}
 
     Statement statement() {
         const Token& first = peek();
@@ -52,16 +52,6 @@ class Parser {
     }
 
   private:
-    const Token& peek(std::size_t ahead = 0) const {
-        const std::size_t i = pos_ + ahead;
-        return i < toks_.size() ? toks_[i] : toks_.back();
-    }
-    const Token& take() {
-        const Token& t = peek();
-        if (pos_ + 1 < toks_.size()) ++pos_;
-        return t;
-    }
-
     // After the statement: nothing, or one ';' and nothing.
     void finish(Failure otherwise, std::string_view argument = {}) {
         if (peek().kind == Tok::Semicolon) {
@@ -520,8 +510,6 @@ class Parser {
     }
 
     std::string_view sql_;
-    std::vector<Token> toks_;
-    std::size_t pos_ = 0;
     std::string exprText_;  // the expression being read, as written (quoted in error texts)
 };
 

@@ -8,6 +8,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "jet/format.h"
 #include "jet/sql/column_cache.h"
 #include "jet/sql/errors.h"
 #include "jet/sql/parser.h"
@@ -839,25 +840,12 @@ ColumnType fieldType(Type t) {
     return ColumnType::Text;
 }
 
+// The defined size of a result field: a Yes/No field reports one byte and a computed text 255
+// characters of two bytes each.
 std::uint16_t fieldSize(ColumnType t) {
-    switch (t) {
-        case ColumnType::Boolean:
-        case ColumnType::Byte:
-            return 1;
-        case ColumnType::Integer:
-            return 2;
-        case ColumnType::Long:
-        case ColumnType::Single:
-            return 4;
-        case ColumnType::Currency:
-        case ColumnType::Double:
-        case ColumnType::DateTime:
-            return 8;
-        case ColumnType::Text:
-            return 510;
-        default:
-            return 0;
-    }
+    if (t == ColumnType::Boolean) return 1;
+    if (t == ColumnType::Text) return 510;
+    return jet::detail::fixedValueSize(t);
 }
 
 // The value a result field of type `type` holds for `s`.

@@ -1,6 +1,7 @@
 // The definition of an existing table, and the statements that make it again (jet/sql/ddl.h).
 #include <algorithm>
 
+#include "jet/format.h"
 #include "jet/sql/ddl.h"
 #include "jet/sql/ddl_errors.h"
 #include "jet/sql/text.h"
@@ -10,16 +11,11 @@ namespace jet::sql {
 
 namespace {
 
-// Column flag bits of a table definition.
-constexpr std::uint8_t kColumnNullable = 0x02;
-constexpr std::uint8_t kColumnAutoNumber = 0x04;
-// Real index flag bits.
-constexpr std::uint8_t kIndexUnique = 0x01;
-constexpr std::uint8_t kIndexIgnoreNulls = 0x02;
-constexpr std::uint8_t kIndexRequired = 0x08;
-// Logical index kinds.
-constexpr std::uint8_t kPrimaryKey = 1;
-constexpr std::uint8_t kForeignKey = 2;
+using jet::detail::kColumnAutoNumber;
+using jet::detail::kColumnNullable;
+using jet::detail::kIndexIgnoreNulls;
+using jet::detail::kIndexRequired;
+using jet::detail::kIndexUnique;
 
 bool equalNoCase(std::string_view a, std::string_view b) {
     return compareText(a, b) == 0;
@@ -113,14 +109,14 @@ TableDefinition definitionOf(const Database& db, const Table& table) {
     };
     std::vector<IndexDefinition> primary, others;
     for (const auto& ix : table.indexes()) {
-        if (ix.kind == kForeignKey) continue;
+        if (ix.kind == jet::detail::kLogicalIndexForeign) continue;
         if (ix.realIndex < 0 || static_cast<std::size_t>(ix.realIndex) >= table.realIndexes().size())
             continue;
         const RealIndex& real = table.realIndexes()[static_cast<std::size_t>(ix.realIndex)];
         IndexDefinition d;
         d.name = ix.name;
         for (const auto& k : real.columns) d.columns.push_back({columnName(k.columnNumber), k.ascending});
-        if (ix.kind == kPrimaryKey) {
+        if (ix.kind == jet::detail::kLogicalIndexPrimary) {
             d.primary = true;
             primary.push_back(std::move(d));
             continue;

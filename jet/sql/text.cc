@@ -9,6 +9,8 @@
 #include <emmintrin.h>
 #endif
 
+#include "jet/store.h"
+
 namespace jet::sql {
 
 void appendUpper(std::string& out, std::string_view text) {
@@ -295,21 +297,7 @@ std::string trimDecimals(std::string s) {
 
 std::string utf16leBytesAsText(const Bytes& bytes) {
     std::string out;
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-        char32_t c = static_cast<char32_t>(bytes[i] | (bytes[i + 1] << 8));
-        if (c >= 0xD800 && c <= 0xDBFF && i + 3 < bytes.size()) {
-            const char32_t lo = static_cast<char32_t>(bytes[i + 2] | (bytes[i + 3] << 8));
-            if (lo >= 0xDC00 && lo <= 0xDFFF) {
-                c = 0x10000 + ((c - 0xD800) << 10) + (lo - 0xDC00);
-                i += 2;
-            } else {
-                c = 0xFFFD;
-            }
-        } else if (c >= 0xD800 && c <= 0xDFFF) {
-            c = 0xFFFD;
-        }
-        appendUtf8(out, c);
-    }
+    jet::detail::appendUcs2(out, bytes.data(), bytes.size());
     return out;
 }
 

@@ -19,8 +19,7 @@
 #include <string>
 #include <vector>
 
-#include <time.h>
-
+#include "platform/bench_clock.h"
 #include "platform/errors.h"
 #include "platform/posix_platform.h"
 #include "search/query_routines.h"
@@ -36,18 +35,9 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double ms(Clock::time_point a, Clock::time_point b) {
-    return std::chrono::duration<double, std::milli>(b - a).count();
-}
-
-// Processor time used by this thread so far, in milliseconds.
-double cpuMs() {
-    struct timespec t {};
-    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-    return static_cast<double>(t.tv_sec) * 1e3 + static_cast<double>(t.tv_nsec) / 1e6;
-}
+using qx::bench::Clock;
+using qx::bench::cpuMs;
+using qx::bench::ms;
 
 struct Figures {
     double first = 0, median = 0, p95 = 0;

@@ -242,11 +242,7 @@ void writeTables(std::ostream& out, const Database& db) {
 
 void writeExport(std::ostream& out, const Table& table) {
     output::OutputBuffer buffer(out);
-    output::RowWriter writer(buffer, output::OutputFormat::JsonLines, table.columns());
-    writer.header();
-    const std::vector<std::size_t> columns = allColumns(table);
-    Cursor cursor = table.cursor();
-    while (cursor.next()) writer.row(cursor, columns);
+    output::writeTable(buffer, output::OutputFormat::JsonLines, table);
 }
 
 }  // namespace jet::json

@@ -479,4 +479,13 @@ void RowWriter::row(const jet::Cursor& cursor, const std::vector<std::size_t>& c
     endRow();
 }
 
+void writeTable(OutputBuffer& out, OutputFormat format, const jet::Table& table) {
+    RowWriter writer(out, format, table.columns());
+    writer.header();
+    std::vector<std::size_t> columns(table.columns().size());
+    for (std::size_t i = 0; i < columns.size(); ++i) columns[i] = i;
+    jet::Cursor cursor = table.cursor();
+    while (cursor.next()) writer.row(cursor, columns);
+}
+
 }  // namespace jet::output

@@ -96,4 +96,8 @@ class RowWriter {
     const std::vector<jet::Column>& fields_;
 };
 
+// The header and every row of `table` in scan order. A failure reading a row propagates with the
+// rows before it in `out` (its destructor writes them out).
+void writeTable(OutputBuffer& out, OutputFormat format, const jet::Table& table);
+
 }  // namespace jet::output

@@ -16,7 +16,6 @@ namespace qx::cli {
 
 using jet::output::OutputBuffer;
 using jet::output::OutputFormat;
-using jet::output::RowWriter;
 namespace {
 
 constexpr const char* kTablesUsage =
@@ -44,19 +43,9 @@ int runExport(Invocation& inv) {
     try {
         jet::Database db = jet::Database::open(inv.args[0]);
         const jet::Table table = db.openTable(inv.args[1]);
-        std::vector<std::size_t> columns(table.columns().size());
-        for (std::size_t i = 0; i < columns.size(); ++i) columns[i] = i;
+        // On a failure the buffer goes (writing out the rows before it) ahead of the error line.
         OutputBuffer out(inv.out);
-        RowWriter writer(out, format, table.columns());
-        writer.header();
-        jet::Cursor cursor = table.cursor();
-        try {
-            while (cursor.next()) writer.row(cursor, columns);
-        } catch (const jet::Error&) {
-            // The rows before the failure are out; the error line follows them.
-            out.flush();
-            throw;
-        }
+        jet::output::writeTable(out, format, table);
         out.flush();
         return 0;
     } catch (const jet::Error& e) {

@@ -53,13 +53,8 @@ int runQuery(Invocation& inv) {
             }
             void row(const std::vector<jet::Value>& values) override { writer->row(values); }
         } sink(out, format);
-        try {
-            jet::sql::RowSet::stream(db, inv.args[1], sink);
-        } catch (const jet::Error&) {
-            // The rows before the failure are out; the error line follows them.
-            out.flush();
-            throw;
-        }
+        // On a failure the buffer goes (writing out the rows before it) ahead of the error line.
+        jet::sql::RowSet::stream(db, inv.args[1], sink);
         out.flush();
         return 0;
     } catch (const jet::Error& e) {

@@ -34,6 +34,13 @@ inline constexpr std::uint32_t kLongValueSingle = 0x40000000u;
 inline constexpr std::uint32_t kLongValueLengthMask = 0x3FFFFFFFu;
 
 // The catalog (MSysObjects) always has its definition on page 2.
+// Jet 4 text is UCS-2, or, when it starts with these two bytes, the compressed form (single
+// bytes for runs of units below 0x100, a 0x00 switching between that and two-byte units).
+inline constexpr std::uint8_t kCompressedTextMark[2] = {0xFF, 0xFE};
+inline bool isCompressedJet4Text(const std::uint8_t* data, std::size_t length) noexcept {
+    return length >= 2 && data[0] == kCompressedTextMark[0] && data[1] == kCompressedTextMark[1];
+}
+
 inline constexpr std::uint32_t kCatalogPage = 2;
 inline constexpr std::int32_t kTablesContainerId = 0x0F000001;
 

@@ -181,7 +181,8 @@ void PageChannel::load(CacheBlock& block, std::uint32_t blockNumber) {
     std::uint32_t first = blockNumber * pagesPerBlock_;
     std::uint32_t count = std::min<std::uint32_t>(pagesPerBlock_, pageCount_ - first);
     if (!block.data)
-        block.data = std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(pagesPerBlock_) * pageSize_);
+        block.data = std::make_unique_for_overwrite<std::uint8_t[]>(static_cast<std::size_t>(pagesPerBlock_) *
+                                                                    pageSize_);
     // The block is not marked loaded until every page is in: a failed read leaves nothing behind
     // that a later lookup could take for the file's contents.
     block.loaded = false;

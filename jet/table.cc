@@ -538,6 +538,23 @@ std::string_view Cursor::text(std::size_t column) const {
     return out;
 }
 
+Cursor::Stored Cursor::utf16(std::size_t column, std::string_view& units) const {
+    const Column& c = impl_->column(column);
+    if (impl_->store->fmt->jet3 || (c.type != ColumnType::Text && c.type != ColumnType::Memo))
+        return Stored::Other;
+    const std::uint8_t* d;
+    std::size_t n;
+    if (!impl_->locate(c, d, n)) return Stored::Other;
+    if (c.type == ColumnType::Memo) {
+        const ByteView v = impl_->longValue(d, n);
+        d = v.data;
+        n = v.size;
+    }
+    if (isCompressedJet4Text(d, n)) return Stored::Other;
+    units = std::string_view(reinterpret_cast<const char*>(d), n);
+    return Stored::Utf16;
+}
+
 std::string_view Cursor::raw(std::size_t column) const {
     const Column& c = impl_->column(column);
     if (c.type == ColumnType::Boolean) return {};

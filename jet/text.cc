@@ -109,7 +109,7 @@ char* writeUcs2(char* dst, const std::uint8_t* data, std::size_t length) {
 }
 
 char* writeJet4Text(char* dst, const std::uint8_t* data, std::size_t length) {
-    if (!(length >= 2 && data[0] == 0xFF && data[1] == 0xFE)) return writeUcs2(dst, data, length);
+    if (!isCompressedJet4Text(data, length)) return writeUcs2(dst, data, length);
     // Compressed: single bytes (high byte zero) until a 0x00 switches to two-byte units, and back
     // at the next 0x00.
     Utf8Writer w(dst);

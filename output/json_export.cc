@@ -1,12 +1,13 @@
 #include "output/json_export.h"
 
-#include <charconv>
-#include <cmath>
 #include <cstdint>
+#include <sstream>
+#include <vector>
 
 #include "base/utf8.h"
 #include "jet/database.h"
 #include "jet/table.h"
+#include "output/row_output.h"
 
 namespace jet::json {
 
@@ -175,70 +176,44 @@ std::string base64(const void* data, std::size_t size) {
 
 namespace {
 
+// What a JSON Lines row writer over `fields` writes when `write` is run on it: the same writer
+// the command line's export and query use, so that values have one form everywhere.
 template <class F>
-void appendNumber(std::string& out, F x) {
-    if (!std::isfinite(x)) {
-        out += "null";
-        return;
+std::string written(const std::vector<Column>& fields, F write) {
+    std::ostringstream text;
+    {
+        output::OutputBuffer buffer(text, 4096);
+        output::RowWriter writer(buffer, output::OutputFormat::JsonLines, fields);
+        write(writer);
     }
-    char buf[64];
-    auto r = std::to_chars(buf, buf + sizeof buf, x);
-    out.append(buf, r.ptr);
+    return text.str();
 }
 
-struct ValueWriter {
-    std::string& out;
-    void operator()(std::monostate) { out += "null"; }
-    void operator()(bool b) { out += b ? "true" : "false"; }
-    void operator()(std::uint8_t x) { out += std::to_string(x); }
-    void operator()(std::int16_t x) { out += std::to_string(x); }
-    void operator()(std::int32_t x) { out += std::to_string(x); }
-    void operator()(Currency x) { appendString(out, formatCurrency(x)); }
-    void operator()(float x) { appendNumber(out, x); }
-    void operator()(double x) { appendNumber(out, x); }
-    void operator()(DateTime x) { appendString(out, formatDateTime(x)); }
-    void operator()(const std::string& s) { appendString(out, s); }
-    void operator()(const Bytes& b) {
-        out.push_back('"');
-        out += base64(b.data(), b.size());
-        out.push_back('"');
-    }
-    void operator()(const Guid& g) { appendString(out, formatGuid(g)); }
-    void operator()(const Decimal& d) { appendString(out, formatDecimal(d)); }
-};
+std::vector<std::size_t> allColumns(const Table& table) {
+    std::vector<std::size_t> columns(table.columns().size());
+    for (std::size_t i = 0; i < columns.size(); ++i) columns[i] = i;
+    return columns;
+}
 
 }  // namespace
 
 void appendValue(std::string& out, const Value& value) {
-    std::visit(ValueWriter{out}, value.storage());
+    static const std::vector<Column> noFields;
+    const std::string line =
+        written(noFields, [&](output::RowWriter& w) { w.row(std::vector<Value>{value}); });
+    out.append(line, 1, line.size() - 3);  // without "[" and "]\n"
 }
 
 std::string columnsLine(const Table& table) {
-    std::string out = "{\"columns\":[";
-    bool first = true;
-    for (const auto& c : table.columns()) {
-        if (!first) out.push_back(',');
-        first = false;
-        out += "{\"name\":";
-        appendString(out, c.name);
-        out += ",\"type\":";
-        appendString(out, typeName(c.type));
-        out += ",\"size\":";
-        out += std::to_string(c.size);
-        out.push_back('}');
-    }
-    out += "]}";
-    return out;
+    std::string line = written(table.columns(), [](output::RowWriter& w) { w.header(); });
+    line.pop_back();
+    return line;
 }
 
 void appendRow(std::string& out, const Table& table, const Cursor& cursor) {
-    out.push_back('[');
-    std::size_t n = table.columns().size();
-    for (std::size_t i = 0; i < n; ++i) {
-        if (i) out.push_back(',');
-        appendValue(out, cursor.value(i));
-    }
-    out.push_back(']');
+    const std::string line =
+        written(table.columns(), [&](output::RowWriter& w) { w.row(cursor, allColumns(table)); });
+    out.append(line, 0, line.size() - 1);
 }
 
 std::string errorLine(const Error& error) {
@@ -271,15 +246,8 @@ void writeTables(std::ostream& out, const Database& db) {
 }
 
 void writeExport(std::ostream& out, const Table& table) {
-    out << columnsLine(table) << '\n';
-    Cursor cursor = table.cursor();
-    std::string line;
-    while (cursor.next()) {
-        line.clear();
-        appendRow(line, table, cursor);
-        line.push_back('\n');
-        out << line;
-    }
+    output::OutputBuffer buffer(out);
+    output::writeTable(buffer, output::OutputFormat::JsonLines, table);
 }
 
 }  // namespace jet::json

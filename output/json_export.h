@@ -29,7 +29,8 @@ void appendString(std::string& out, std::string_view text);
 // the closing quote and returns the decoded UTF-8 text. Nothing for a malformed literal (a raw
 // control character, a bad escape, a surrogate without its other half, no closing quote).
 std::optional<std::string> readString(std::string_view text, std::size_t& pos);
-// Appends one value in the forms above.
+// Appends one value in the forms above. This and columnsLine, appendRow and writeExport go through
+// the command line's row writer (output/row_output.h), the one place values are formatted.
 void appendValue(std::string& out, const Value& value);
 std::string base64(const void* data, std::size_t size);
 

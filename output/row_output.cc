@@ -2,6 +2,10 @@
 
 #include <unistd.h>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -12,8 +16,6 @@
 namespace jet::output {
 
 namespace {
-
-constexpr std::size_t kBufferBytes = 1u << 20;
 
 // Bytes a JSON string cannot hold as they are.
 struct EscapeTable {
@@ -70,8 +72,8 @@ bool takeFormatOption(std::vector<std::string>& args, OutputFormat& format, std:
 // ---------------------------------------------------------------------------------------------
 // OutputBuffer
 
-OutputBuffer::OutputBuffer(std::ostream& out)
-    : out_(out), data_(std::make_unique<char[]>(kBufferBytes)), capacity_(kBufferBytes) {
+OutputBuffer::OutputBuffer(std::ostream& out, std::size_t capacity)
+    : out_(out), data_(std::make_unique_for_overwrite<char[]>(capacity)), capacity_(capacity) {
     if (&out == &std::cout) {
         std::cout.flush();
         fd_ = STDOUT_FILENO;
@@ -116,7 +118,7 @@ bool OutputBuffer::flush() {
 void OutputBuffer::makeRoom(std::size_t n) {
     flush();
     if (capacity_ < n) {
-        data_ = std::make_unique<char[]>(n);
+        data_ = std::make_unique_for_overwrite<char[]>(n);
         capacity_ = n;
     }
 }
@@ -254,6 +256,78 @@ void RowWriter::text(std::string_view s) {
     out_.commit(at);
 }
 
+bool RowWriter::plainText(std::string_view units) {
+    const auto* p = reinterpret_cast<const unsigned char*>(units.data());
+    const std::size_t n = units.size() / 2;
+    const bool json = format_ == OutputFormat::JsonLines;
+    // The characters each form escapes or quotes besides control characters (and, in CSV, the
+    // empty text and white space at either end, which must be quoted).
+    const unsigned first = json ? '"' : ',';
+    const unsigned second = json ? '\\' : '"';
+    if (!json) {
+        if (n == 0) return false;
+        const unsigned a = p[0] | (p[1] << 8), z = p[2 * n - 2] | (p[2 * n - 1] << 8);
+        if (a == ' ' || a == '\t' || z == ' ' || z == '\t') return false;
+    }
+    char* const start = out_.room(n + 2);
+    char* at = start;
+    if (json) *at++ = '"';
+#if defined(__SSE2__)
+    // Eight units a test: ASCII, not a control character and neither of the two specials.
+    const __m128i high = _mm_set1_epi16(static_cast<short>(0xFF80));
+    const __m128i space = _mm_set1_epi16(0x20);
+    const __m128i one = _mm_set1_epi16(static_cast<short>(first));
+    const __m128i two = _mm_set1_epi16(static_cast<short>(second));
+    auto plain = [&](__m128i v) {
+        const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(v, high), _mm_setzero_si128());
+        const __m128i bad = _mm_or_si128(_mm_or_si128(_mm_cmplt_epi16(v, space), _mm_cmpeq_epi16(v, one)),
+                                         _mm_cmpeq_epi16(v, two));
+        return _mm_movemask_epi8(_mm_andnot_si128(bad, ascii)) == 0xFFFF;
+    };
+    auto load8 = [&](std::size_t unit) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 2 * unit));
+    };
+    auto load4 = [&](std::size_t unit) {
+        return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + 2 * unit));
+    };
+    if (n >= 8) {
+        // Whole vectors, then one more that ends with the last unit (it overlaps the one before).
+        std::size_t i = 0;
+        for (; i + 8 <= n; i += 8) {
+            const __m128i v = load8(i);
+            if (!plain(v)) return false;
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(at + i), _mm_packus_epi16(v, v));
+        }
+        if (i < n) {
+            const __m128i v = load8(n - 8);
+            if (!plain(v)) return false;
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(at + n - 8), _mm_packus_epi16(v, v));
+        }
+        at += n;
+    } else if (n >= 4) {
+        // The first four units and the last four (overlapping) in one test.
+        const __m128i v = _mm_unpacklo_epi64(load4(0), load4(n - 4));
+        if (!plain(v)) return false;
+        const __m128i packed = _mm_packus_epi16(v, v);
+        const std::uint32_t head = static_cast<std::uint32_t>(_mm_cvtsi128_si32(packed));
+        const std::uint32_t tail = static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(packed, 4)));
+        std::memcpy(at, &head, 4);
+        std::memcpy(at + n - 4, &tail, 4);
+        at += n;
+    } else
+#endif
+    {
+        for (std::size_t i = 0; i < n; ++i) {
+            const unsigned u = p[2 * i] | (p[2 * i + 1] << 8);
+            if (u >= 0x80 || u < 0x20 || u == first || u == second) return false;
+            *at++ = static_cast<char>(u);
+        }
+    }
+    if (json) *at++ = '"';
+    out_.commit(at);
+    return true;
+}
+
 void RowWriter::value(const jet::Value& v) {
     const bool json = format_ == OutputFormat::JsonLines;
     struct Visitor {
@@ -328,6 +402,8 @@ void RowWriter::row(const jet::Cursor& cursor, const std::vector<std::size_t>& c
             continue;
         }
         if (type == jet::ColumnType::Text || type == jet::ColumnType::Memo) {
+            std::string_view units;
+            if (cursor.utf16(c, units) == jet::Cursor::Stored::Utf16 && plainText(units)) continue;
             // Null and the empty text both come back empty; only then is the difference asked.
             const std::string_view s = cursor.text(c);
             if (s.empty() && cursor.isNull(c)) {
@@ -401,6 +477,15 @@ void RowWriter::row(const jet::Cursor& cursor, const std::vector<std::size_t>& c
     }
     if (columns.empty() && json) out_.put('[');
     endRow();
+}
+
+void writeTable(OutputBuffer& out, OutputFormat format, const jet::Table& table) {
+    RowWriter writer(out, format, table.columns());
+    writer.header();
+    std::vector<std::size_t> columns(table.columns().size());
+    for (std::size_t i = 0; i < columns.size(); ++i) columns[i] = i;
+    jet::Cursor cursor = table.cursor();
+    while (cursor.next()) writer.row(cursor, columns);
 }
 
 }  // namespace jet::output

@@ -42,7 +42,9 @@ bool takeFormatOption(std::vector<std::string>& args, OutputFormat& format, std:
 // what the stream holds); any other stream gets the buffer through write().
 class OutputBuffer {
   public:
-    explicit OutputBuffer(std::ostream& out);
+    // `capacity`: bytes gathered before a write (1 MiB unless told; it grows for a larger item).
+    explicit OutputBuffer(std::ostream& out, std::size_t capacity = kDefaultCapacity);
+    static constexpr std::size_t kDefaultCapacity = 1u << 20;
     OutputBuffer(const OutputBuffer&) = delete;
     OutputBuffer& operator=(const OutputBuffer&) = delete;
     ~OutputBuffer();  // flushes; write errors are lost here (call flush() to see them)
@@ -83,6 +85,9 @@ class RowWriter {
   private:
     void value(const jet::Value& v);
     void text(std::string_view s);
+    // Writes UTF-16LE `units` that are all plain ASCII needing no escaping or quoting, converted
+    // in one pass; false (nothing written) for anything else, which text() then handles.
+    bool plainText(std::string_view units);
     void separator(std::size_t k);
     void endRow();
 
@@ -90,5 +95,9 @@ class RowWriter {
     OutputFormat format_;
     const std::vector<jet::Column>& fields_;
 };
+
+// The header and every row of `table` in scan order. A failure reading a row propagates with the
+// rows before it in `out` (its destructor writes them out).
+void writeTable(OutputBuffer& out, OutputFormat format, const jet::Table& table);
 
 }  // namespace jet::output

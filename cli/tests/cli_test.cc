@@ -5,7 +5,10 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -167,6 +170,55 @@ TEST(Cli, JetSchemaPrintsOneStatementPerLineForEveryTable) {
     const auto help = run({"jet", "schema", "--help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_EQ(help.out.rfind("usage: jet schema FILE [TABLE]", 0), 0u);
+}
+
+// A row that cannot be read part way through a table: the rows before it are printed, then the
+// error line, and the command fails.
+TEST(Cli, ExportAndQueryPrintTheRowsBeforeDamageThenTheError) {
+    qx::testing::TempDir tmp;
+    const std::string file = (tmp.path() / "damaged.mdb").string();
+    ASSERT_EQ(run({"jet", "create", file}).status, 0);
+    ASSERT_EQ(run({"jet", "exec", file, "CREATE TABLE T (ID LONG, S TEXT(200))"}).status, 0);
+    const std::string text(200, 'x');
+    for (int i = 0; i < 40; ++i)
+        ASSERT_EQ(
+            run({"jet", "exec", file, "INSERT INTO T VALUES (" + std::to_string(i) + ", '" + text + "')"})
+                .status,
+            0);
+    // The table's definition is the newest one; damage the row count of its last data page.
+    std::fstream f(file, std::ios::in | std::ios::out | std::ios::binary);
+    std::vector<char> bytes((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
+    const std::size_t pageSize = 4096, pages = bytes.size() / pageSize;
+    auto u32 = [&](std::size_t at) {
+        return static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[at]) |
+                                          static_cast<unsigned char>(bytes[at + 1]) << 8 |
+                                          static_cast<unsigned char>(bytes[at + 2]) << 16 |
+                                          static_cast<unsigned char>(bytes[at + 3]) << 24);
+    };
+    std::size_t definition = 0, last = 0, dataPages = 0;
+    for (std::size_t p = 1; p < pages; ++p)
+        if (bytes[p * pageSize] == 2) definition = p;
+    for (std::size_t p = 1; p < pages; ++p)
+        if (bytes[p * pageSize] == 1 && u32(p * pageSize + 4) == definition) last = p, ++dataPages;
+    ASSERT_GE(dataPages, 2u);
+    const std::size_t rowsBefore = 40 - (static_cast<unsigned char>(bytes[last * pageSize + 12]) |
+                                         static_cast<unsigned char>(bytes[last * pageSize + 13]) << 8);
+    f.seekp(static_cast<std::streamoff>(last * pageSize + 12));
+    f.write("\xff\x0f", 2);
+    f.close();
+    for (const std::vector<std::string>& command :
+         {std::vector<std::string>{"jet", "export", file, "T"},
+          std::vector<std::string>{"jet", "query", file, "SELECT * FROM T"},
+          std::vector<std::string>{"jet", "export", file, "T", "--format", "csv"}}) {
+        const auto r = run(command);
+        EXPECT_EQ(r.status, 1) << command[1];
+        std::vector<std::string> lines;
+        std::istringstream in(r.out);
+        for (std::string line; std::getline(in, line);) lines.push_back(line);
+        ASSERT_EQ(lines.size(), rowsBefore + 2) << command[1] << "\n" << r.out;  // header, rows, error
+        EXPECT_EQ(lines.back().rfind("{\"error\":{\"number\":", 0), 0u) << lines.back();
+        EXPECT_NE(lines[lines.size() - 2].find(text), std::string::npos);
+    }
 }
 
 }  // namespace

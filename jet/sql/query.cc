@@ -369,6 +369,15 @@ class Evaluator {
             const Node* col = &subject;
             while (col->op == Node::Op::Upper || col->op == Node::Op::Lower) col = col->kids[0].get();
             if (col->op == Node::Op::Column && col->type == Type::Text && columnIsPlainText(col->column)) {
+                std::string_view units;
+                if (cursor_.utf16(col->column, units) == Cursor::Stored::Utf16) {
+                    const std::size_t count = units.size() / 2;
+                    if (folded_.size() < count) folded_.resize(std::max(count, 2 * folded_.size()));
+                    if (upperAsciiUtf16(units, folded_.data()))
+                        return n.pattern->matchesFolded(std::string_view(folded_.data(), count)) != n.negated
+                                   ? Tri::True
+                                   : Tri::False;
+                }
                 if (cursor_.isNull(col->column)) return Tri::Null;
                 folded_.clear();
                 appendUpper(folded_, cursor_.text(col->column));

@@ -5,6 +5,10 @@
 #include <cstdio>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "jet/store.h"
 
 namespace jet::sql {
@@ -28,6 +32,32 @@ void appendUpper(std::string& out, std::string_view text) {
         }
         appendUtf8(out, upperChar(decodeUtf8(text, pos)));
     }
+}
+
+bool upperAsciiUtf16(std::string_view units, char* out) noexcept {
+    const auto* p = reinterpret_cast<const unsigned char*>(units.data());
+    const std::size_t n = units.size() / 2;
+    std::size_t i = 0;
+#if defined(__SSE2__)
+    const __m128i high = _mm_set1_epi16(static_cast<short>(0xFF80));
+    const __m128i beforeA = _mm_set1_epi16('a' - 1);
+    const __m128i afterZ = _mm_set1_epi16('z' + 1);
+    const __m128i caseBit = _mm_set1_epi16(0x20);
+    for (; i + 8 <= n; i += 8) {
+        __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 2 * i));
+        if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(v, high), _mm_setzero_si128())) != 0xFFFF)
+            return false;
+        const __m128i lower = _mm_and_si128(_mm_cmpgt_epi16(v, beforeA), _mm_cmplt_epi16(v, afterZ));
+        v = _mm_sub_epi16(v, _mm_and_si128(lower, caseBit));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + i), _mm_packus_epi16(v, v));
+    }
+#endif
+    for (; i < n; ++i) {
+        const unsigned u = p[2 * i] | (p[2 * i + 1] << 8);
+        if (u >= 0x80) return false;
+        out[i] = static_cast<char>(u >= 'a' && u <= 'z' ? u - 0x20 : u);
+    }
+    return true;
 }
 
 std::string upper(std::string_view text) {

@@ -25,6 +25,11 @@ std::string upper(std::string_view text);
 // Appends upper(text) to `out` (no allocation when `out` has room).
 void appendUpper(std::string& out, std::string_view text);
 
+// upper() of text given as little-endian UTF-16 `units` (an odd last byte ignored), written to
+// `out` (at least units.size() / 2 bytes), when every unit is ASCII; false otherwise, with `out`
+// left in an unspecified state. For reading stored Jet 4 text without building UTF-8 first.
+bool upperAsciiUtf16(std::string_view units, char* out) noexcept;
+
 // Three-way comparison without regard to case (by code point after folding).
 int compareText(std::string_view a, std::string_view b);
 

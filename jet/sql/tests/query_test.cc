@@ -6,9 +6,12 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <set>
 #include <string>
 
+#include "jet/compact.h"
 #include "jet/format.h"
+#include "jet/schema.h"
 #include "jet/sql/column_cache.h"
 #include "jet/sql/errors.h"
 #include "jet/sql/text.h"
@@ -139,6 +142,98 @@ TEST_F(QueryTest, NullNeverMatchesLikeNorNotLike) {
     EXPECT_EQ(run("SELECT * FROM Invoice WHERE NOT (check1 LIKE '%1%')").recordCount() +
                   run("SELECT * FROM Invoice WHERE check1 LIKE '%1%'").recordCount() + nulls,
               all);
+}
+
+// Text the engine writes is stored as plain UTF-16, which the condition reads without making
+// UTF-8 first when every character is ASCII. Whichever way a text is read, LIKE must answer as it
+// does on the text itself.
+TEST(LikeOnStoredText, EveryShapeOfPatternAgreesWithTheTextItself) {
+    const fs::path dir = fs::temp_directory_path() /
+                         ("qx_sql_like_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()));
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+    const fs::path file = dir / "like.mdb";
+    createDatabase(file);
+    std::vector<std::string> texts = {"York",
+                                      "new york city",
+                                      "NEW YORK",
+                                      "Y\xc3\xb6rk",
+                                      "Yorkshire Dales and more",
+                                      "Nyork",
+                                      "Y0RK",
+                                      "\xc3\x86r\xc3\xb8 york",
+                                      "yor",
+                                      "",
+                                      "k",
+                                      "[York]",
+                                      "york_1",
+                                      "100% York",
+                                      "Tab\tYork",
+                                      "a much longer text with york near its end york"};
+    for (std::size_t length = 1; length <= 20; ++length) {
+        std::string t(length, 'x');
+        t.replace(length / 2, 1, "y");
+        texts.push_back(t + "ORK");
+        texts.push_back("york" + t);
+    }
+    OpenOptions none;
+    none.keepColumnText = false;
+    {
+        jet::OpenOptions writable;
+        writable.readOnly = false;
+        Database db = Database::open(file, writable);
+        NewTable t;
+        t.name = "T";
+        t.columns = {{"ID", ColumnType::Long, 0, false, false, 0, 0},
+                     {"S", ColumnType::Text, 80, false, false, 0, 0}};
+        createTable(db, t);
+        std::size_t next = 0;
+        insertRows(db, "T", [&](std::vector<Value>& row) {
+            if (next > texts.size()) return false;
+            row.assign(2, Value());
+            row[0] = Value(ColumnType::Long, static_cast<std::int32_t>(next));
+            if (next < texts.size()) row[1] = Value(ColumnType::Text, texts[next]);  // the last: Null
+            ++next;
+            return true;
+        });
+    }
+    Database db = Database::open(file);
+    for (const std::string pattern :
+         {"%YORK%", "york%", "%York", "Y_RK", "[NY]%", "%[!a-z]", "", "%", "YORK", "%xy%ORK", "%\xc3\xb6%"}) {
+        for (const std::string subject : {"S", "UCASE(S)", "LCASE(S)"}) {
+            const std::string sql = "SELECT ID FROM T WHERE " + subject + " LIKE '" + pattern + "'";
+            const LikePattern like(pattern);
+            std::set<std::int32_t> expected;
+            for (std::size_t i = 0; i < texts.size(); ++i) {
+                const std::string folded = subject == "LCASE(S)" ? texts[i] : upper(texts[i]);
+                if (like.matches(subject == "S" ? texts[i] : folded))
+                    expected.insert(static_cast<std::int32_t>(i));
+            }
+            for (bool streamed : {false, true}) {
+                std::set<std::int32_t> got;
+                RowSet rs = RowSet::open(db, sql, none);
+                for (std::size_t i = 0; i < rs.recordCount(); ++i)
+                    got.insert(std::get<std::int32_t>(rs.row(i)[0].storage()));
+                if (streamed) {
+                    got.clear();
+                    struct Sink : RowSink {
+                        std::set<std::int32_t>& out;
+                        explicit Sink(std::set<std::int32_t>& o) : out(o) {}
+                        void fields(const std::vector<Column>&) override {}
+                        void row(const Cursor& c, const std::vector<std::size_t>& columns) override {
+                            out.insert(std::get<std::int32_t>(c.value(columns[0]).storage()));
+                        }
+                        void row(const std::vector<Value>& values) override {
+                            out.insert(std::get<std::int32_t>(values[0].storage()));
+                        }
+                    } sink(got);
+                    RowSet::stream(db, sql, sink);
+                }
+                EXPECT_EQ(got, expected) << sql << (streamed ? " (streamed)" : "");
+            }
+        }
+    }
+    fs::remove_all(dir);
 }
 
 TEST_F(QueryTest, ThreeValuedOr) {

@@ -26,6 +26,41 @@ TEST(Upper, LeavesEverythingElseAsItIs) {
                           "B"));
 }
 
+namespace {
+std::string utf16le(std::u16string_view s) {
+    std::string out;
+    for (char16_t u : s) {
+        out.push_back(static_cast<char>(u & 0xFF));
+        out.push_back(static_cast<char>(u >> 8));
+    }
+    return out;
+}
+}  // namespace
+
+TEST(UpperAsciiUtf16, FoldsAsciiOfEveryLengthAndRefusesAnythingElse) {
+    for (std::size_t length = 0; length <= 35; ++length) {
+        std::u16string text;
+        std::string ascii;
+        for (std::size_t i = 0; i < length; ++i) {
+            // Every printable ASCII character and the letters' neighbours ('`', '{', '@', '[').
+            const char c = static_cast<char>(0x20 + (i * 37 + length) % 0x5F);
+            text.push_back(static_cast<char16_t>(c));
+            ascii.push_back(c);
+        }
+        std::string out(length, '\0');
+        ASSERT_TRUE(upperAsciiUtf16(utf16le(text), out.data())) << length;
+        EXPECT_EQ(out, upper(ascii)) << length;
+        // One unit outside ASCII anywhere refuses the whole text.
+        for (std::size_t at = 0; at < length; ++at) {
+            for (char16_t other : {u'\u0080', u'\u00e9', u'\u0178', u'\uff41', u'\u0100'}) {
+                std::u16string changed = text;
+                changed[at] = other;
+                EXPECT_FALSE(upperAsciiUtf16(utf16le(changed), out.data())) << length << " at " << at;
+            }
+        }
+    }
+}
+
 TEST(CompareText, IgnoresCaseButNotAccents) {
     EXPECT_EQ(compareText("Acción", "ACCIÓN"), 0);
     EXPECT_NE(compareText("acción", "accion"), 0);

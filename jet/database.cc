@@ -315,6 +315,7 @@ Database Database::open(const std::filesystem::path& path, const OpenOptions& op
         throw Error::unrecognizedFormat(name);
     std::uint32_t pageSize = version == 0 ? 2048 : 4096;
     store->channel = std::make_unique<PageChannel>(file, name, size, pageSize, options.cacheBytes);
+    store->spillBytes = options.spillBytes;
     readHeader(*store, file, name);
     if (store->channel->pageCount() < 3) throw Error::notADatabase(name);
     loadCatalog(*store);

@@ -47,6 +47,9 @@ struct OpenOptions {
     FileSystem* fileSystem = nullptr;
     // Upper bound on the memory the page cache may use, in bytes (see page_channel.h).
     std::size_t cacheBytes = 1u << 20;
+    // Changed pages a write holds in memory before it writes those beyond the file's original end
+    // early (see jet/transaction.h); 0 = never.
+    std::size_t spillBytes = 16u << 20;
 };
 
 // One row of MSysObjects.

@@ -68,6 +68,15 @@ int FaultyFileSystem::remove(const std::string& path) {
     return inner_.remove(path);
 }
 
+int FaultyFileSystem::rename(const std::string& from, const std::string& to) {
+    if (plan_.refuseWriteOpen != 0) return plan_.refuseWriteOpen;
+    // Renaming a journal into place is a step of the commit protocol: it counts as a write.
+    std::size_t n = 0;
+    bool shortened = false;
+    if (int err = beforeWrite(n, shortened)) return err;
+    return inner_.rename(from, to);
+}
+
 int FaultyFileSystem::syncDirectory(const std::string& path) {
     if (int err = beforeSync()) return err;
     return inner_.syncDirectory(path);
@@ -162,6 +171,15 @@ std::unique_ptr<File> MemoryFileSystem::open(const std::string& path, OpenMode m
 
 int MemoryFileSystem::remove(const std::string& path) {
     return files_.erase(path) ? 0 : ENOENT;
+}
+
+int MemoryFileSystem::rename(const std::string& from, const std::string& to) {
+    auto it = files_.find(from);
+    if (it == files_.end()) return ENOENT;
+    auto bytes = it->second;
+    files_.erase(it);
+    files_[to] = std::move(bytes);
+    return 0;
 }
 
 int MemoryFileSystem::stat(const std::string& path, FileInfo& info) {

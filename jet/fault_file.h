@@ -37,6 +37,7 @@ class FaultyFileSystem final : public FileSystem {
 
     std::unique_ptr<File> open(const std::string& path, OpenMode mode, int& error) override;
     int remove(const std::string& path) override;
+    int rename(const std::string& from, const std::string& to) override;
     int syncDirectory(const std::string& path) override;
     int stat(const std::string& path, FileInfo& info) override { return inner_.stat(path, info); }
     bool writable(const std::string& path) override {
@@ -73,6 +74,7 @@ class MemoryFileSystem final : public FileSystem {
 
     std::unique_ptr<File> open(const std::string& path, OpenMode mode, int& error) override;
     int remove(const std::string& path) override;
+    int rename(const std::string& from, const std::string& to) override;
     int syncDirectory(const std::string&) override { return 0; }
     int stat(const std::string& path, FileInfo& info) override;
     bool writable(const std::string&) override { return true; }

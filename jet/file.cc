@@ -126,6 +126,9 @@ class PosixFileSystem final : public FileSystem {
         return std::make_unique<PosixFile>(fd);
     }
     int remove(const std::string& path) override { return ::unlink(path.c_str()) == 0 ? 0 : errno; }
+    int rename(const std::string& from, const std::string& to) override {
+        return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+    }
     int syncDirectory(const std::string& path) override {
         int fd = ::open(path.empty() ? "." : path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         if (fd < 0) return errno;

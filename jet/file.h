@@ -67,6 +67,9 @@ class FileSystem {
     // Opens `path`; on failure returns null and sets `error`.
     virtual std::unique_ptr<File> open(const std::string& path, OpenMode mode, int& error) = 0;
     virtual int remove(const std::string& path) = 0;
+    // Gives `from` the name `to`, replacing what `to` named, in one step (rename(2)); durable once
+    // the folder is synced. Returns 0 or an errno.
+    virtual int rename(const std::string& from, const std::string& to) = 0;
     // Makes the creation or removal of entries in directory `path` durable.
     virtual int syncDirectory(const std::string& path) = 0;
     // Facts about `path` (follows links); `exists` false when it does not exist. Returns 0 or an

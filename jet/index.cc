@@ -633,17 +633,34 @@ struct IndexEditor::Impl {
         return out;
     }
 
+    void writeBack(std::uint32_t number, Node& n) {
+        if (n.raw.empty()) n.raw.assign(f.pageSize, 0);
+        IndexPage stored = storedForm(n.page);
+        stored.number = number;
+        if (encodedEntryBytes(stored) > indexPageCapacity(f)) fail(number, 0, "index page overfull");
+        encodeIndexPage(f, stored, n.raw.data());
+        io.write(number, n.raw.data());
+        n.dirty = false;
+    }
+
+    void trim(std::size_t keep) {
+        if (nodes.size() <= keep) return;
+        for (auto it = nodes.begin(); it != nodes.end();) {
+            Node& n = it->second;
+            if (n.freed || it->first == ref.root || !n.page.leaf) {
+                ++it;
+                continue;
+            }
+            if (n.dirty) writeBack(it->first, n);
+            it = nodes.erase(it);
+        }
+    }
+
     void commit() {
         for (auto& [number, n] : nodes) {
             if (n.freed) continue;
             if (!n.dirty) continue;
-            if (n.raw.empty()) n.raw.assign(f.pageSize, 0);
-            IndexPage stored = storedForm(n.page);
-            stored.number = number;
-            if (encodedEntryBytes(stored) > indexPageCapacity(f)) fail(number, 0, "index page overfull");
-            encodeIndexPage(f, stored, n.raw.data());
-            io.write(number, n.raw.data());
-            n.dirty = false;
+            writeBack(number, n);
         }
         for (auto it = nodes.begin(); it != nodes.end();) {
             if (it->second.freed) {
@@ -671,6 +688,9 @@ std::vector<std::uint32_t> IndexEditor::findKey(const std::vector<std::uint8_t>&
 }
 void IndexEditor::commit() {
     impl_->commit();
+}
+void IndexEditor::trim(std::size_t keep) {
+    impl_->trim(keep);
 }
 
 }  // namespace jet::detail

@@ -134,6 +134,11 @@ class IndexEditor {
     // Writes every changed page through the PageIO and releases pages no longer used.
     void commit();
 
+    // When more than `keep` pages are held: writes the changed leaves (the root excepted) through
+    // the PageIO and forgets them; they are read again when needed. Many inserts then hold the
+    // intermediate pages and the leaves they are at, not the whole index.
+    void trim(std::size_t keep);
+
   private:
     struct Impl;
     std::unique_ptr<Impl> impl_;

@@ -10,7 +10,9 @@ namespace jet::detail {
 namespace {
 
 constexpr char kMagic[8] = {'Q', 'X', 'J', 'E', 'T', 'J', 'N', 'L'};
-constexpr std::uint32_t kVersion = 1;
+constexpr std::uint32_t kVersion = 2;
+// Journals of version 1 have the same layout; their length after is always known.
+constexpr std::uint32_t kOldestVersion = 1;
 
 void put32(std::uint8_t* p, std::uint32_t v) {
     for (int i = 0; i < 4; ++i) p[i] = static_cast<std::uint8_t>(v >> (8 * i));
@@ -61,6 +63,8 @@ bool journalExists(FileSystem& fs, const std::string& database) {
 
 int writeJournal(FileSystem& fs, const std::string& database, const JournalPlan& plan) {
     const std::string path = database + kJournalSuffix;
+    const std::string partial = database + kPartialJournalSuffix;
+    const bool replacing = journalExists(fs, database);
     const std::size_t recordBytes = 4 + static_cast<std::size_t>(plan.pageSize);
     std::vector<std::uint8_t> buf(kJournalHeaderBytes + recordBytes * plan.records.size(), 0);
     std::uint8_t* r = buf.data() + kJournalHeaderBytes;
@@ -82,20 +86,29 @@ int writeJournal(FileSystem& fs, const std::string& database, const JournalPlan&
     put32(h + 60, crc32(h, 60));
 
     int err = 0;
-    auto file = fs.open(path, OpenMode::CreateNew, err);
+    // One left by a writer that stopped while making it is of no use to anyone: it is reused.
+    auto file = fs.open(partial, OpenMode::CreateOrOpen, err);
     if (!file) return err;
+    if (int e = file->truncate(0)) return e;
     // Records first, header last: a journal cut short anywhere fails its checksums.
     err = file->writeAll(kJournalHeaderBytes, buf.data() + kJournalHeaderBytes,
                          buf.size() - kJournalHeaderBytes);
     if (err == 0) err = file->writeAll(0, buf.data(), kJournalHeaderBytes);
     if (err == 0) err = file->sync();
     file.reset();
-    if (err == 0) err = fs.syncDirectory(directoryOf(database));
     if (err != 0) {
-        fs.remove(path);
+        fs.remove(partial);
         return err;
     }
-    return 0;
+    if (int e = fs.rename(partial, path)) {
+        fs.remove(partial);
+        return e;
+    }
+    err = fs.syncDirectory(directoryOf(database));
+    // A journal replaced stays: it belongs to pages already written and the caller rolls back
+    // with it. A new one goes, as nothing has been written yet.
+    if (err != 0 && !replacing) fs.remove(path);
+    return err;
 }
 
 int removeJournal(FileSystem& fs, const std::string& database) {
@@ -128,7 +141,9 @@ RecoveryOutcome recoverJournal(FileSystem& fs, File& db, const std::string& data
         return ignore("it is not a journal of this engine, or was cut short");
     const std::uint8_t* h = buf.data();
     if (get32(h + 60) != crc32(h, 60)) return ignore("its header is incomplete (cut short before the write)");
-    if (get32(h + 8) != kVersion) return ignore("unknown journal version");
+    const std::uint32_t version = get32(h + 8);
+    if (version < kOldestVersion || version > kVersion)
+        return ignore("unknown journal version " + std::to_string(version));
     const std::uint32_t pageSize = get32(h + 12);
     const std::uint64_t before = get64(h + 16), after = get64(h + 24);
     const std::uint32_t count = get32(h + 32);
@@ -142,7 +157,9 @@ RecoveryOutcome recoverJournal(FileSystem& fs, File& db, const std::string& data
     // Does it belong to this file?
     std::uint64_t size = 0;
     if (db.size(size) != 0) return ignore("the database's length cannot be read");
-    if (size < std::min(before, after) || size > std::max(before, after) + pageSize)
+    const bool afterKnown = !(version >= 2 && after == kJournalLengthUnknown);
+    if (afterKnown ? (size < std::min(before, after) || size > std::max(before, after) + pageSize)
+                   : size < before)
         return ignore("it belongs to a file of another length");
     std::vector<std::uint8_t> page0(pageSize, 0);
     std::size_t got0 = 0;

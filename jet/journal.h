@@ -7,12 +7,19 @@
 // journal that belongs to it puts the original bytes back and cuts the file to its original
 // length: the file is then exactly what it was before the write began.
 //
+// A large write may put pages beyond the file's original end into the file before its commit
+// (see Transaction): cutting the file back removes them, so they need no record. It first makes
+// a journal with no records whose length after the write is not known yet (all bits set), and at
+// commit replaces it with the whole journal. A journal is always made under the name
+// "<database>-journal-partial", synced, renamed over "<database>-journal" and its folder synced:
+// at every moment the journal there is a whole one (or none).
+//
 // Format (little-endian):
 //   0  8  magic "QXJETJNL"
-//   8  4  format version (1)
+//   8  4  format version (2; version 1, which never has an unknown length after, is read too)
 //  12  4  page size
 //  16  8  length of the database before the write
-//  24  8  length of the database after the write
+//  24  8  length of the database after the write, or all bits set when not known yet
 //  32  4  number of page records
 //  36  4  CRC-32 of page 0 before the write
 //  40  4  CRC-32 of page 0 after the write
@@ -24,8 +31,10 @@
 // checksums do not hold was cut short before that point (the database was not touched) and is
 // never applied. A journal belongs to a database when the database's page 0 has the CRC it had
 // before or after the write and its length lies between the two lengths (a journal copied
-// beside another file does not); one that does not belong is never applied either. Either kind
-// is reported and moved aside to "<database>-journal-ignored" by the next writer.
+// beside another file does not); with the length after not known, any length from the one
+// before on. One that does not belong is never applied either, nor one of a version this engine
+// does not know. Each of these is reported and moved aside to "<database>-journal-ignored" by
+// the next writer. A "-journal-partial" file is never applied; the next writer removes it.
 #pragma once
 
 #include <cstdint>
@@ -38,6 +47,9 @@ namespace jet::detail {
 
 inline constexpr char kJournalSuffix[] = "-journal";
 inline constexpr char kIgnoredJournalSuffix[] = "-journal-ignored";
+inline constexpr char kPartialJournalSuffix[] = "-journal-partial";
+// JournalPlan::lengthAfter of a journal made before the database's final length is known.
+inline constexpr std::uint64_t kJournalLengthUnknown = ~std::uint64_t{0};
 inline constexpr std::size_t kJournalHeaderBytes = 64;
 
 std::uint32_t crc32(const std::uint8_t* data, std::size_t length, std::uint32_t crc = 0) noexcept;
@@ -56,8 +68,9 @@ struct JournalPlan {
     std::vector<JournalRecord> records;
 };
 
-// Creates the journal for `database` and makes it durable. Returns 0 or an errno (the journal
-// is then removed again as far as possible).
+// Makes `plan` the journal of `database`, durably, replacing the one there (see above). Returns 0
+// or an errno; the journal there before is then still there, and a journal that did not exist
+// before is removed again as far as possible.
 int writeJournal(FileSystem& fs, const std::string& database, const JournalPlan& plan);
 
 // Removes the journal (the commit point) and syncs the folder. Returns 0 or the errno of the

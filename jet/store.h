@@ -73,7 +73,8 @@ class Store {
     FileSystem* fs = nullptr;
     std::unique_ptr<File> file;  // before channel and locks: they use it
     std::unique_ptr<OpenLocks> locks;
-    bool writable = false;  // the file is open for writing
+    bool writable = false;       // the file is open for writing
+    std::size_t spillBytes = 0;  // OpenOptions::spillBytes
     std::uint64_t device = 0, inode = 0;
     std::uint64_t generation = 0;  // fileGeneration() when the catalog was read
     // Things found while opening that the caller may want to tell (a journal that was rolled

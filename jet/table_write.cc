@@ -309,6 +309,8 @@ std::string columnLabel(const std::string& table, const Column& c) {
 
 class TableInserter {
   public:
+    static constexpr std::size_t kIndexPagesHeld = 256;
+
     TableInserter(Transaction& tx, Store& store, const TableLayout& layout)
         : tx_(tx), store_(store), f_(tx.format()), layout_(layout) {
         def_ = readDefinition(tx, store, layout.tdefPage);
@@ -386,6 +388,12 @@ class TableInserter {
             ++entries_[r];
         }
         ++rowCount_;
+    }
+
+    // Between rows: index pages beyond a working set go to the transaction (which may write them
+    // early), so that a long insert holds a bounded part of each index.
+    void trim() {
+        for (auto& [r, ed] : editors_) ed->trim(kIndexPagesHeld);
     }
 
     void finish() {
@@ -1231,8 +1239,12 @@ std::uint64_t insertRows(const Database& db, std::string_view table, const RowFe
         if (!feed(row)) break;
         ins.insert(row);
         ++n;
+        // Between rows the inserter holds no page of the transaction's.
+        ins.trim();
+        tx.spillIfNeeded();
     }
     ins.finish();
+    tx.spillIfNeeded();
     finishCommit(tx, stats);
     return n;
 }

@@ -67,10 +67,116 @@ Transaction::Transaction(const Database& db) : store_(db.store()) {
     }
     if (size / s.fmt->pageSize != s.channel->pageCount()) s.reload();
     pageCount_ = originalCount_ = s.channel->pageCount();
+    spillBytes_ = s.spillBytes;
 }
 
 Transaction::~Transaction() {
+    if (spilling_) {
+        abandonEarlyWrites();
+        store_->file->unlock(kLockCommit, 1);
+    }
     if (holdsWriteLock_) store_->file->unlock(kLockWrite, 1);
+}
+
+void Transaction::abandonEarlyWrites() noexcept {
+    Store& s = *store_;
+    spilling_ = false;
+    written_.clear();
+    int err = s.file->truncate(originalLength_);
+    if (err == 0) err = s.file->sync();
+    // Only a file known to be whole again loses its journal; otherwise the next open rolls back.
+    if (err == 0) removeJournal(*s.fs, s.path);
+}
+
+int Transaction::writePage(std::uint32_t number, const std::vector<std::uint8_t>& bytes,
+                           std::vector<std::uint8_t>& out) {
+    const std::uint32_t ps = format().pageSize;
+    out.assign(bytes.begin(), bytes.begin() + ps);
+    const std::uint32_t key = store_->channel->databaseKey();
+    if (key != 0 && number != 0) {
+        std::uint32_t k = key ^ number;
+        std::uint8_t kb[4] = {static_cast<std::uint8_t>(k), static_cast<std::uint8_t>(k >> 8),
+                              static_cast<std::uint8_t>(k >> 16), static_cast<std::uint8_t>(k >> 24)};
+        rc4(kb, 4, out.data(), ps);
+    }
+    return store_->file->writeAll(static_cast<std::uint64_t>(number) * ps, out.data(), ps);
+}
+
+void Transaction::setAsideOldJournal() {
+    Store& s = *store_;
+    if (!journalExists(*s.fs, s.path)) return;
+    std::string aside = s.path + kIgnoredJournalSuffix;
+    s.fs->remove(aside);
+    int err = 0;
+    auto from = s.fs->open(s.path + kJournalSuffix, OpenMode::Read, err);
+    auto to = from ? s.fs->open(aside, OpenMode::CreateNew, err) : nullptr;
+    if (from && to) {
+        std::uint64_t n = 0;
+        from->size(n);
+        std::vector<std::uint8_t> buf(static_cast<std::size_t>(n));
+        std::size_t got = 0;
+        from->readAll(0, buf.data(), buf.size(), got);
+        err = to->writeAll(0, buf.data(), got);
+        if (err == 0) err = to->sync();
+    }
+    if (err != 0) throw Error::writeFailed(s.path, err);
+    if (int e = s.fs->remove(s.path + kJournalSuffix)) throw Error::writeFailed(s.path, e);
+}
+
+void Transaction::spillIfNeeded() {
+    if (finished_ || spillBytes_ == 0) return;
+    const std::size_t ps = format().pageSize;
+    if (changed_.size() * ps <= spillBytes_ || changed_.size() < nextSpillCheck_) return;
+    spill();
+    // Pages within the original length stay in memory: should they alone be over the limit,
+    // look again only when as many pages again have come.
+    nextSpillCheck_ = changed_.size() + std::max<std::size_t>(spillBytes_ / ps / 2, 1);
+}
+
+void Transaction::spill() {
+    Store& s = *store_;
+    File& file = *s.file;
+    const std::uint32_t ps = format().pageSize;
+    if (!spilling_) {
+        std::uint64_t length = 0;
+        if (int err = file.size(length)) throw Error::writeFailed(s.path, err);
+        // Only pages wholly beyond the original end may be written before the commit.
+        const std::uint64_t firstNew = (length + ps - 1) / ps;
+        if (changed_.lower_bound(
+                static_cast<std::uint32_t>(std::min<std::uint64_t>(firstNew, 0xFFFFFFFFu))) == changed_.end())
+            return;
+        file.lock(kLockCommit, 1, LockKind::Exclusive, true);
+        try {
+            setAsideOldJournal();
+            JournalPlan plan;
+            plan.pageSize = ps;
+            plan.lengthBefore = length;
+            plan.lengthAfter = kJournalLengthUnknown;
+            std::vector<std::uint8_t> page0(ps, 0);
+            std::size_t got = 0;
+            if (int err = file.readAll(0, page0.data(), ps, got)) throw Error::writeFailed(s.path, err);
+            plan.page0Before = plan.page0After = crc32(page0.data(), got);
+            if (int err = writeJournal(*s.fs, s.path, plan)) throw Error::writeFailed(s.path, err);
+        } catch (...) {
+            file.unlock(kLockCommit, 1);
+            throw;
+        }
+        originalLength_ = length;
+        spilling_ = true;
+        stats_.bytesWritten += kJournalHeaderBytes;
+    }
+    const std::uint64_t firstNew = (originalLength_ + ps - 1) / ps;
+    std::vector<std::uint8_t> out;
+    for (auto it = changed_.lower_bound(static_cast<std::uint32_t>(firstNew)); it != changed_.end();) {
+        if (int err = writePage(it->first, it->second, out)) {
+            finished_ = true;
+            throw Error::writeFailed(s.path, err);
+        }
+        stats_.bytesWritten += ps;
+        ++stats_.pagesWrittenEarly;
+        written_.insert(it->first);
+        it = changed_.erase(it);
+    }
 }
 
 const JetFormat& Transaction::format() const {
@@ -85,8 +191,24 @@ void Transaction::read(std::uint32_t page, std::uint8_t* out) {
     }
     if (page >= pageCount_) store_->corrupt(page, 0, "page number beyond the end of the file");
     if (page >= originalCount_) {
+        const std::uint32_t ps = format().pageSize;
+        if (written_.count(page) != 0) {
+            // Written early: read back (and decrypted) from the file.
+            std::size_t got = 0;
+            int err = store_->file->readAll(static_cast<std::uint64_t>(page) * ps, out, ps, got);
+            if (err == 0 && got != ps) err = EIO;
+            if (err != 0) throw Error::writeFailed(store_->path, err);
+            const std::uint32_t key = store_->channel->databaseKey();
+            if (key != 0) {
+                std::uint32_t k = key ^ page;
+                std::uint8_t kb[4] = {static_cast<std::uint8_t>(k), static_cast<std::uint8_t>(k >> 8),
+                                      static_cast<std::uint8_t>(k >> 16), static_cast<std::uint8_t>(k >> 24)};
+                rc4(kb, 4, out, ps);
+            }
+            return;
+        }
         // Appended but never written: undefined; zeros.
-        std::memset(out, 0, format().pageSize);
+        std::memset(out, 0, ps);
         return;
     }
     PageRef ref = store_->page(page);
@@ -338,38 +460,35 @@ void Transaction::commit() {
     if (finished_) throw Error(errc::kDiskError, "Disk or network error.");
     finished_ = true;
     Store& s = *store_;
-    if (changed_.empty()) return;
+    if (changed_.empty() && !spilling_) return;
     const std::uint32_t ps = format().pageSize;
     File& file = *s.file;
 
-    // No open may read the header or catalog while pages are written.
-    file.lock(kLockCommit, 1, LockKind::Exclusive, true);
+    // No open may read the header or catalog while pages are written (after early writes the
+    // lock is held already).
+    if (!spilling_) file.lock(kLockCommit, 1, LockKind::Exclusive, true);
+    // Early writes are this commit's from here on: whatever happens, it ends them.
+    const bool early = spilling_;
+    spilling_ = false;
     struct Unlock {
         File& f;
         ~Unlock() { f.unlock(kLockCommit, 1); }
     } unlock{file};
 
-    std::uint64_t originalLength = 0;
-    if (int err = file.size(originalLength)) throw Error::writeFailed(s.path, err);
-    // A journal already there was not applied when this file was opened: keep it out of the way.
-    if (journalExists(*s.fs, s.path)) {
-        std::string aside = s.path + kIgnoredJournalSuffix;
-        s.fs->remove(aside);
-        int err = 0;
-        auto from = s.fs->open(s.path + kJournalSuffix, OpenMode::Read, err);
-        auto to = from ? s.fs->open(aside, OpenMode::CreateNew, err) : nullptr;
-        if (from && to) {
-            std::uint64_t n = 0;
-            from->size(n);
-            std::vector<std::uint8_t> buf(static_cast<std::size_t>(n));
-            std::size_t got = 0;
-            from->readAll(0, buf.data(), buf.size(), got);
-            err = to->writeAll(0, buf.data(), got);
-            if (err == 0) err = to->sync();
-        }
-        if (err != 0) throw Error::writeFailed(s.path, err);
-        if (int e = s.fs->remove(s.path + kJournalSuffix)) throw Error::writeFailed(s.path, e);
+    std::uint64_t originalLength = originalLength_;
+    if (!early) {
+        if (int err = file.size(originalLength)) throw Error::writeFailed(s.path, err);
+        // A journal already there was not applied when this file was opened: keep it out of the way.
+        setAsideOldJournal();
     }
+    // Until the whole journal is in place, failing means cutting off the early writes.
+    struct CutBack {
+        Transaction& tx;
+        bool armed;
+        ~CutBack() {
+            if (armed) tx.abandonEarlyWrites();
+        }
+    } cutBack{*this, early};
 
     JournalPlan plan;
     plan.pageSize = ps;
@@ -393,22 +512,15 @@ void Transaction::commit() {
         plan.records.push_back(std::move(rec));
     }
     if (int err = writeJournal(*s.fs, s.path, plan)) throw Error::writeFailed(s.path, err);
+    cutBack.armed = false;
     stats_.pagesJournaled = plan.records.size();
     stats_.bytesWritten += kJournalHeaderBytes + plan.records.size() * (4u + ps);
 
     // The pages, in file order (appended ones extend the file in order).
-    const std::uint32_t key = s.channel->databaseKey();
     std::vector<std::uint8_t> out(ps);
     int err = 0;
     for (const auto& [number, bytes] : changed_) {
-        std::memcpy(out.data(), bytes.data(), ps);
-        if (key != 0 && number != 0) {
-            std::uint32_t k = key ^ number;
-            std::uint8_t kb[4] = {static_cast<std::uint8_t>(k), static_cast<std::uint8_t>(k >> 8),
-                                  static_cast<std::uint8_t>(k >> 16), static_cast<std::uint8_t>(k >> 24)};
-            rc4(kb, 4, out.data(), ps);
-        }
-        err = file.writeAll(static_cast<std::uint64_t>(number) * ps, out.data(), ps);
+        err = writePage(number, bytes, out);
         if (err != 0) break;
         ++stats_.pagesWritten;
         stats_.bytesWritten += ps;
@@ -423,6 +535,7 @@ void Transaction::commit() {
         throw Error::writeFailed(s.path, err);
     }
     changed_.clear();
+    written_.clear();
     bumpFileGeneration(s.device, s.inode);
     file.unlock(kLockCommit, 1);
     s.reload();

@@ -14,11 +14,23 @@
 // and the next open of the file rolls it back. Either way the file is its old self or its new one.
 // After a commit the Database's cached catalog and layouts are read again, and other opens of the
 // same file in this process notice the change (see Store::refreshIfChanged).
+//
+// A large write need not hold every page in memory: spillIfNeeded(), called where no page
+// reference is held, writes changed pages that lie beyond the file's original end to the file
+// early and forgets them (they are read back from the file when needed). These pages are not part
+// of the old file: a journal with no records and the length after not known yet (jet/journal.h)
+// is made durable before the first of them is written, and cutting the file back to its original
+// length removes them. Pages within the original length are kept in memory and journaled at
+// commit as always. From the first early write to the end of the transaction no other open of
+// the file may read its header or catalog (they wait), as during a commit. A transaction
+// dropped after early writes cuts the file back and removes its journal (or, should that fail,
+// leaves the journal for the next open to roll back).
 #pragma once
 
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <set>
 #include <vector>
 
 #include "jet/database.h"
@@ -31,9 +43,10 @@ class Store;
 }
 
 struct CommitStats {
-    std::size_t pagesJournaled = 0;  // original pages saved in the journal
-    std::size_t pagesWritten = 0;    // pages written to the database
-    std::uint64_t bytesWritten = 0;  // journal and database together
+    std::size_t pagesJournaled = 0;     // original pages saved in the journal
+    std::size_t pagesWritten = 0;       // pages written to the database
+    std::uint64_t bytesWritten = 0;     // journal and database together
+    std::size_t pagesWrittenEarly = 0;  // pages beyond the original end written before the commit
 };
 
 class Transaction final : public detail::PageIO {
@@ -66,8 +79,16 @@ class Transaction final : public detail::PageIO {
     // The page as this transaction sees it, to be changed in place (it becomes a changed page).
     std::vector<std::uint8_t>& modify(std::uint32_t page) { return mutablePage(page); }
 
-    // Pages changed so far.
+    // Pages changed so far and held in memory.
     std::size_t changedPages() const noexcept { return changed_.size(); }
+
+    // Writes the changed pages beyond the file's original end early (see above) once the changed
+    // pages held in memory exceed the limit (OpenOptions::spillBytes). Callers must hold no
+    // reference from modify() across it. Errors: as commit(); the transaction is then of no
+    // further use.
+    void spillIfNeeded();
+    // Pages written early so far.
+    std::size_t spilledPages() const noexcept { return written_.size(); }
 
     // Writes everything (see above). Errors: 3026 full disk, 3027 read-only, 3044 the folder is
     // gone, 3043 other failures; the file is unchanged then. Commit at most once.
@@ -90,6 +111,15 @@ class Transaction final : public detail::PageIO {
     const std::vector<std::uint8_t>& globalPage();
     void undoWrites(const std::vector<std::vector<std::uint8_t>>& originals,
                     const std::vector<std::uint32_t>& pages, std::uint64_t originalLength);
+    // Moves a journal that was there before this write began out of the way.
+    void setAsideOldJournal();
+    // Writes `bytes` as page `number` (encrypted when the file is). Returns 0 or an errno.
+    int writePage(std::uint32_t number, const std::vector<std::uint8_t>& bytes,
+                  std::vector<std::uint8_t>& out);
+    void spill();
+    // After early writes that are not to be committed: the file cut back, the journal removed
+    // (kept when the file could not be cut back). The commit lock stays held.
+    void abandonEarlyWrites() noexcept;
 
     std::shared_ptr<detail::Store> store_;
     std::map<std::uint32_t, std::vector<std::uint8_t>> changed_;
@@ -103,6 +133,13 @@ class Transaction final : public detail::PageIO {
     std::uint32_t firstMaybeFree_ = 3;
     bool holdsWriteLock_ = false;
     bool finished_ = false;
+    // Early writes (see spillIfNeeded): the limit, whether they began (the commit lock is then
+    // held and a journal is in place), the file's length before them, and the pages written.
+    std::size_t spillBytes_ = 0;
+    bool spilling_ = false;
+    std::uint64_t originalLength_ = 0;
+    std::set<std::uint32_t> written_;
+    std::size_t nextSpillCheck_ = 0;
     CommitStats stats_;
 };
 

@@ -8,8 +8,9 @@
 # end (made once per table beforehand). Those reference results are checked by our reader (the
 # table gone, every other table's row count unchanged) and, with KILL_LOOP_VERIFY=1, by jet-verify
 # (minutes on this file). Then the same for a DELETE of half of Property, ROUNDS/2 times (at least
-# twice), and for an UPDATE of half of Property as often. Prints a line per round and a summary; exits 1 at the first file that is neither old nor
-# new.
+# twice), for an UPDATE of half of Property as often, and for a jet import of all of Property into a
+# new database as often (it writes pages before its commit). Prints a line per round and a summary;
+# exits 1 at the first file that is neither old nor new.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 dir=${1:-build}
@@ -144,3 +145,47 @@ if [ "${KILL_LOOP_VERIFY:-0}" = 1 ] && ! "$verify" "$work/ref-update.mdb" 2>/dev
   exit 1
 fi
 kill_rounds update "$upd" "$work/ref-update.mdb" 3000
+# Then jet import of all of Property into a new database (JSON Lines of jet export), killed at
+# random moments within the time it takes. The import holds more changed pages than a write keeps
+# in memory, so it writes its new pages into the file before its commit: after the kill the file
+# must still be the empty table or the whole import, and both are checked by jet-verify.
+"$cli" jet create "$work/import-empty.mdb" >/dev/null
+"$cli" jet schema "$work/original.mdb" Property | while IFS= read -r statement; do
+  "$cli" jet exec "$work/import-empty.mdb" "$statement" >/dev/null
+done
+"$cli" jet export "$work/original.mdb" Property >"$work/property.jsonl"
+cp "$work/import-empty.mdb" "$work/ref-import.mdb"
+"$cli" jet import "$work/ref-import.mdb" Property <"$work/property.jsonl" >/dev/null
+for f in import-empty ref-import; do
+  if ! "$verify" "$work/$f.mdb" 2>/dev/null | grep -q ' 0 problems$'; then
+    echo "kill-loop: jet-verify finds problems in $f.mdb" >&2
+    exit 1
+  fi
+done
+iold=0 inew=0
+for ((i = 0; i < del_rounds; i++)); do
+  cp "$work/import-empty.mdb" "$work/w.mdb"
+  delay_ms=$((RANDOM % 2500))
+  "$cli" jet import "$work/w.mdb" Property <"$work/property.jsonl" >"$work/out" 2>&1 &
+  pid=$!
+  sleep "$(printf '%d.%03d' $((delay_ms / 1000)) $((delay_ms % 1000)))"
+  if kill -9 "$pid" 2>/dev/null; then state=killed; else state=finished; fi
+  wait "$pid" 2>/dev/null || true
+  journal=$([ -e "$work/w.mdb-journal" ] && echo "journal left" || echo "no journal")
+  counts "$work/w.mdb" >/dev/null  # any open rolls back
+  if [ -e "$work/w.mdb-journal" ]; then
+    echo "import round $i: the journal is still there after reopening" >&2
+    exit 1
+  fi
+  if cmp -s "$work/w.mdb" "$work/import-empty.mdb"; then
+    result=old iold=$((iold + 1))
+  elif cmp -s "$work/w.mdb" "$work/ref-import.mdb"; then
+    result=new inew=$((inew + 1))
+  else
+    echo "import round $i: $state after ${delay_ms} ms: the file is neither old nor new" >&2
+    exit 1
+  fi
+  rm -f "$work/w.ldb" "$work/w.mdb-journal-ignored" "$work/w.mdb-journal-partial"
+  echo "import round $i: $state after ${delay_ms} ms ($journal) -> $result"
+done
+echo "kill-loop: $del_rounds import rounds: $iold old, $inew new"

@@ -59,6 +59,7 @@ class TimedFileSystem final : public jet::FileSystem {
         return std::make_unique<TimedFile>(*this, std::move(f));
     }
     int remove(const std::string& path) override { return host().remove(path); }
+    int rename(const std::string& from, const std::string& to) override { return host().rename(from, to); }
     int syncDirectory(const std::string& path) override {
         auto a = Clock::now();
         int r = host().syncDirectory(path);

@@ -11,8 +11,10 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <functional>
 
+#include "jet/compact.h"
 #include "jet/database.h"
 #include "jet/error.h"
 #include "jet/fault_file.h"
@@ -20,6 +22,8 @@
 #include "jet/locks.h"
 #include "jet/schema.h"
 #include "jet/sql/execute.h"
+#include "jet/table.h"
+#include "jet/transaction.h"
 #include "write_support.h"
 
 namespace {
@@ -288,6 +292,223 @@ TEST(Faults, VanishedFolder) {
         EXPECT_NE(e.description().find("is not a valid path"), std::string::npos);
     }
     EXPECT_EQ(jettest::fileBytes(moved / "Report.mdb"), before);
+}
+
+// ---- a large insert that writes new pages before its commit (the limit set low)
+
+namespace early {
+
+constexpr int kRows = 1200;
+constexpr std::size_t kLimit = 8 * 4096;  // eight pages
+
+jet::OpenOptions limited(jet::FileSystem& fs) {
+    jet::OpenOptions o = through(fs);
+    o.spillBytes = kLimit;
+    return o;
+}
+
+// Rows with names in descending order (entries land in every leaf, not only the last) and a memo
+// on every fourth, so that data, long-value and index pages all grow past the limit.
+std::uint64_t addRows(const jet::Database& db, jet::CommitStats* stats = nullptr) {
+    int i = 0;
+    return jet::insertRows(
+        db, "t",
+        [&](std::vector<jet::Value>& row) {
+            if (i == kRows) return false;
+            ++i;
+            row[1] = jet::Value(jet::ColumnType::Text, "name " + std::to_string(100000 - i));
+            if (i % 4 == 0)
+                row[2] = jet::Value(jet::ColumnType::Memo, std::string(300 + i % 500, 'a' + i % 26));
+            return true;
+        },
+        stats);
+}
+
+std::filesystem::path makeSource(const std::filesystem::path& dir) {
+    const auto source = dir / "source.mdb";
+    jet::createDatabase(source, jet::FormatVersion::Jet4);
+    jet::Database db = jet::Database::open(source, through(jet::hostFileSystem()));
+    jet::sql::execute(db, "CREATE TABLE t (id COUNTER PRIMARY KEY, name TEXT(50), notes MEMO)");
+    jet::sql::execute(db, "CREATE INDEX byName ON t (name)");
+    jet::sql::execute(db, "INSERT INTO t (name) VALUES ('first')");
+    return source;
+}
+
+}  // namespace early
+
+TEST(Crash, StoppedAtEveryWriteAndSyncOfAnInsertWritingEarly) {
+    TempDir tmp;
+    const auto source = early::makeSource(tmp.path());
+    const auto before = jettest::fileBytes(source);
+    const auto ref = tmp.path() / "reference.mdb";
+    std::filesystem::copy_file(source, ref);
+    jet::FaultyFileSystem counting(jet::hostFileSystem());
+    {
+        jet::Database db = jet::Database::open(ref, early::limited(counting));
+        jet::CommitStats stats;
+        EXPECT_EQ(early::addRows(db, &stats), static_cast<std::uint64_t>(early::kRows));
+        // The point of the test: pages went to the file before the commit.
+        EXPECT_GT(stats.pagesWrittenEarly, 8u);
+    }
+    const auto after = jettest::fileBytes(ref);
+    ASSERT_GT(after.size(), before.size());
+    {
+        jet::Database db = jet::Database::open(ref);
+        EXPECT_EQ(db.openTable("t").countRows(), static_cast<std::uint64_t>(early::kRows + 1));
+    }
+    if (jettest::haveJetVerify()) {
+        EXPECT_TRUE(jettest::verifyProblems(ref).empty());
+    }
+    // Without the limit the same insert makes the same file.
+    {
+        const auto whole = tmp.path() / "whole.mdb";
+        std::filesystem::copy_file(source, whole);
+        jet::Database db = jet::Database::open(whole, through(jet::hostFileSystem()));
+        jet::CommitStats stats;
+        early::addRows(db, &stats);
+        EXPECT_EQ(stats.pagesWrittenEarly, 0u);
+        EXPECT_EQ(jettest::fileBytes(whole), after);
+    }
+
+    const auto file = tmp.path() / "crash.mdb";
+    CrashCounts counts;
+    for (int kind = 0; kind < 2; ++kind) {
+        const std::uint64_t n = kind == 0 ? counting.writes() : counting.syncs();
+        for (std::uint64_t i = 1; i <= n; ++i) {
+            SCOPED_TRACE(std::string(kind == 0 ? "write " : "sync ") + std::to_string(i));
+            std::filesystem::copy_file(source, file, std::filesystem::copy_options::overwrite_existing);
+            pid_t pid = fork();
+            if (pid == 0) {
+                jet::FaultPlan plan;
+                (kind == 0 ? plan.exitAtWrite : plan.exitAtSync) = i;
+                jet::FaultyFileSystem fs(jet::hostFileSystem(), plan);
+                try {
+                    jet::Database db = jet::Database::open(file, early::limited(fs));
+                    early::addRows(db);
+                } catch (...) {
+                    _exit(3);
+                }
+                _exit(0);
+            }
+            int status = 0;
+            waitpid(pid, &status, 0);
+            EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 86);
+            {
+                jet::Database db = jet::Database::open(file);
+                (void)db.tableDefs();
+            }
+            const auto now = jettest::fileBytes(file);
+            const bool isOld = now == before, isNew = now == after;
+            EXPECT_TRUE(isOld || isNew) << "size " << now.size();
+            EXPECT_FALSE(std::filesystem::exists(file.string() + "-journal"));
+            ++counts.points;
+            counts.old += isOld;
+            counts.fresh += isNew;
+        }
+    }
+    std::printf("crash points tried: %zu, old file after reopening: %zu, new file: %zu\n", counts.points,
+                counts.old, counts.fresh);
+    EXPECT_GT(counts.old, 0u);
+    EXPECT_GT(counts.fresh, 0u);
+    EXPECT_EQ(counts.old + counts.fresh, counts.points);
+}
+
+// Each write or sync of such an insert failing in turn, once or from then on: a Jet error and the
+// old file (put back by the writer itself when it can, else by the next open), or the new one.
+TEST(Faults, EveryWriteAndSyncOfAnInsertWritingEarlyFailingInTurn) {
+    TempDir tmp;
+    const auto source = early::makeSource(tmp.path());
+    const auto before = jettest::fileBytes(source);
+    const auto ref = tmp.path() / "reference.mdb";
+    std::filesystem::copy_file(source, ref);
+    jet::FaultyFileSystem counting(jet::hostFileSystem());
+    {
+        jet::Database db = jet::Database::open(ref, early::limited(counting));
+        early::addRows(db);
+    }
+    const auto after = jettest::fileBytes(ref);
+    const auto file = tmp.path() / "fault.mdb";
+    std::size_t failures = 0;
+    for (int persistent = 0; persistent < 2; ++persistent) {
+        for (int kind = 0; kind < 2; ++kind) {
+            const std::uint64_t n = kind == 0 ? counting.writes() : counting.syncs();
+            for (std::uint64_t i = 1; i <= n; ++i) {
+                SCOPED_TRACE(std::to_string(persistent) + (kind == 0 ? " write " : " sync ") +
+                             std::to_string(i));
+                std::filesystem::copy_file(source, file, std::filesystem::copy_options::overwrite_existing);
+                jet::FaultPlan plan;
+                (kind == 0 ? plan.failWrite : plan.failSync) = i;
+                plan.error = ENOSPC;
+                plan.failAllAfter = persistent != 0;
+                jet::FaultyFileSystem fs(jet::hostFileSystem(), plan);
+                bool failed = false;
+                try {
+                    jet::Database db = jet::Database::open(file, early::limited(fs));
+                    early::addRows(db);
+                } catch (const jet::Error& e) {
+                    failed = true;
+                    ++failures;
+                    EXPECT_EQ(e.number(), jet::errc::kDiskFull) << e.description();
+                }
+                if (failed && !persistent) {
+                    EXPECT_EQ(jettest::fileBytes(file), before);
+                }
+                {
+                    jet::Database db = jet::Database::open(file);
+                    (void)db.tableDefs();
+                }
+                EXPECT_EQ(jettest::fileBytes(file), failed ? before : after);
+            }
+        }
+    }
+    EXPECT_GT(failures, 10u);
+}
+
+// A journal whose length after is not known yet (left by a writer stopped after writing pages
+// beyond the file's end) cuts the file back; one of a version this engine does not know is
+// reported and not applied.
+TEST(Journal, UnknownLengthAfterAndUnknownVersion) {
+    TempDir tmp;
+    const auto file = early::makeSource(tmp.path());
+    const auto before = jettest::fileBytes(file);
+    jet::detail::JournalPlan plan;
+    plan.pageSize = 4096;
+    plan.lengthBefore = before.size();
+    plan.lengthAfter = jet::detail::kJournalLengthUnknown;
+    plan.page0Before = plan.page0After = jet::detail::crc32(before.data(), 4096);
+    ASSERT_EQ(jet::detail::writeJournal(jet::hostFileSystem(), file.string(), plan), 0);
+    {
+        // Pages written beyond the end before the stop.
+        std::ofstream grow(file, std::ios::binary | std::ios::app);
+        grow << std::string(3 * 4096, 'x');
+    }
+    {
+        jet::Database db = jet::Database::open(file);
+        ASSERT_EQ(db.notices().size(), 1u);
+        EXPECT_NE(db.notices()[0].find("rolled back"), std::string::npos) << db.notices()[0];
+    }
+    EXPECT_EQ(jettest::fileBytes(file), before);
+    EXPECT_FALSE(std::filesystem::exists(file.string() + "-journal"));
+
+    // The same journal marked with a version from the future.
+    ASSERT_EQ(jet::detail::writeJournal(jet::hostFileSystem(), file.string(), plan), 0);
+    {
+        std::fstream j(file.string() + "-journal", std::ios::binary | std::ios::in | std::ios::out);
+        std::vector<char> header(64);
+        j.read(header.data(), 64);
+        header[8] = 9;
+        const std::uint32_t crc =
+            jet::detail::crc32(reinterpret_cast<const std::uint8_t*>(header.data()), 60);
+        for (int k = 0; k < 4; ++k) header[60 + k] = static_cast<char>(crc >> (8 * k));
+        j.seekp(0);
+        j.write(header.data(), 64);
+    }
+    {
+        jet::Database db = jet::Database::open(file);
+        ASSERT_EQ(db.notices().size(), 1u);
+        EXPECT_NE(db.notices()[0].find("unknown journal version 9"), std::string::npos) << db.notices()[0];
+    }
+    EXPECT_EQ(jettest::fileBytes(file), before);
 }
 
 // A journal that does not belong to the file, or that was cut short, is never applied.

@@ -122,11 +122,21 @@ inline std::size_t utf8Offset(std::string_view text, std::size_t chars) noexcept
 // stores names and text. A malformed byte becomes U+FFFD: the file gets no half character.
 inline void appendUtf16le(std::string& out, std::string_view text) {
     out.reserve(out.size() + text.size() * 2);
+    // A run of ASCII, the common case, goes over in one step (a large import notices).
+    std::size_t i = 0;
+    while (i < text.size() && static_cast<unsigned char>(text[i]) < 0x80) ++i;
+    const std::size_t at = out.size();
+    out.resize(at + 2 * i);
+    char* o = out.data() + at;
+    for (std::size_t k = 0; k < i; ++k) {
+        o[2 * k] = text[k];
+        o[2 * k + 1] = '\0';
+    }
     auto unit = [&out](char32_t u) {
         out.push_back(static_cast<char>(u & 0xFF));
         out.push_back(static_cast<char>(u >> 8));
     };
-    for (std::size_t i = 0; i < text.size();) {
+    while (i < text.size()) {
         char32_t cp = decodeUtf8(text, i);
         if (cp == kInvalidUtf8) cp = 0xFFFD;
         if (cp >= 0x10000) {

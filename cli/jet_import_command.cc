@@ -80,6 +80,34 @@ class JsonReader {
         return v;
     }
 
+    // A row line: an array of scalars. `items` keeps its elements from row to row, so that their
+    // strings keep their buffers; `count` says how many this row has.
+    bool row(std::vector<JsonValue>& items, std::size_t& count) {
+        count = 0;
+        space();
+        if (i_ >= s_.size() || s_[i_] != '[') return false;
+        ++i_;
+        space();
+        if (i_ < s_.size() && s_[i_] == ']') {
+            ++i_;
+        } else {
+            for (;;) {
+                if (count == items.size()) items.emplace_back();
+                JsonValue& v = items[count++];
+                space();
+                if (!scalar(v)) return false;
+                space();
+                if (i_ >= s_.size()) return false;
+                const char d = s_[i_++];
+                if (d == ',') continue;
+                if (d != ']') return false;
+                break;
+            }
+        }
+        space();
+        return i_ == s_.size();
+    }
+
   private:
     void space() {
         while (i_ < s_.size() && (s_[i_] == ' ' || s_[i_] == '\t' || s_[i_] == '\r')) ++i_;
@@ -96,11 +124,11 @@ class JsonReader {
         out = std::move(*text);
         return true;
     }
-    bool value(JsonValue& v, int depth) {
-        if (depth > 4) return false;
-        space();
+    // null, true, false, a string or a number at the current position (no space before it).
+    bool scalar(JsonValue& v) {
+        v.kind = JsonValue::Kind::Null;
         if (i_ >= s_.size()) return false;
-        char c = s_[i_];
+        const char c = s_[i_];
         if (c == 'n') return literal("null");
         if (c == 't' || c == 'f') {
             v.kind = JsonValue::Kind::Boolean;
@@ -111,6 +139,20 @@ class JsonReader {
             v.kind = JsonValue::Kind::String;
             return string(v.text);
         }
+        const std::size_t start = i_;
+        while (i_ < s_.size() && (std::isdigit(static_cast<unsigned char>(s_[i_])) || s_[i_] == '-' ||
+                                  s_[i_] == '+' || s_[i_] == '.' || s_[i_] == 'e' || s_[i_] == 'E'))
+            ++i_;
+        if (i_ == start) return false;
+        v.kind = JsonValue::Kind::Number;
+        v.text.assign(s_, start, i_ - start);
+        return true;
+    }
+    bool value(JsonValue& v, int depth) {
+        if (depth > 4) return false;
+        space();
+        if (i_ >= s_.size()) return false;
+        const char c = s_[i_];
         if (c == '[' || c == '{') {
             bool object = c == '{';
             v.kind = object ? JsonValue::Kind::Object : JsonValue::Kind::Array;
@@ -141,14 +183,7 @@ class JsonReader {
                 return d == (object ? '}' : ']');
             }
         }
-        std::size_t start = i_;
-        while (i_ < s_.size() && (std::isdigit(static_cast<unsigned char>(s_[i_])) || s_[i_] == '-' ||
-                                  s_[i_] == '+' || s_[i_] == '.' || s_[i_] == 'e' || s_[i_] == 'E'))
-            ++i_;
-        if (i_ == start) return false;
-        v.kind = JsonValue::Kind::Number;
-        v.text = s_.substr(start, i_ - start);
-        return true;
+        return scalar(v);
     }
 
     const std::string& s_;
@@ -227,17 +262,19 @@ int runImport(Invocation& inv) {
             break;
         }
         if (target.empty()) throw badLine(lineNo);
+        // Kept from row to row with their buffers: a row costs no allocation it does not need.
+        std::vector<JsonValue> items;
+        jet::sql::IncomingValue lit;
         const std::uint64_t rows = jet::insertRows(db, table.name(), [&](std::vector<jet::Value>& row) {
             while (input.next(line)) {
                 ++lineNo;
                 if (line.empty()) continue;
-                auto doc = JsonReader(line).document();
-                if (!doc || doc->kind != JsonValue::Kind::Array || doc->items.size() != target.size())
-                    throw badLine(lineNo);
+                std::size_t count = 0;
+                if (!JsonReader(line).row(items, count) || count != target.size()) throw badLine(lineNo);
                 for (std::size_t i = 0; i < target.size(); ++i) {
                     const jet::Column& c = cols[target[i]];
-                    const JsonValue& v = doc->items[i];
-                    jet::sql::IncomingValue lit;
+                    JsonValue& v = items[i];
+                    lit.kind = jet::sql::IncomingValue::Kind::Null;
                     switch (v.kind) {
                         case JsonValue::Kind::Null:
                             break;
@@ -247,7 +284,7 @@ int runImport(Invocation& inv) {
                             break;
                         case JsonValue::Kind::Number:
                             lit.kind = jet::sql::IncomingValue::Kind::Number;
-                            lit.text = v.text;
+                            lit.text.swap(v.text);
                             break;
                         case JsonValue::Kind::String:
                             if (c.type == jet::ColumnType::Binary || c.type == jet::ColumnType::OLE ||
@@ -258,7 +295,7 @@ int runImport(Invocation& inv) {
                                 lit.bytes = std::move(*bytes);
                             } else {
                                 lit.kind = jet::sql::IncomingValue::Kind::Text;
-                                lit.text = v.text;
+                                lit.text.swap(v.text);
                             }
                             break;
                         default:

@@ -303,7 +303,11 @@ struct IndexEditor::Impl {
         IndexPage page;                 // intermediate pages: every child, tail included
         bool dirty = false;
         bool freed = false;
+        // Sum of entrySize() over `page.entries` as held, or kUnsized when not known: kept up
+        // by insert(), so that checking whether a page still fits does not sum it every time.
+        std::size_t bytes = kUnsized;
     };
+    static constexpr std::size_t kUnsized = static_cast<std::size_t>(-1);
 
     PageIO& io;
     const JetFormat& f;
@@ -384,11 +388,13 @@ struct IndexEditor::Impl {
             Node& p = load(prev);
             p.page.next = next;
             p.dirty = true;
+            p.bytes = kUnsized;
         }
         if (next != 0) {
             Node& q = load(next);
             q.page.prev = prev;
             q.dirty = true;
+            q.bytes = kUnsized;
         }
     }
 
@@ -410,6 +416,7 @@ struct IndexEditor::Impl {
                      es.end());
             if (es.size() != before) {
                 n->dirty = true;
+                n->bytes = kUnsized;
                 removed += before - es.size();
             }
             return !es.empty();
@@ -431,6 +438,7 @@ struct IndexEditor::Impl {
         if (changed) {
             n->page.entries = std::move(kept);
             n->dirty = true;
+            n->bytes = kUnsized;
         }
         return !n->page.entries.empty();
     }
@@ -446,6 +454,7 @@ struct IndexEditor::Impl {
                 root.page.entries.clear();
                 root.page.prev = root.page.next = 0;
                 root.dirty = true;
+                root.bytes = kUnsized;
             }
         }
         return removed;
@@ -459,16 +468,27 @@ struct IndexEditor::Impl {
         n.page.leaf = leaf;
         n.page.owner = ref.owner;
         n.dirty = true;
+        n.bytes = kUnsized;
         nodes.emplace(number, std::move(n));
         return number;
     }
 
     // Whether the page as it would be written fits (the tail child of an intermediate page with
     // two or more children is not stored as an entry).
-    bool fits(const IndexPage& held) const {
+    bool fits(Node& n) const {
+        const IndexPage& held = n.page;
+        if (n.bytes == kUnsized) {
+            n.bytes = 0;
+            for (const auto& e : held.entries) n.bytes += entrySize(e, held.leaf);
+        }
         std::size_t count = held.entries.size();
-        if (!held.leaf && count >= 2) --count;
-        return entryBytes(held.entries, count, held.leaf) <= indexPageCapacity(f);
+        std::size_t total = n.bytes;
+        if (!held.leaf && count >= 2) {
+            --count;
+            total -= entrySize(held.entries.back(), false);
+        }
+        if (count > 1) total -= commonPrefix(held.entries, count) * (count - 1);
+        return total <= indexPageCapacity(f);
     }
 
     // Moves the first half of page `number`'s entries to a new page placed before it and adds
@@ -489,10 +509,12 @@ struct IndexEditor::Impl {
         head.page.next = number;
         orig.page.prev = fresh;
         orig.dirty = true;
+        orig.bytes = kUnsized;
         if (head.page.prev != 0) {
             Node& p = load(head.page.prev);
             p.page.next = fresh;
             p.dirty = true;
+            p.bytes = kUnsized;
         }
         Node& par = nodes.at(parent);
         auto& pe = par.page.entries;
@@ -501,6 +523,7 @@ struct IndexEditor::Impl {
         IndexEntry last = nodes.at(fresh).page.entries.back();
         pe.insert(pos, keyOf(last, fresh));
         par.dirty = true;
+        par.bytes = kUnsized;
     }
 
     void insert(const IndexEntry& entry) {
@@ -529,6 +552,7 @@ struct IndexEditor::Impl {
             fail(path.back(), 0, "the index already holds this row");
         IndexEntry e = entry;
         e.child = 0;
+        if (leaf.bytes != kUnsized) leaf.bytes += entrySize(e, true);
         es.insert(pos, std::move(e));
         leaf.dirty = true;
 
@@ -539,7 +563,9 @@ struct IndexEditor::Impl {
             for (auto& pe : par.page.entries) {
                 if (pe.child == path[i]) {
                     if (compareEntries(pe, last) != 0) {
-                        pe = last;
+                        if (par.bytes != kUnsized)
+                            par.bytes = par.bytes - entrySize(pe, false) + entrySize(last, false);
+                        pe = std::move(last);
                         par.dirty = true;
                     }
                     break;
@@ -550,7 +576,7 @@ struct IndexEditor::Impl {
         // Split from the bottom up; a full root moves its entries to a new page below it.
         for (std::size_t i = path.size(); i-- > 0;) {
             std::uint32_t number = path[i];
-            if (fits(nodes.at(number).page)) continue;
+            if (fits(nodes.at(number))) continue;
             if (i == 0) {
                 Node& root = nodes.at(number);
                 bool wasLeaf = root.page.leaf;
@@ -563,12 +589,13 @@ struct IndexEditor::Impl {
                 r.page.prev = r.page.next = 0;
                 r.page.entries.push_back(keyOf(c.page.entries.back(), child));
                 r.dirty = true;
+                r.bytes = kUnsized;
                 split(child, number);
-                if (!fits(nodes.at(child).page) || !fits(nodes.at(number).page))
+                if (!fits(nodes.at(child)) || !fits(nodes.at(number)))
                     fail(number, 0, "index entries too large for a page");
             } else {
                 split(number, path[i - 1]);
-                if (!fits(nodes.at(number).page)) fail(number, 0, "index entries too large for a page");
+                if (!fits(nodes.at(number))) fail(number, 0, "index entries too large for a page");
             }
         }
     }

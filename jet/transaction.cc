@@ -93,6 +93,24 @@ void Transaction::read(std::uint32_t page, std::uint8_t* out) {
     std::memcpy(out, ref.data(), format().pageSize);
 }
 
+const std::vector<std::uint8_t>& Transaction::view(std::uint32_t page) {
+    auto it = changed_.find(page);
+    if (it != changed_.end()) return it->second;
+    scratch_.resize(format().pageSize);
+    read(page, scratch_.data());
+    return scratch_;
+}
+
+const std::vector<std::uint8_t>& Transaction::globalPage() {
+    auto it = changed_.find(1);
+    if (it != changed_.end()) return it->second;
+    if (!globalMap_) {
+        globalMap_ = std::make_unique<std::vector<std::uint8_t>>(format().pageSize);
+        read(1, globalMap_->data());
+    }
+    return *globalMap_;
+}
+
 std::vector<std::uint8_t>& Transaction::mutablePage(std::uint32_t page) {
     auto it = changed_.find(page);
     if (it != changed_.end()) return it->second;
@@ -119,9 +137,7 @@ void Transaction::setInMap(std::uint32_t usageMap, std::uint32_t page, bool owne
     if ((usageMap >> 8) == 1) globalMap_.reset();
     const JetFormat& f = format();
     const std::uint32_t holder = usageMap >> 8;
-    std::vector<std::uint8_t> copy(f.pageSize);
-    read(holder, copy.data());
-    MapRow row = locateMapRow(*store_, copy, usageMap);
+    MapRow row = locateMapRow(*store_, view(holder), usageMap);
     std::vector<std::uint8_t>& bytes = mutablePage(holder);
     std::uint8_t* r = bytes.data() + row.start;
     if (r[0] == 0) {
@@ -233,7 +249,7 @@ void Transaction::toReferenceMap(std::uint32_t holder, std::size_t rowStart, std
 bool Transaction::isFree(std::uint32_t page) {
     const JetFormat& f = format();
     if (!globalCovers(page)) return false;
-    const std::vector<std::uint8_t>& copy = *globalMap_;
+    const std::vector<std::uint8_t>& copy = globalPage();
     const std::uint32_t pointer = (1u << 8) | 0u;
     MapRow row = locateMapRow(*store_, copy, pointer);
     const std::uint8_t* r = copy.data() + row.start;
@@ -249,19 +265,14 @@ bool Transaction::isFree(std::uint32_t page) {
     if (slot >= (row.length - 1) / 4) return false;
     std::uint32_t bitmap = u32(r + 1 + 4 * slot);
     if (bitmap == 0 || bitmap >= pageCount_) return false;
-    std::vector<std::uint8_t> bp(f.pageSize);
-    read(bitmap, bp.data());
+    const std::vector<std::uint8_t>& bp = view(bitmap);
     std::size_t i = page - slot * per;
     return (bp[4 + i / 8] & (1u << (i % 8))) != 0;
 }
 
 bool Transaction::globalCovers(std::uint32_t page) {
     const JetFormat& f = format();
-    if (!globalMap_) {
-        globalMap_ = std::make_unique<std::vector<std::uint8_t>>(f.pageSize);
-        read(1, globalMap_->data());
-    }
-    const std::vector<std::uint8_t>& copy = *globalMap_;
+    const std::vector<std::uint8_t>& copy = globalPage();
     MapRow row = locateMapRow(*store_, copy, (1u << 8) | 0u);
     const std::uint8_t* r = copy.data() + row.start;
     if (r[0] == 0) {
@@ -296,8 +307,7 @@ std::uint32_t Transaction::allocate(std::uint32_t usageMap) {
     if (page == 0) {
         if (pageCount_ >= 0xFFFFFFu) throw Error(errc::kDiskFull, "Not enough space on disk.");
         page = pageCount_++;
-        std::vector<std::uint8_t> zeros(format().pageSize, 0);
-        changed_[page] = zeros;
+        changed_[page].assign(format().pageSize, 0);
     }
     setFree(page, false);
     setInMap(usageMap, page, true);

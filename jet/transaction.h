@@ -83,12 +83,18 @@ class Transaction final : public detail::PageIO {
     void toReferenceMap(std::uint32_t holder, std::size_t rowStart, std::size_t rowLength,
                         const std::vector<std::uint32_t>& owned);
     std::vector<std::uint8_t>& mutablePage(std::uint32_t page);
+    // The page as this transaction sees it, without making it a changed page. The reference
+    // holds until the next call of view() or a change of the page.
+    const std::vector<std::uint8_t>& view(std::uint32_t page);
+    // Page 1 (the global usage map) as this transaction sees it.
+    const std::vector<std::uint8_t>& globalPage();
     void undoWrites(const std::vector<std::vector<std::uint8_t>>& originals,
                     const std::vector<std::uint32_t>& pages, std::uint64_t originalLength);
 
     std::shared_ptr<detail::Store> store_;
     std::map<std::uint32_t, std::vector<std::uint8_t>> changed_;
-    std::unique_ptr<std::vector<std::uint8_t>> globalMap_;  // page 1 as last read, for globalCovers
+    std::unique_ptr<std::vector<std::uint8_t>> globalMap_;  // page 1 as read while unchanged
+    std::vector<std::uint8_t> scratch_;                     // what view() returns for unchanged pages
     std::uint32_t pageCount_ = 0;
     std::uint32_t originalCount_ = 0;
     // No page below this one is free: allocation searches from here, so that filling a table

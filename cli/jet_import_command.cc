@@ -6,10 +6,16 @@
 // or the engine's error line and exit 1 with the file unchanged. Input that is not such JSON
 // gives 3134 "Syntax error in INSERT INTO statement." naming the line.
 #include <algorithm>
+#include <condition_variable>
+#include <deque>
+#include <exception>
 #include <istream>
+#include <mutex>
 #include <optional>
 #include <ostream>
 #include <string>
+#include <system_error>
+#include <thread>
 #include <vector>
 
 #include "cli/command.h"
@@ -220,6 +226,93 @@ std::optional<jet::Bytes> fromBase64(const std::string& s) {
     return out;
 }
 
+// Rows on their way from the thread that reads and converts the input to the one that writes
+// the database, so that the two halves of an import run side by side on two processors. Rows
+// travel in batches (one hand-over per batch, not per row); at most kBatches are in the pipe,
+// so memory does not grow with the input. A batch's rows are swapped, not copied, into the
+// writer's row, and the emptied rows travel back for reuse.
+class RowPipe {
+  public:
+    using Row = std::vector<jet::Value>;
+    using Batch = std::vector<Row>;
+    static constexpr std::size_t kBatchRows = 256;
+    static constexpr std::size_t kBatches = 4;
+
+    explicit RowPipe(std::size_t columns) {
+        for (std::size_t i = 0; i < kBatches; ++i) spare_.emplace_back(kBatchRows, Row(columns));
+    }
+
+    // Reader side. An empty batch of kBatchRows rows of Nulls to fill, or false when the writer
+    // has stopped (it failed; its error is what the import reports).
+    bool take(Batch& batch) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        changed_.wait(lock, [this] { return writerStopped_ || !spare_.empty(); });
+        if (writerStopped_) return false;
+        batch = std::move(spare_.front());
+        spare_.pop_front();
+        return true;
+    }
+    // Hands over the first `rows` rows of `batch`; false when the writer has stopped.
+    bool send(Batch&& batch, std::size_t rows) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (writerStopped_) return false;
+        full_.push_back({std::move(batch), rows});
+        changed_.notify_all();
+        return true;
+    }
+    // No more rows: the input ended (`failure` null) or reading it failed with `failure`, which
+    // the writer raises after the rows before it, inside its transaction.
+    void close(std::exception_ptr failure) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        closed_ = true;
+        failure_ = std::move(failure);
+        changed_.notify_all();
+    }
+
+    // Writer side: the next row into `row` (whose Nulls go back with the batch), or false at
+    // the end; rethrows the reader's failure.
+    bool next(Row& row) {
+        // A loop: the batch sent when the input ends on a batch's boundary holds no rows.
+        while (at_ == current_.rows) {
+            std::unique_lock<std::mutex> lock(mutex_);
+            if (current_.rows != 0 || !current_.batch.empty()) spare_.push_back(std::move(current_.batch));
+            current_ = {};
+            changed_.notify_all();
+            changed_.wait(lock, [this] { return closed_ || !full_.empty(); });
+            if (full_.empty()) {
+                if (failure_) std::rethrow_exception(failure_);
+                return false;
+            }
+            current_ = std::move(full_.front());
+            full_.pop_front();
+            at_ = 0;
+        }
+        row.swap(current_.batch[at_++]);
+        return true;
+    }
+    // The writer has finished, well or not: the reader stops at its next hand-over.
+    void writerStopped() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        writerStopped_ = true;
+        changed_.notify_all();
+    }
+
+  private:
+    struct Sent {
+        Batch batch;
+        std::size_t rows = 0;
+    };
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::deque<Batch> spare_;
+    std::deque<Sent> full_;
+    bool closed_ = false;
+    bool writerStopped_ = false;
+    std::exception_ptr failure_;
+    Sent current_;  // writer's own
+    std::size_t at_ = 0;
+};
+
 jet::Error badLine(std::size_t line) {
     return jet::Error(
         3134, "Syntax error in INSERT INTO statement. (line " + std::to_string(line) + " of the input)");
@@ -265,7 +358,9 @@ int runImport(Invocation& inv) {
         // Kept from row to row with their buffers: a row costs no allocation it does not need.
         std::vector<JsonValue> items;
         jet::sql::IncomingValue lit;
-        const std::uint64_t rows = jet::insertRows(db, table.name(), [&](std::vector<jet::Value>& row) {
+        // One input line into `row` (Nulls in every column the input does not name); false at the
+        // end of the input.
+        auto readRow = [&](std::vector<jet::Value>& row) {
             while (input.next(line)) {
                 ++lineNo;
                 if (line.empty()) continue;
@@ -306,7 +401,44 @@ int runImport(Invocation& inv) {
                 return true;
             }
             return false;
-        });
+        };
+        // The database is written on a thread of its own while this one reads and converts the
+        // input (the columns above are only read from here on). Errors come out in input order:
+        // a bad line after a duplicate key still reports the duplicate, as one thread would.
+        RowPipe pipe(cols.size());
+        std::uint64_t rows = 0;
+        std::exception_ptr writeFailure;
+        const std::string tableName = table.name();
+        std::thread writer;
+        try {
+            writer = std::thread([&] {
+                try {
+                    rows = jet::insertRows(db, tableName,
+                                           [&](std::vector<jet::Value>& row) { return pipe.next(row); });
+                } catch (...) {
+                    writeFailure = std::current_exception();
+                }
+                pipe.writerStopped();
+            });
+        } catch (const std::system_error&) {
+            // No second thread to be had: one thread does both, as it always could.
+            return printRowsAffected(inv, jet::insertRows(db, tableName, readRow));
+        }
+        std::exception_ptr readFailure;
+        try {
+            RowPipe::Batch batch;
+            bool more = true;
+            while (more && pipe.take(batch)) {
+                std::size_t filled = 0;
+                while (filled < batch.size() && (more = readRow(batch[filled]))) ++filled;
+                if (!pipe.send(std::move(batch), filled)) break;
+            }
+        } catch (...) {
+            readFailure = std::current_exception();
+        }
+        pipe.close(readFailure);
+        writer.join();
+        if (writeFailure) std::rethrow_exception(writeFailure);
         return printRowsAffected(inv, rows);
     } catch (const jet::Error& e) {
         return printEngineError(inv, e);

@@ -90,6 +90,12 @@ struct Cell {
     // data), copied as it is, so a rewritten row keeps the pages its value lives on.
     bool asStored = false;
     std::string bytes;
+
+    // Back to an absent cell; the byte buffer keeps its memory for the next value.
+    void clear() noexcept {
+        present = flag = preferInline = asStored = false;
+        bytes.clear();
+    }
 };
 
 // The largest row a data page takes (one row and its offset entry).

@@ -315,6 +315,7 @@ struct IndexEditor::Impl {
     std::string fileName;
     std::map<std::uint32_t, Node> nodes;
     std::vector<std::uint8_t> buf;
+    std::vector<std::uint32_t> path_;  // insert()'s way down, kept for its memory
     bool validated = false;
 
     Impl(PageIO& io_, const IndexRef& ref_, std::string name)
@@ -526,9 +527,10 @@ struct IndexEditor::Impl {
         par.bytes = kUnsized;
     }
 
-    void insert(const IndexEntry& entry) {
+    void insert(IndexEntry entry) {
         validate();
-        std::vector<std::uint32_t> path;
+        std::vector<std::uint32_t>& path = path_;
+        path.clear();
         std::uint32_t current = ref.root;
         for (;;) {
             if (path.size() > kMaxIndexDepth) fail(current, 0, "index tree too deep");
@@ -550,10 +552,9 @@ struct IndexEditor::Impl {
             [](const IndexEntry& a, const IndexEntry& b) { return compareEntries(a, b) < 0; });
         if (pos != es.end() && compareEntries(*pos, entry) == 0)
             fail(path.back(), 0, "the index already holds this row");
-        IndexEntry e = entry;
-        e.child = 0;
-        if (leaf.bytes != kUnsized) leaf.bytes += entrySize(e, true);
-        es.insert(pos, std::move(e));
+        entry.child = 0;
+        if (leaf.bytes != kUnsized) leaf.bytes += entrySize(entry, true);
+        es.insert(pos, std::move(entry));
         leaf.dirty = true;
 
         // Parents repeat their children's last entries.
@@ -682,6 +683,9 @@ std::size_t IndexEditor::removeRows(const std::set<std::uint32_t>& rows) {
 }
 void IndexEditor::insert(const IndexEntry& entry) {
     impl_->insert(entry);
+}
+void IndexEditor::insert(IndexEntry&& entry) {
+    impl_->insert(std::move(entry));
 }
 std::vector<std::uint32_t> IndexEditor::findKey(const std::vector<std::uint8_t>& key) {
     return impl_->findKey(key);

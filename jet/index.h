@@ -126,6 +126,7 @@ class IndexEditor {
     // root when the root splits (the root keeps its page number). An entry equal to an existing
     // one (same key and row) is an error (3049: the index would hold a row twice).
     void insert(const IndexEntry& entry);
+    void insert(IndexEntry&& entry);
 
     // Row pointers of the entries whose key bytes equal `key`, in order, as this editor sees the
     // index (its own changes included): what a unique index must not hold twice.

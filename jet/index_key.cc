@@ -128,10 +128,14 @@ void appendColumnKey(std::vector<std::uint8_t>& out, const KeyContext& ctx, cons
     }
 }
 
-std::vector<std::uint8_t> rowIndexKey(const KeyContext& ctx, const std::vector<Column>& columns,
-                                      const RealIndex& index,
-                                      const std::function<Value(std::size_t)>& valueAt, bool* allNull) {
+namespace {
+
+// `valueAt(position)` gives a Value or a reference to one.
+template <class ValueAt>
+std::vector<std::uint8_t> buildRowKey(const KeyContext& ctx, const std::vector<Column>& columns,
+                                      const RealIndex& index, const ValueAt& valueAt, bool* allNull) {
     std::vector<std::uint8_t> key;
+    key.reserve(64);  // most keys fit: one allocation rather than one per growth
     bool nulls = true;
     for (const auto& ic : index.columns) {
         std::size_t pos = columns.size();
@@ -140,12 +144,26 @@ std::vector<std::uint8_t> rowIndexKey(const KeyContext& ctx, const std::vector<C
         if (pos == columns.size())
             throw KeyUnsupported("the index names column number " + std::to_string(ic.columnNumber) +
                                  ", which the table lacks");
-        Value v = valueAt(pos);
+        decltype(auto) v = valueAt(pos);
         if (!v.isNull()) nulls = false;
         appendColumnKey(key, ctx, columns[pos], ic.ascending, v);
     }
     if (allNull) *allNull = nulls;
     return key;
+}
+
+}  // namespace
+
+std::vector<std::uint8_t> rowIndexKey(const KeyContext& ctx, const std::vector<Column>& columns,
+                                      const RealIndex& index,
+                                      const std::function<Value(std::size_t)>& valueAt, bool* allNull) {
+    return buildRowKey(ctx, columns, index, valueAt, allNull);
+}
+
+std::vector<std::uint8_t> rowIndexKey(const KeyContext& ctx, const std::vector<Column>& columns,
+                                      const RealIndex& index, const std::vector<Value>& row, bool* allNull) {
+    return buildRowKey(
+        ctx, columns, index, [&row](std::size_t p) -> const Value& { return row.at(p); }, allNull);
 }
 
 }  // namespace jet::detail

@@ -47,6 +47,10 @@ std::vector<std::uint8_t> rowIndexKey(const KeyContext& ctx, const std::vector<C
                                       const RealIndex& index,
                                       const std::function<Value(std::size_t)>& valueAt,
                                       bool* allNull = nullptr);
+// The same from a whole row of values in Table::columns() order, read in place.
+std::vector<std::uint8_t> rowIndexKey(const KeyContext& ctx, const std::vector<Column>& columns,
+                                      const RealIndex& index, const std::vector<Value>& row,
+                                      bool* allNull = nullptr);
 
 // Appends the text key (codes only, without the column's flag byte) of UTF-8 `text` in the
 // General sort order of Jet 3 or Jet 4 ("General Legacy"). Throws KeyUnsupported naming the

@@ -16,6 +16,7 @@
 // A descending column has every byte flipped.
 #include <algorithm>
 #include <cstdio>
+#include <span>
 
 #include "base/utf8.h"
 #include "jet/index_key.h"
@@ -36,14 +37,16 @@ std::string describe(char32_t c) {
 }
 
 // Decodes UTF-8; invalid sequences are refused (a key of a guessed character would be wrong).
-std::vector<char32_t> decodeUtf8(const std::string& s) {
-    std::vector<char32_t> out;
+// The first kMaxKeyCharacters characters of `s` into `out` (a key sorts by no more); returns how
+// many. The rest is still checked: text that is not UTF-8 gets no key at all.
+std::size_t decodeKeyCharacters(const std::string& s, char32_t (&out)[kMaxKeyCharacters]) {
+    std::size_t n = 0;
     for (std::size_t i = 0; i < s.size();) {
         const char32_t c = qx::base::decodeUtf8(s, i);
         if (c == qx::base::kInvalidUtf8) throw KeyUnsupported("text that is not valid UTF-8");
-        out.push_back(c);
+        if (n < kMaxKeyCharacters) out[n++] = c;
     }
-    return out;
+    return n;
 }
 
 template <std::size_t N>
@@ -54,7 +57,7 @@ const TextCode* findCode(const TextCode (&table)[N], char32_t c) {
     return nullptr;
 }
 
-void generalLegacyKey(std::vector<std::uint8_t>& out, const std::vector<char32_t>& chars, bool ascending) {
+void generalLegacyKey(std::vector<std::uint8_t>& out, std::span<const char32_t> chars, bool ascending) {
     const std::size_t start = out.size();
     std::vector<std::uint8_t> extra;
     std::size_t extraChars = 0;  // characters the accent group accounts for
@@ -113,7 +116,7 @@ void generalLegacyKey(std::vector<std::uint8_t>& out, const std::vector<char32_t
     out.push_back(0x00);
 }
 
-void general97Key(std::vector<std::uint8_t>& out, const std::vector<char32_t>& chars, bool ascending) {
+void general97Key(std::vector<std::uint8_t>& out, std::span<const char32_t> chars, bool ascending) {
     const std::size_t start = out.size();
     std::vector<std::uint8_t> nibbles;
     std::size_t letters = 0;  // 'G' characters since the last accented one
@@ -168,8 +171,10 @@ void general97Key(std::vector<std::uint8_t>& out, const std::vector<char32_t>& c
 
 void appendTextKey(std::vector<std::uint8_t>& out, const KeyContext& ctx, const std::string& text,
                    bool ascending) {
-    std::vector<char32_t> chars = decodeUtf8(text);
-    if (chars.size() > kMaxKeyCharacters) chars.resize(kMaxKeyCharacters);
+    char32_t buffer[kMaxKeyCharacters];
+    const std::span<const char32_t> chars(buffer, decodeKeyCharacters(text, buffer));
+    // Most characters take one or two bytes of key: one allocation for the whole key.
+    out.reserve(out.size() + 2 * chars.size() + 8);
     if (ctx.jet3) {
         if (ctx.codePage != 1252 && ctx.codePage != 0)
             throw KeyUnsupported("text keys of code page " + std::to_string(ctx.codePage));

@@ -213,16 +213,15 @@ void startDataPage(const JetFormat& f, std::vector<std::uint8_t>& page, const st
 // ---- values to stored bytes
 
 template <class T>
-std::string rawOf(const T& v) {
-    std::string s(sizeof v, '\0');
-    std::memcpy(s.data(), &v, sizeof v);
-    return s;
+void assignRaw(std::string& out, const T& v) {
+    out.assign(reinterpret_cast<const char*>(&v), sizeof v);
 }
 
-// The cell of `value` for column `c`, checked against the column's type and size.
-Cell cellOf(const JetFormat& f, const Column& c, const Value& value) {
-    Cell cell;
-    if (value.isNull()) return cell;
+// Into `cell`: the cell of `value` for column `c`, checked against the column's type and size.
+// The cell's byte buffer is reused, so that a long insert does not allocate one per value.
+void fillCell(const JetFormat& f, const Column& c, const Value& value, Cell& cell) {
+    cell.clear();
+    if (value.isNull()) return;
     cell.present = true;
     const auto& st = value.storage();
     auto mismatch = [] { return Error::typeMismatch(); };
@@ -233,31 +232,31 @@ Cell cellOf(const JetFormat& f, const Column& c, const Value& value) {
             break;
         case ColumnType::Byte:
             if (!std::holds_alternative<std::uint8_t>(st)) throw mismatch();
-            cell.bytes = rawOf(std::get<std::uint8_t>(st));
+            assignRaw(cell.bytes, std::get<std::uint8_t>(st));
             break;
         case ColumnType::Integer:
             if (!std::holds_alternative<std::int16_t>(st)) throw mismatch();
-            cell.bytes = rawOf(std::get<std::int16_t>(st));
+            assignRaw(cell.bytes, std::get<std::int16_t>(st));
             break;
         case ColumnType::Long:
             if (!std::holds_alternative<std::int32_t>(st)) throw mismatch();
-            cell.bytes = rawOf(std::get<std::int32_t>(st));
+            assignRaw(cell.bytes, std::get<std::int32_t>(st));
             break;
         case ColumnType::Currency:
             if (!std::holds_alternative<Currency>(st)) throw mismatch();
-            cell.bytes = rawOf(std::get<Currency>(st).scaled);
+            assignRaw(cell.bytes, std::get<Currency>(st).scaled);
             break;
         case ColumnType::Single:
             if (!std::holds_alternative<float>(st)) throw mismatch();
-            cell.bytes = rawOf(std::get<float>(st));
+            assignRaw(cell.bytes, std::get<float>(st));
             break;
         case ColumnType::Double:
             if (!std::holds_alternative<double>(st)) throw mismatch();
-            cell.bytes = rawOf(std::get<double>(st));
+            assignRaw(cell.bytes, std::get<double>(st));
             break;
         case ColumnType::DateTime:
             if (!std::holds_alternative<DateTime>(st)) throw mismatch();
-            cell.bytes = rawOf(std::get<DateTime>(st).days);
+            assignRaw(cell.bytes, std::get<DateTime>(st).days);
             break;
         case ColumnType::GUID:
             if (!std::holds_alternative<Guid>(st)) throw mismatch();
@@ -279,9 +278,14 @@ Cell cellOf(const JetFormat& f, const Column& c, const Value& value) {
         case ColumnType::Memo: {
             if (!std::holds_alternative<std::string>(st)) throw mismatch();
             const std::string& s = std::get<std::string>(st);
-            if (c.type == ColumnType::Text && characterCount(s) > (f.jet3 ? c.size : c.size / 2u))
+            // No text has more characters than bytes: only a long one needs counting.
+            const std::size_t most = f.jet3 ? c.size : c.size / 2u;
+            if (c.type == ColumnType::Text && s.size() > most && characterCount(s) > most)
                 throw Error::valueTooLong();
-            cell.bytes = f.jet3 ? toCp1252(s) : toUcs2(s);
+            if (f.jet3)
+                cell.bytes = toCp1252(s);
+            else
+                qx::base::appendUtf16le(cell.bytes, s);
             if (c.type == ColumnType::Text && cell.bytes.size() > c.size) throw Error::valueTooLong();
             cell.preferInline = true;
             break;
@@ -298,6 +302,11 @@ Cell cellOf(const JetFormat& f, const Column& c, const Value& value) {
         default:
             throw mismatch();
     }
+}
+
+Cell cellOf(const JetFormat& f, const Column& c, const Value& value) {
+    Cell cell;
+    fillCell(f, c, value, cell);
     return cell;
 }
 
@@ -330,6 +339,7 @@ class TableInserter {
         entries_.assign(layout.realIndexes.size(), 0);
         width_ = 0;
         for (const auto& c : layout.columns) width_ = std::max<std::size_t>(width_, c.number + 1u);
+        cells_.resize(width_);
     }
 
     void insert(std::vector<Value>& values) {
@@ -348,8 +358,9 @@ class TableInserter {
             if (values[i].isNull() && !(c.flags & kColumnNullable) && c.type != ColumnType::Boolean)
                 throw Error::requiredNull(columnLabel(layout_.name, c));
         }
-        std::vector<Cell> cells(width_);
-        for (std::size_t i = 0; i < cols.size(); ++i) cells[cols[i].number] = cellOf(f_, cols[i], values[i]);
+        std::vector<Cell>& cells = cells_;
+        for (auto& cell : cells) cell.clear();
+        for (std::size_t i = 0; i < cols.size(); ++i) fillCell(f_, cols[i], values[i], cells[cols[i].number]);
 
         // Keys first: a row an index refuses writes nothing.
         std::vector<std::optional<std::vector<std::uint8_t>>> keys(layout_.realIndexes.size());
@@ -358,8 +369,7 @@ class TableInserter {
             bool allNull = false;
             std::vector<std::uint8_t> key;
             try {
-                key = rowIndexKey(
-                    ctx_, cols, ri, [&](std::size_t p) { return values[p]; }, &allNull);
+                key = rowIndexKey(ctx_, cols, ri, values, &allNull);
             } catch (const KeyUnsupported& e) {
                 throw Error(errc::kCannotOpen, std::string("Cannot index this value: ") + e.what());
             }
@@ -384,7 +394,7 @@ class TableInserter {
             e.key = std::move(*keys[r]);
             e.page = where.page;
             e.row = static_cast<std::uint8_t>(where.row);
-            editor(r).insert(e);
+            editor(r).insert(std::move(e));
             ++entries_[r];
         }
         ++rowCount_;
@@ -460,10 +470,8 @@ class TableInserter {
             bool oldAllNull = false, newAllNull = false, anyNull = false;
             std::vector<std::uint8_t> oldKey, newKey;
             try {
-                oldKey = rowIndexKey(
-                    ctx_, cols, ri, [&](std::size_t p) { return before[p]; }, &oldAllNull);
-                newKey = rowIndexKey(
-                    ctx_, cols, ri, [&](std::size_t p) { return after[p]; }, &newAllNull);
+                oldKey = rowIndexKey(ctx_, cols, ri, before, &oldAllNull);
+                newKey = rowIndexKey(ctx_, cols, ri, after, &newAllNull);
             } catch (const KeyUnsupported& e) {
                 throw Error(errc::kCannotOpen, std::string("Cannot index this value: ") + e.what());
             }
@@ -682,6 +690,7 @@ class TableInserter {
     std::map<std::size_t, PendingKeys> pending_;
     std::vector<std::uint32_t> entries_;
     std::size_t width_ = 0;
+    std::vector<Cell> cells_;  // the row being inserted, by column number; reused row to row
 };
 
 const TableLayout* findLayout(Store& store, std::string_view name, std::shared_ptr<const TableLayout>& hold) {

@@ -68,6 +68,46 @@ TEST(Utf8, Utf16leHasSurrogatePairsAndReplacesMalformedBytes) {
     EXPECT_EQ(out, want);
 }
 
+// Long ASCII runs go sixteen at a time: every length around that step, a non-ASCII character at
+// every place of a run, and text appended after what the string holds, against a plain
+// character-by-character widening.
+TEST(Utf8, Utf16leOfLongRunsMatchesOneCharacterAtATime) {
+    auto slow = [](std::string_view text) {
+        std::string out;
+        for (std::size_t i = 0; i < text.size();) {
+            char32_t cp = decodeUtf8(text, i);
+            if (cp == kInvalidUtf8) cp = 0xFFFD;
+            auto unit = [&out](char32_t u) {
+                out.push_back(static_cast<char>(u & 0xFF));
+                out.push_back(static_cast<char>(u >> 8));
+            };
+            if (cp >= 0x10000) {
+                unit(0xD800 + ((cp - 0x10000) >> 10));
+                unit(0xDC00 + ((cp - 0x10000) & 0x3FF));
+            } else {
+                unit(cp);
+            }
+        }
+        return out;
+    };
+    for (std::size_t length = 0; length <= 50; ++length) {
+        std::string ascii;
+        for (std::size_t k = 0; k < length; ++k) ascii.push_back(static_cast<char>('!' + (k * 7) % 90));
+        std::string out = "xy";
+        appendUtf16le(out, ascii);
+        EXPECT_EQ(out, "xy" + slow(ascii)) << length;
+        for (std::size_t at = 0; at < length; ++at) {
+            for (const char* odd : {"\xC3\xA9", "\xF0\x9F\x98\x80", "\xFF", "\x7F"}) {
+                std::string text = ascii;
+                text.insert(at, odd);
+                std::string got;
+                appendUtf16le(got, text);
+                EXPECT_EQ(got, slow(text)) << length << " " << at;
+            }
+        }
+    }
+}
+
 TEST(Cp1252, EveryByteRoundTrips) {
     for (int b = 0; b < 256; ++b) {
         const char32_t cp = cp1252ToUnicode(static_cast<std::uint8_t>(b));

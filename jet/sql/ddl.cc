@@ -457,9 +457,13 @@ class ChangeParser : TokenReader {
 }  // namespace
 
 std::optional<DateTime> parseDateLiteral(std::string_view text) {
-    // Split into numbers and words.
-    std::vector<long> nums;
-    std::vector<char> seps;  // the separator after each number
+    // Split into numbers and words. No literal has more than six numbers (three of the date,
+    // three of the time), so a seventh rejects it; fixed arrays spare a large import an
+    // allocation per value.
+    constexpr std::size_t kMostNumbers = 6;
+    long nums[kMostNumbers] = {};
+    char seps[kMostNumbers] = {};  // the separator after each number
+    std::size_t count = 0;
     bool pm = false, am = false;
     std::size_t i = 0;
     while (i < text.size()) {
@@ -472,8 +476,10 @@ std::optional<DateTime> parseDateLiteral(std::string_view text) {
                 if (++digits > 4) return std::nullopt;
                 ++i;
             }
-            nums.push_back(n);
-            seps.push_back(i < text.size() ? text[i] : '\0');
+            if (count == kMostNumbers) return std::nullopt;
+            nums[count] = n;
+            seps[count] = i < text.size() ? text[i] : '\0';
+            ++count;
         } else if (c == ' ' || c == '/' || c == '-' || c == ':' || c == '.') {
             ++i;
         } else if (i + 1 < text.size() && (c == 'A' || c == 'a' || c == 'P' || c == 'p') &&
@@ -486,9 +492,10 @@ std::optional<DateTime> parseDateLiteral(std::string_view text) {
     }
     // Which numbers make the date: those followed by '/' or '-' and the one after them.
     std::size_t dateParts = 0;
-    while (dateParts < seps.size() && (seps[dateParts] == '/' || seps[dateParts] == '-')) ++dateParts;
+    while (dateParts < count && (seps[dateParts] == '/' || seps[dateParts] == '-')) ++dateParts;
     if (dateParts > 0) ++dateParts;
-    if (dateParts != 0 && dateParts != 3) return std::nullopt;
+    // "1/2/" names a third part that is not there.
+    if ((dateParts != 0 && dateParts != 3) || dateParts > count) return std::nullopt;
     long year = 1899, month = 12, day = 30;
     bool hasDate = false;
     if (dateParts == 3) {
@@ -503,7 +510,7 @@ std::optional<DateTime> parseDateLiteral(std::string_view text) {
                 year += 1900;
         }
     }
-    const std::size_t timeParts = nums.size() - dateParts;
+    const std::size_t timeParts = count - dateParts;
     if (timeParts > 3 || (timeParts == 1 && !am && !pm)) return std::nullopt;
     long hour = 0, minute = 0, second = 0;
     if (timeParts >= 1) hour = nums[dateParts];

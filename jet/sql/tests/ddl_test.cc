@@ -152,6 +152,12 @@ TEST(Ddl, DateLiterals) {
     EXPECT_TRUE(parseDateLiteral("2/29/2004"));
     EXPECT_FALSE(parseDateLiteral("yesterday"));
     EXPECT_FALSE(parseDateLiteral("13:00 PM"));
+    // A date of two parts that names a third, and more numbers than a date and a time hold.
+    EXPECT_FALSE(parseDateLiteral("1/2/"));
+    EXPECT_FALSE(parseDateLiteral("2004-"));
+    EXPECT_FALSE(parseDateLiteral("2004-1-2 3:4:5:6"));
+    EXPECT_FALSE(parseDateLiteral("1 2 3 4 5 6 7"));
+    EXPECT_DOUBLE_EQ(parseDateLiteral("1900-01-01 18:00:00")->days, 2.75);
 }
 
 TEST(Ddl, StatementsOfADefinitionReadBackAsTheSameDefinition) {

@@ -270,4 +270,68 @@ TEST(JetImportCli, AFailingRowLeavesTheFileAsItWas) {
     EXPECT_EQ(out, "{\"rowsAffected\":2}\n");
 }
 
+// Rows reach the writing thread in batches: every count around a batch's size arrives whole and
+// once, and a failure late in the input is reported in input order (a duplicate key before a
+// bad line is what the import reports), with the file unchanged.
+TEST(JetImportCli, RowCountsAroundBatchSizesAndLateFailures) {
+    Temp tmp;
+    const fs::path empty = tmp.dir / "empty.mdb";
+    int status = 0;
+    cli("jet create " + quoted(empty.string()), status);
+    cli("jet exec " + quoted(empty.string()) + " " +
+            quoted("CREATE TABLE t (id LONG PRIMARY KEY, name TEXT(20))"),
+        status);
+    ASSERT_EQ(status, 0);
+    const fs::path file = tmp.dir / "t.mdb";
+    const fs::path rows = tmp.dir / "rows.jsonl";
+    auto import = [&](const std::string& body) {
+        fs::copy_file(empty, file, fs::copy_options::overwrite_existing);
+        std::ofstream(rows, std::ios::binary) << "{\"columns\":[{\"name\":\"id\"},{\"name\":\"name\"}]}\n"
+                                              << body;
+        return run(std::string(QXTEST_CLI) + " jet import " + quoted(file.string()) + " t < " +
+                       quoted(rows.string()) + " 2>/dev/null",
+                   status);
+    };
+    auto numbered = [](int from, int count) {
+        std::string body;
+        for (int i = from; i < from + count; ++i)
+            body += "[" + std::to_string(i) + ",\"row " + std::to_string(i) + "\"]\n";
+        return body;
+    };
+    for (int count : {0, 1, 255, 256, 257, 511, 512, 513, 1024, 1500}) {
+        SCOPED_TRACE(count);
+        EXPECT_EQ(import(numbered(1, count)), "{\"rowsAffected\":" + std::to_string(count) + "}\n");
+        EXPECT_EQ(status, 0);
+        const std::vector<std::string> back =
+            lines(cli("jet export " + quoted(file.string()) + " t", status));
+        ASSERT_EQ(back.size(), static_cast<std::size_t>(count) + 1);
+        for (int i = 1; i <= count; ++i)
+            EXPECT_EQ(back[static_cast<std::size_t>(i)],
+                      "[" + std::to_string(i) + ",\"row " + std::to_string(i) + "\"]");
+    }
+    auto bytes = [](const fs::path& p) {
+        std::ifstream in(p, std::ios::binary);
+        std::ostringstream all;
+        all << in.rdbuf();
+        return all.str();
+    };
+    const std::string before = bytes(empty);
+    // A duplicate in the third batch, a bad line in the fifth: the duplicate is reported.
+    std::string out = import(numbered(1, 700) + "[5,\"again\"]\n" + numbered(701, 400) + "[1,\n");
+    EXPECT_EQ(status, 1);
+    EXPECT_NE(out.find("\"number\":3022"), std::string::npos) << out;
+    EXPECT_EQ(bytes(file), before);
+    // A bad line alone late in the input: its line number, and nothing written.
+    out = import(numbered(1, 900) + "[901,\"x\",3]\n" + numbered(902, 10));
+    EXPECT_EQ(status, 1);
+    EXPECT_NE(out.find("\"number\":3134"), std::string::npos) << out;
+    EXPECT_NE(out.find("line 902 of the input"), std::string::npos) << out;
+    EXPECT_EQ(bytes(file), before);
+    // A value too long for its column, in the middle of a batch.
+    out = import(numbered(1, 300) + "[301,\"" + std::string(30, 'x') + "\"]\n" + numbered(302, 300));
+    EXPECT_EQ(status, 1);
+    EXPECT_NE(out.find("\"number\":3163"), std::string::npos) << out;
+    EXPECT_EQ(bytes(file), before);
+}
+
 }  // namespace

@@ -39,6 +39,7 @@ JetFormat makeJet3() {
     f.colScale = 12;
     f.colSortOrderVersion = 0;  // Jet 3 has one General order
     f.colFlags = 13;
+    f.colExtFlags = 0;
     f.colFixedOffset = 14;
     f.colLength = 16;
     f.nameLengthSize = 1;
@@ -98,6 +99,7 @@ JetFormat makeJet4() {
     f.colScale = 12;
     f.colSortOrderVersion = 14;
     f.colFlags = 15;
+    f.colExtFlags = 16;
     f.colFixedOffset = 21;
     f.colLength = 23;
     f.nameLengthSize = 2;

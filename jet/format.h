@@ -62,6 +62,12 @@ inline constexpr std::uint8_t kColumnFixed = 0x01;
 inline constexpr std::uint8_t kColumnNullable = 0x02;
 inline constexpr std::uint8_t kColumnAutoNumber = 0x04;
 inline constexpr std::uint8_t kColumnAlwaysSet = 0x10;
+// Jet 4's second flag byte: Text and Memo values are stored in the compressed form where that
+// form can hold them (the column's "Unicode compression", WITH COMPRESSION in SQL).
+inline constexpr std::uint8_t kColumnExtCompressedText = 0x01;
+// Compression stores each character as one byte, so only U+0001..U+00FF qualify, and only more
+// than two of them make the two-byte mark worth it; longer values than this stay UCS-2.
+inline constexpr std::size_t kMostCompressedTextCharacters = 1024;
 
 // Real index flag bits.
 inline constexpr std::uint8_t kIndexUnique = 0x01;
@@ -139,6 +145,7 @@ struct JetFormat {
     std::size_t colScale;
     std::size_t colSortOrderVersion;  // Jet 4 Text/Memo: 0 General Legacy, 1 General
     std::size_t colFlags;
+    std::size_t colExtFlags;  // Jet 4 only (0 in Jet 3, which has no such byte)
     std::size_t colFixedOffset;
     std::size_t colLength;
     std::size_t nameLengthSize;  // 1 (Jet 3, code-page bytes) / 2 (Jet 4, UCS-2 bytes)

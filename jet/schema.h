@@ -27,7 +27,8 @@ namespace jet {
 void dropTable(const Database& db, std::string_view name, CommitStats* stats = nullptr);
 
 // A column of a new table. `size`: Text in characters (1..255), Binary in bytes (1..510); 0 for
-// every other type. An autonumber column is a Long.
+// every other type. An autonumber column is a Long. `compressed`: Text and Memo values are stored
+// compressed where they can be (Jet 4; Jet 3 has no such form and ignores it).
 struct NewColumn {
     std::string name;
     ColumnType type = ColumnType::Text;
@@ -35,6 +36,7 @@ struct NewColumn {
     bool required = false;
     bool autoNumber = false;
     std::uint8_t precision = 0, scale = 0;  // Decimal
+    bool compressed = false;
 };
 
 struct NewIndexColumn {

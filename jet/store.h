@@ -147,6 +147,11 @@ void appendText(const Store& store, std::string& out, const std::uint8_t* data, 
 // positions included (their C1 controls are what reading them gives). False, with `missing` set,
 // at the first character the code page lacks; `out` then holds a part and is to be discarded.
 bool encodeCp1252(std::string_view utf8, std::string& out, std::uint32_t& missing);
+// Jet 4's compressed form of UTF-8 text appended to `out`: the mark FF FE, then one byte per
+// character. Only for more than two characters, all in U+0001..U+00FF, and at most
+// kMostCompressedTextCharacters of them; otherwise false with `out` unchanged (the text is
+// then stored as UCS-2). Malformed UTF-8 is never compressed.
+bool appendCompressedJet4Text(std::string& out, std::string_view utf8);
 
 // Reads a memo/OLE value whose 12-byte field (and inline data) is `field`; `page` and `offset`
 // locate the field for error texts. Appends the value's bytes to `out`.

@@ -31,6 +31,7 @@ struct Column {
     std::uint16_t index = 0;            // display order (DAO's OrdinalPosition)
     std::uint16_t size = 0;             // bytes (Text: bytes as stored, i.e. 2 per character in Jet 4)
     std::uint8_t flags = 0;             // 0x01 fixed length, 0x02 nullable, 0x04 autonumber, ...
+    std::uint8_t extFlags = 0;          // Jet 4: kColumnExtCompressedText, ...
     bool fixed = false;                 // stored in the fixed-length part of a row
     std::uint16_t fixedOffset = 0;      // fixed columns: offset in the fixed part
     std::uint16_t varIndex = 0;         // variable columns: slot in the row's offset table

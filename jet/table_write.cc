@@ -284,7 +284,7 @@ void fillCell(const JetFormat& f, const Column& c, const Value& value, Cell& cel
                 throw Error::valueTooLong();
             if (f.jet3)
                 cell.bytes = toCp1252(s);
-            else
+            else if (!(c.extFlags & kColumnExtCompressedText) || !appendCompressedJet4Text(cell.bytes, s))
                 qx::base::appendUtf16le(cell.bytes, s);
             if (c.type == ColumnType::Text && cell.bytes.size() > c.size) throw Error::valueTooLong();
             cell.preferInline = true;
@@ -837,6 +837,7 @@ std::vector<std::uint8_t> encodeDefinition(const JetFormat& f, const NewTable& t
             }
         }
         d[f.colFlags] = flags;
+        if (!f.jet3 && c.compressed) d[f.colExtFlags] = kColumnExtCompressedText;
         put16(d.data() + f.colLength, length);
         v.insert(v.end(), d.begin(), d.end());
     }

@@ -180,6 +180,7 @@ std::shared_ptr<const TableLayout> readTableLayout(Store& store, std::uint32_t t
         col.collation = u16(c + f.colPrecision);
         if (!f.jet3) col.collationVersion = c[f.colSortOrderVersion];
         col.flags = c[f.colFlags];
+        if (!f.jet3) col.extFlags = c[f.colExtFlags];
         col.fixed = (col.flags & kColumnFixed) != 0;
         col.fixedOffset = u16(c + f.colFixedOffset);
         col.size = u16(c + f.colLength);

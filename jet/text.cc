@@ -177,6 +177,26 @@ bool encodeCp1252(std::string_view utf8, std::string& out, std::uint32_t& missin
     return true;
 }
 
+bool appendCompressedJet4Text(std::string& out, std::string_view utf8) {
+    const std::size_t at = out.size();
+    out.append(reinterpret_cast<const char*>(kCompressedTextMark), 2);
+    std::size_t characters = 0;
+    for (std::size_t i = 0; i < utf8.size();) {
+        const char32_t cp = qx::base::decodeUtf8(utf8, i);
+        if (cp == qx::base::kInvalidUtf8 || cp == 0 || cp > 0xFF ||
+            ++characters > kMostCompressedTextCharacters) {
+            out.resize(at);
+            return false;
+        }
+        out.push_back(static_cast<char>(cp));
+    }
+    if (characters <= 2) {
+        out.resize(at);
+        return false;
+    }
+    return true;
+}
+
 bool sameName(std::string_view a, std::string_view b) noexcept {
     std::size_t i = 0, j = 0;
     while (i < a.size() && j < b.size()) {

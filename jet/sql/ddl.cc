@@ -240,12 +240,20 @@ class ChangeParser : TokenReader {
                 ColumnDefinition c = columnDefinition(take().text);
                 for (const auto& other : t.columns)
                     if (sameName(other.name, c.name)) throw changeError(ChangeFailure::DuplicateField);
-                // Column constraints: NOT NULL, then a named or unnamed PRIMARY KEY / UNIQUE.
+                // Column constraints: NOT NULL, WITH COMPRESSION, then a named or unnamed
+                // PRIMARY KEY / UNIQUE.
                 while (true) {
                     if (takeKeyword("NOT")) {
                         expectKeyword("NULL", ChangeFailure::FieldSyntax);
                         c.required = true;
                     } else if (takeKeyword("NULL")) {
+                    } else if (takeKeyword("WITH")) {
+                        // WITH COMPRESSION / WITH COMP, for text only.
+                        if (!takeKeyword("COMPRESSION") && !takeKeyword("COMP"))
+                            throw changeError(ChangeFailure::FieldSyntax);
+                        if (c.type != ColumnType::Text && c.type != ColumnType::Memo)
+                            throw changeError(ChangeFailure::FieldSyntax);
+                        c.compressed = true;
                     } else if (keywordIs(peek(), "CONSTRAINT") || keywordIs(peek(), "PRIMARY") ||
                                keywordIs(peek(), "UNIQUE")) {
                         IndexDefinition ix;

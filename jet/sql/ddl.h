@@ -38,6 +38,7 @@ struct ColumnDefinition {
     bool required = false;                  // NOT NULL
     bool autoNumber = false;                // COUNTER (a Long)
     std::uint8_t precision = 0, scale = 0;  // Decimal
+    bool compressed = false;                // WITH COMPRESSION (Text, Memo; Jet 4 stores the flag)
     friend bool operator==(const ColumnDefinition&, const ColumnDefinition&) = default;
 };
 

@@ -44,6 +44,7 @@ void createTable(const Database& db, const TableDefinition& t, CommitStats* stat
         n.autoNumber = c.autoNumber;
         n.precision = c.precision;
         n.scale = c.scale;
+        n.compressed = c.compressed;
         nt.columns.push_back(std::move(n));
     }
     bool primary = false;

@@ -99,6 +99,8 @@ TableDefinition definitionOf(const Database& db, const Table& table) {
             d.precision = c.precision;
             d.scale = c.scale;
         }
+        d.compressed = (c.type == ColumnType::Text || c.type == ColumnType::Memo) &&
+                       (c.extFlags & kColumnExtCompressedText) != 0;
         t.columns.push_back(std::move(d));
     }
     const auto columnName = [&](std::uint16_t number) -> std::string {
@@ -139,6 +141,7 @@ std::vector<std::string> schemaStatements(const TableDefinition& table) {
         if (i) create += ", ";
         create += bracketed(c.name) + ' ' + typeText(c);
         if (c.required) create += " NOT NULL";
+        if (c.compressed) create += " WITH COMPRESSION";
     }
     const IndexDefinition* constraintKey = nullptr;
     for (const auto& ix : table.indexes) {

@@ -76,9 +76,9 @@ TEST(RowOutput, StoredTextWrittenDirectlyMatchesTheValueWriterInBothForms) {
         jet::Database db = jet::Database::open(file, writable);
         jet::NewTable t;
         t.name = "T";
-        t.columns = {{"ID", jet::ColumnType::Long, 0, false, false, 0, 0},
-                     {"S", jet::ColumnType::Text, 60, false, false, 0, 0},
-                     {"M", jet::ColumnType::Memo, 0, false, false, 0, 0}};
+        t.columns = {{"ID", jet::ColumnType::Long, 0, false, false, 0, 0, false},
+                     {"S", jet::ColumnType::Text, 60, false, false, 0, 0, false},
+                     {"M", jet::ColumnType::Memo, 0, false, false, 0, 0, false}};
         jet::createTable(db, t);
         std::size_t next = 0;
         jet::insertRows(db, "T", [&](std::vector<jet::Value>& row) {

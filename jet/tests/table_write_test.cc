@@ -11,6 +11,7 @@
 #include "jet/error.h"
 #include "jet/fault_file.h"
 #include "jet/index_check.h"
+#include "jet/sql/ddl.h"
 #include "jet/sql/execute.h"
 #include "jet/table.h"
 #include "write_support.h"
@@ -185,6 +186,115 @@ TEST_P(Exec, RefusalsLeaveTheFileAsItWas) {
     const auto two = jettest::fileBytes(file);
     EXPECT_EQ(failureOf(file, "CREATE UNIQUE INDEX u ON [All Types] (Flag)"), 3022);
     EXPECT_TRUE(jettest::fileBytes(file) == two);
+}
+
+// WITH COMPRESSION: Jet 4 stores such a column's text as FF FE and one byte a character when
+// every character is in U+0001..U+00FF and there are more than two (at most 1,024); anything else,
+// and every value of a column without the flag, stays UCS-2. Jet 3 has no such form. The values
+// read back the same through our reader and both independent ones, and the statements of the
+// table name the flag again.
+TEST_P(Exec, CompressedTextWhereTheColumnAsksForIt) {
+    TempDir tmp;
+    const auto file = tmp.path() / "words.mdb";
+    const bool jet4 = GetParam() == jet::FormatVersion::Jet4;
+    jet::createDatabase(file, GetParam());
+    EXPECT_EQ(exec(file,
+                   "CREATE TABLE Words (ID LONG, Plain TEXT(60), Packed TEXT(60) WITH COMPRESSION NOT NULL, "
+                   "Notes MEMO WITH COMP)"),
+              0);
+    struct Case {
+        std::string text;
+        bool compressible;
+    };
+    const std::vector<Case> cases = {
+        {"abc", true},
+        {"ab", false},
+        {"Caf\xC3\xA9 cr\xC3\xA8me \xC3\xBF", true},      // up to U+00FF
+        {"\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E", false},  // beyond it
+        {"a\xE2\x82\xAC"
+         "b",
+         false},  // the euro sign is U+20AC
+        {"O''Brien", true},
+        {"x", false},
+    };
+    for (std::size_t i = 0; i < cases.size(); ++i)
+        EXPECT_EQ(exec(file, "INSERT INTO Words VALUES (" + std::to_string(i) + ", '" + cases[i].text +
+                                 "', '" + cases[i].text + "', '" + cases[i].text + "')"),
+                  1);
+    const std::string longest(1024, 'm'), tooLong(1025, 'n');
+    EXPECT_EQ(exec(file, "INSERT INTO Words VALUES (100, 'a', 'long', '" + longest + "')"), 1);
+    EXPECT_EQ(exec(file, "INSERT INTO Words VALUES (101, 'a', 'long', '" + tooLong + "')"), 1);
+    auto unquoted = [](std::string s) {
+        for (std::size_t at; (at = s.find("''")) != std::string::npos;) s.erase(at, 1);
+        return s;
+    };
+    {
+        jet::Database db = jet::Database::open(file);
+        jet::Table t = db.openTable("Words");
+        jet::Cursor c = t.cursor();
+        std::size_t seen = 0;
+        while (c.next()) {
+            const auto id = static_cast<std::size_t>(c.value(0).get<std::int32_t>());
+            if (id >= 100) {
+                EXPECT_EQ(c.value(3).get<std::string>(), id == 100 ? longest : tooLong);
+                ++seen;
+                continue;
+            }
+            const Case& k = cases.at(id);
+            const std::string want = unquoted(k.text);
+            for (std::size_t col = 1; col <= 3; ++col) EXPECT_EQ(c.value(col).get<std::string>(), want) << id;
+            auto compressed = [](std::string_view stored) {
+                return stored.size() >= 2 && static_cast<unsigned char>(stored[0]) == 0xFF &&
+                       static_cast<unsigned char>(stored[1]) == 0xFE;
+            };
+            EXPECT_FALSE(compressed(c.raw(1))) << id;
+            EXPECT_EQ(compressed(c.raw(2)), jet4 && k.compressible) << id;
+            if (jet4 && k.compressible) {
+                std::size_t characters = 0;
+                for (unsigned char b : want) characters += (b & 0xC0) != 0x80;
+                EXPECT_EQ(c.raw(2).size(), 2 + characters) << id;  // the mark, then a byte each
+            }
+            // A short memo lives inside the row, after its 12-byte field.
+            EXPECT_EQ(compressed(c.raw(3).substr(12)), jet4 && k.compressible) << id;
+            ++seen;
+        }
+        EXPECT_EQ(seen, cases.size() + 2);
+    }
+    {
+        jet::Database db = jet::Database::open(file);
+        const std::string create =
+            jet::sql::schemaStatements(jet::sql::definitionOf(db, db.openTable("Words"))).front();
+        EXPECT_EQ(create.find("[Plain] TEXT(60) WITH"), std::string::npos) << create;
+        if (jet4) {
+            EXPECT_NE(create.find("[Packed] TEXT(60) NOT NULL WITH COMPRESSION"), std::string::npos)
+                << create;
+            EXPECT_NE(create.find("[Notes] MEMO WITH COMPRESSION"), std::string::npos) << create;
+        }
+    }
+    if (jettest::haveJetVerify()) {
+        auto problems = jettest::verifyProblems(file);
+        EXPECT_TRUE(problems.empty()) << (problems.empty() ? "" : *problems.begin());
+    }
+    if (jettest::haveProgram("mdb-export")) {
+        int status = 0;
+        const std::string out = jettest::runCommand(
+            "mdb-export -d '|' " + jettest::shellQuote(file.string()) + " Words 2>&1", status);
+        EXPECT_EQ(status, 0) << out;
+        for (const auto& k : cases) {
+            const std::string want = unquoted(k.text);
+            EXPECT_NE(out.find("|\"" + want + "\"|\"" + want + "\"|"), std::string::npos) << want << "\n"
+                                                                                          << out;
+        }
+        EXPECT_NE(out.find(longest), std::string::npos);
+        EXPECT_NE(out.find(tooLong), std::string::npos);
+    }
+    if (jettest::haveProgram("node")) {
+        auto tables = jettest::mdbReaderTables(file);
+        ASSERT_EQ(tables.count("<mdb-reader failed>"), 0u) << tables["<mdb-reader failed>"];
+        for (const auto& k : cases)
+            EXPECT_NE(tables["Words"].find(unquoted(k.text)), std::string::npos) << k.text;
+        EXPECT_NE(tables["Words"].find(longest), std::string::npos);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, Exec, ::testing::Values(jet::FormatVersion::Jet4, jet::FormatVersion::Jet3),

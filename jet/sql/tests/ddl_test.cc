@@ -71,6 +71,25 @@ TEST(Ddl, ConstraintsRequiredColumnsAndUniqueColumns) {
     EXPECT_EQ(t.indexes[1].columns, (std::vector<IndexKeyColumn>{{"ID", true}}));
 }
 
+TEST(Ddl, WithCompressionOnTextAndMemo) {
+    const auto st = parseChange(
+        "CREATE TABLE t (a TEXT(10) WITH COMPRESSION NOT NULL, b MEMO WITH COMP, c TEXT(5) NOT NULL WITH "
+        "COMP, "
+        "d TEXT(5))");
+    const auto& t = created(st);
+    EXPECT_TRUE(t.columns[0].compressed);
+    EXPECT_TRUE(t.columns[0].required);
+    EXPECT_TRUE(t.columns[1].compressed);
+    EXPECT_TRUE(t.columns[2].compressed);
+    EXPECT_TRUE(t.columns[2].required);
+    EXPECT_FALSE(t.columns[3].compressed);
+    // Accepted in a Jet 3 file too (which has no such form), so that statements carry over.
+    EXPECT_EQ(failure("CREATE TABLE t (a TEXT(10) WITH COMPRESSION)", FormatVersion::Jet3).first, 0);
+    EXPECT_EQ(failure("CREATE TABLE t (a LONG WITH COMPRESSION)").first, 3292);
+    EXPECT_EQ(failure("CREATE TABLE t (a TEXT(10) WITH)").first, 3292);
+    EXPECT_EQ(failure("CREATE TABLE t (a TEXT(10) WITH SQUEEZING)").first, 3292);
+}
+
 TEST(Ddl, CreateAndDropIndex) {
     const auto st =
         parseChange("CREATE UNIQUE INDEX ix ON [Invoice] (FileNumber DESC, [Date] ASC) WITH IGNORE NULL");
@@ -163,10 +182,10 @@ TEST(Ddl, DateLiterals) {
 TEST(Ddl, StatementsOfADefinitionReadBackAsTheSameDefinition) {
     TableDefinition t;
     t.name = "Mixed";
-    t.columns = {{"ID", ColumnType::Long, 0, false, true, 0, 0},
-                 {"Name", ColumnType::Text, 40, true, false, 0, 0},
-                 {"Amount", ColumnType::Decimal, 0, false, false, 18, 2},
-                 {"Raw", ColumnType::Binary, 8, false, false, 0, 0}};
+    t.columns = {{"ID", ColumnType::Long, 0, false, true, 0, 0, false},
+                 {"Name", ColumnType::Text, 40, true, false, 0, 0, true},
+                 {"Amount", ColumnType::Decimal, 0, false, false, 18, 2, false},
+                 {"Raw", ColumnType::Binary, 8, false, false, 0, 0, false}};
     t.indexes = {{"PrimaryKey", {{"ID", true}}, true, false, false, false},
                  {"ByName", {{"Name", false}, {"ID", true}}, false, true, false, true},
                  {"Required", {{"Amount", true}}, false, false, true, false}};

@@ -184,8 +184,8 @@ TEST(LikeOnStoredText, EveryShapeOfPatternAgreesWithTheTextItself) {
         Database db = Database::open(file, writable);
         NewTable t;
         t.name = "T";
-        t.columns = {{"ID", ColumnType::Long, 0, false, false, 0, 0},
-                     {"S", ColumnType::Text, 80, false, false, 0, 0}};
+        t.columns = {{"ID", ColumnType::Long, 0, false, false, 0, 0, false},
+                     {"S", ColumnType::Text, 80, false, false, 0, 0, false}};
         createTable(db, t);
         std::size_t next = 0;
         insertRows(db, "T", [&](std::vector<Value>& row) {

@@ -12,6 +12,7 @@ namespace jet::sql {
 namespace {
 
 using jet::detail::kColumnAutoNumber;
+using jet::detail::kColumnExtCompressedText;
 using jet::detail::kColumnNullable;
 using jet::detail::kIndexIgnoreNulls;
 using jet::detail::kIndexRequired;

@@ -206,7 +206,7 @@ TEST_P(Exec, CompressedTextWhereTheColumnAsksForIt) {
         std::string text;
         bool compressible;
     };
-    const std::vector<Case> cases = {
+    std::vector<Case> cases = {
         {"abc", true},
         {"ab", false},
         {"Caf\xC3\xA9 cr\xC3\xA8me \xC3\xBF", true},      // up to U+00FF
@@ -217,6 +217,8 @@ TEST_P(Exec, CompressedTextWhereTheColumnAsksForIt) {
         {"O''Brien", true},
         {"x", false},
     };
+    // Windows-1252 has no such characters: Jet 3 refuses them.
+    if (!jet4) cases.erase(cases.begin() + 3);
     for (std::size_t i = 0; i < cases.size(); ++i)
         EXPECT_EQ(exec(file, "INSERT INTO Words VALUES (" + std::to_string(i) + ", '" + cases[i].text +
                                  "', '" + cases[i].text + "', '" + cases[i].text + "')"),

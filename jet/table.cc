@@ -538,10 +538,9 @@ std::string_view Cursor::text(std::size_t column) const {
     return out;
 }
 
-Cursor::Stored Cursor::utf16(std::size_t column, std::string_view& units) const {
+Cursor::Stored Cursor::stored(std::size_t column, std::string_view& data) const {
     const Column& c = impl_->column(column);
-    if (impl_->store->fmt->jet3 || (c.type != ColumnType::Text && c.type != ColumnType::Memo))
-        return Stored::Other;
+    if (c.type != ColumnType::Text && c.type != ColumnType::Memo) return Stored::Other;
     const std::uint8_t* d;
     std::size_t n;
     if (!impl_->locate(c, d, n)) return Stored::Other;
@@ -550,8 +549,16 @@ Cursor::Stored Cursor::utf16(std::size_t column, std::string_view& units) const 
         d = v.data;
         n = v.size;
     }
-    if (isCompressedJet4Text(d, n)) return Stored::Other;
-    units = std::string_view(reinterpret_cast<const char*>(d), n);
+    if (impl_->store->fmt->jet3) {
+        data = std::string_view(reinterpret_cast<const char*>(d), n);
+        return Stored::Narrow;
+    }
+    if (isCompressedJet4Text(d, n)) {
+        data = std::string_view(reinterpret_cast<const char*>(d) + sizeof kCompressedTextMark,
+                                n - sizeof kCompressedTextMark);
+        return Stored::Narrow;
+    }
+    data = std::string_view(reinterpret_cast<const char*>(d), n);
     return Stored::Utf16;
 }
 

@@ -153,12 +153,16 @@ class Cursor {
     // of text() or next(). Empty for Null. Other types: their value formatted as export text.
     std::string_view text(std::size_t column) const;
     // The stored form of a Text or Memo value, for writers that convert text straight into
-    // their own output: Utf16 with `units` the value as little-endian UTF-16 code units (Jet 4
-    // text stored uncompressed; an odd last byte is not a unit), valid until the next call of
-    // text()/utf16() or next(). Other for everything else (Null, compressed or code-page text,
-    // other types): read those through text().
-    enum class Stored { Utf16, Other };
-    Stored utf16(std::size_t column, std::string_view& units) const;
+    // their own output, valid until the next call of text()/stored() or next():
+    //   Utf16: `data` is the value as little-endian UTF-16 code units (Jet 4 text stored
+    //          uncompressed; an odd last byte is not a unit);
+    //   Narrow: `data` has one byte a character (Jet 4 compressed text after its marker, Jet 3
+    //          code-page text), and every byte from 0x01 to 0x7F is that ASCII character; a value
+    //          holding any other byte (a compression mode switch, a code-page character) is to
+    //          be read through text();
+    //   Other: everything else (Null, other types): read those through text().
+    enum class Stored { Utf16, Narrow, Other };
+    Stored stored(std::size_t column, std::string_view& data) const;
     // The stored bytes of a fixed or inline variable column (long values: the 12-byte field
     // and inline data), valid until next(). Empty for Null or absent columns.
     std::string_view raw(std::size_t column) const;

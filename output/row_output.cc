@@ -328,6 +328,64 @@ bool RowWriter::plainText(std::string_view units) {
     return true;
 }
 
+bool RowWriter::plainNarrow(std::string_view bytes) {
+    const auto* p = reinterpret_cast<const unsigned char*>(bytes.data());
+    const std::size_t n = bytes.size();
+    const bool json = format_ == OutputFormat::JsonLines;
+    const char first = json ? '"' : ',';
+    const char second = json ? '\\' : '"';
+    if (!json) {
+        if (n == 0) return false;
+        if (p[0] == ' ' || p[0] == '\t' || p[n - 1] == ' ' || p[n - 1] == '\t') return false;
+    }
+    std::size_t i = 0;
+#if defined(__SSE2__)
+    // Sixteen bytes a test. As signed bytes, everything from 0x80 up is negative, so one
+    // comparison with the blank finds both control characters and non-ASCII bytes. Shorter texts
+    // are tested as two overlapping halves of eight or four bytes.
+    const __m128i space = _mm_set1_epi8(0x20);
+    const __m128i one = _mm_set1_epi8(first);
+    const __m128i two = _mm_set1_epi8(second);
+    // One bit for each byte that is not plain.
+    auto badBits = [&](__m128i v) {
+        return _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(_mm_cmplt_epi8(v, space), _mm_cmpeq_epi8(v, one)),
+                                              _mm_cmpeq_epi8(v, two)));
+    };
+    auto bad = [&](__m128i v) { return badBits(v) != 0; };
+    auto load16 = [&](std::size_t at) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + at)); };
+    auto load8 = [&](std::size_t at) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + at)); };
+    auto load4 = [&](std::size_t at) {
+        std::int32_t x;
+        std::memcpy(&x, p + at, 4);
+        return _mm_cvtsi32_si128(x);
+    };
+    if (n >= 16) {
+        for (; i + 16 <= n; i += 16)
+            if (bad(load16(i))) return false;
+        if (i < n && bad(load16(n - 16))) return false;
+    } else if (n >= 8) {
+        if (bad(_mm_unpacklo_epi64(load8(0), load8(n - 8)))) return false;
+    } else if (n >= 4) {
+        // The two halves fill the low eight bytes; the zeros above them are masked out.
+        if ((badBits(_mm_unpacklo_epi32(load4(0), load4(n - 4))) & 0xFF) != 0) return false;
+    }
+    if (n >= 4) i = n;
+#endif
+    for (; i < n; ++i) {
+        const unsigned char c = p[i];
+        if (c < 0x20 || c >= 0x80 || c == static_cast<unsigned char>(first) ||
+            c == static_cast<unsigned char>(second))
+            return false;
+    }
+    char* at = out_.room(n + 2);
+    if (json) *at++ = '"';
+    if (n != 0) std::memcpy(at, p, n);
+    at += n;
+    if (json) *at++ = '"';
+    out_.commit(at);
+    return true;
+}
+
 void RowWriter::value(const jet::Value& v) {
     const bool json = format_ == OutputFormat::JsonLines;
     struct Visitor {
@@ -402,8 +460,10 @@ void RowWriter::row(const jet::Cursor& cursor, const std::vector<std::size_t>& c
             continue;
         }
         if (type == jet::ColumnType::Text || type == jet::ColumnType::Memo) {
-            std::string_view units;
-            if (cursor.utf16(c, units) == jet::Cursor::Stored::Utf16 && plainText(units)) continue;
+            std::string_view data;
+            const jet::Cursor::Stored stored = cursor.stored(c, data);
+            if (stored == jet::Cursor::Stored::Utf16 && plainText(data)) continue;
+            if (stored == jet::Cursor::Stored::Narrow && plainNarrow(data)) continue;
             // Null and the empty text both come back empty; only then is the difference asked.
             const std::string_view s = cursor.text(c);
             if (s.empty() && cursor.isNull(c)) {

@@ -88,6 +88,9 @@ class RowWriter {
     // Writes UTF-16LE `units` that are all plain ASCII needing no escaping or quoting, converted
     // in one pass; false (nothing written) for anything else, which text() then handles.
     bool plainText(std::string_view units);
+    // The same for text stored a byte a character (see jet::Cursor::Stored::Narrow): written as
+    // it stands when every byte is plain ASCII.
+    bool plainNarrow(std::string_view bytes);
     void separator(std::size_t k);
     void endRow();
 

@@ -369,11 +369,13 @@ class Evaluator {
             const Node* col = &subject;
             while (col->op == Node::Op::Upper || col->op == Node::Op::Lower) col = col->kids[0].get();
             if (col->op == Node::Op::Column && col->type == Type::Text && columnIsPlainText(col->column)) {
-                std::string_view units;
-                if (cursor_.utf16(col->column, units) == Cursor::Stored::Utf16) {
-                    const std::size_t count = units.size() / 2;
+                std::string_view data;
+                const Cursor::Stored stored = cursor_.stored(col->column, data);
+                if (stored != Cursor::Stored::Other) {
+                    const bool wide = stored == Cursor::Stored::Utf16;
+                    const std::size_t count = wide ? data.size() / 2 : data.size();
                     if (folded_.size() < count) folded_.resize(std::max(count, 2 * folded_.size()));
-                    if (upperAsciiUtf16(units, folded_.data()))
+                    if (wide ? upperAsciiUtf16(data, folded_.data()) : upperAsciiBytes(data, folded_.data()))
                         return n.pattern->matchesFolded(std::string_view(folded_.data(), count)) != n.negated
                                    ? Tri::True
                                    : Tri::False;

@@ -60,6 +60,32 @@ bool upperAsciiUtf16(std::string_view units, char* out) noexcept {
     return true;
 }
 
+bool upperAsciiBytes(std::string_view bytes, char* out) noexcept {
+    const auto* p = reinterpret_cast<const unsigned char*>(bytes.data());
+    const std::size_t n = bytes.size();
+    std::size_t i = 0;
+#if defined(__SSE2__)
+    // As signed bytes, 0x80 and up are negative: one comparison with 1 finds them and 0x00.
+    const __m128i one = _mm_set1_epi8(1);
+    const __m128i beforeA = _mm_set1_epi8('a' - 1);
+    const __m128i afterZ = _mm_set1_epi8('z' + 1);
+    const __m128i caseBit = _mm_set1_epi8(0x20);
+    for (; i + 16 <= n; i += 16) {
+        __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+        if (_mm_movemask_epi8(_mm_cmplt_epi8(v, one)) != 0) return false;
+        const __m128i lower = _mm_and_si128(_mm_cmpgt_epi8(v, beforeA), _mm_cmplt_epi8(v, afterZ));
+        v = _mm_sub_epi8(v, _mm_and_si128(lower, caseBit));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), v);
+    }
+#endif
+    for (; i < n; ++i) {
+        const unsigned char c = p[i];
+        if (c == 0 || c >= 0x80) return false;
+        out[i] = static_cast<char>(c >= 'a' && c <= 'z' ? c - 0x20 : c);
+    }
+    return true;
+}
+
 std::string upper(std::string_view text) {
     std::string out;
     out.reserve(text.size());

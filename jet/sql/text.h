@@ -29,6 +29,8 @@ void appendUpper(std::string& out, std::string_view text);
 // `out` (at least units.size() / 2 bytes), when every unit is ASCII; false otherwise, with `out`
 // left in an unspecified state. For reading stored Jet 4 text without building UTF-8 first.
 bool upperAsciiUtf16(std::string_view units, char* out) noexcept;
+// The same for text stored a byte a character: true when every byte is from 0x01 to 0x7F.
+bool upperAsciiBytes(std::string_view bytes, char* out) noexcept;
 
 // Three-way comparison without regard to case (by code point after folding).
 int compareText(std::string_view a, std::string_view b);

@@ -1,6 +1,7 @@
-// The command line's row writer reads stored UTF-16 text straight into its output when the text
-// needs no escaping or quoting, and otherwise goes through the engine's UTF-8 text. Whatever path
-// a value takes, the line must be the one the value-based writer makes from the same row.
+// The command line's row writer reads stored text (UTF-16, or a byte a character where Jet 4
+// compresses it or Jet 3 keeps its code page) straight into its output when the text needs no
+// escaping or quoting, and otherwise goes through the engine's UTF-8 text. Whatever path a value
+// takes, the line must be the one the value-based writer makes from the same row.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -15,21 +16,24 @@
 
 namespace {
 
-// Texts of every length up to a little past two vectors of units, with each character that one
-// of the forms treats specially put first, in the middle and last (and inside the overlap of the
-// last vector with the one before it).
-std::vector<std::string> edgeTexts() {
+// Texts of every length up to a little past two vectors (of units and of bytes), with each
+// character that one of the forms treats specially put first, in the middle and last (and inside
+// the overlap of the last vector with the one before it). Jet 3 leaves out what its code page
+// lacks.
+std::vector<std::string> edgeTexts(bool jet3) {
     const std::vector<std::string> specials = {
         "\"",   "\\",   ",",    "\n",       "\r",           "\t",           " ",
         "\x01", "\x1f", "\x7f", "\xc3\xa9", "\xe2\x82\xac", "\xe6\x97\xa5", "\xf0\x9f\x98\x80"};
     std::vector<std::string> out;
-    for (std::size_t length = 0; length <= 19; ++length) {
+    for (std::size_t length = 0; length <= 35; ++length) {
         std::string plain;
         for (std::size_t i = 0; i < length; ++i) plain.push_back(static_cast<char>('a' + (i * 7) % 26));
         out.push_back(plain);
         if (length == 0) continue;
         for (const std::string& s : specials) {
-            for (std::size_t at : {std::size_t{0}, length / 2, length - 1, length > 9 ? length - 9 : 0}) {
+            if (jet3 && (s == "\xe6\x97\xa5" || s == "\xf0\x9f\x98\x80")) continue;
+            for (std::size_t at : {std::size_t{0}, length / 2, length - 1, length > 9 ? length - 9 : 0,
+                                   length > 17 ? length - 17 : 0}) {
                 std::string t = plain;
                 t.replace(at, 1, s);
                 out.push_back(t);
@@ -65,20 +69,28 @@ std::string writeRows(const jet::Database& db, jet::output::OutputFormat format,
     return text.str();
 }
 
-TEST(RowOutput, StoredTextWrittenDirectlyMatchesTheValueWriterInBothForms) {
+// How the file keeps its text: Jet 4 as UTF-16, Jet 4 compressed, Jet 3 in its code page.
+enum class Storage { Utf16, Compressed, CodePage };
+
+class RowOutput : public ::testing::TestWithParam<Storage> {};
+
+TEST_P(RowOutput, StoredTextWrittenDirectlyMatchesTheValueWriterInBothForms) {
+    const Storage storage = GetParam();
+    const bool jet3 = storage == Storage::CodePage;
     jettest::TempDir dir;
     const auto file = dir.path() / "texts.mdb";
-    jet::createDatabase(file);
-    const std::vector<std::string> texts = edgeTexts();
+    jet::createDatabase(file, jet3 ? jet::FormatVersion::Jet3 : jet::FormatVersion::Jet4);
+    const std::vector<std::string> texts = edgeTexts(jet3);
     jet::OpenOptions writable;
     writable.readOnly = false;
     {
         jet::Database db = jet::Database::open(file, writable);
         jet::NewTable t;
         t.name = "T";
+        const bool compressed = storage == Storage::Compressed;
         t.columns = {{"ID", jet::ColumnType::Long, 0, false, false, 0, 0, false},
-                     {"S", jet::ColumnType::Text, 60, false, false, 0, 0, false},
-                     {"M", jet::ColumnType::Memo, 0, false, false, 0, 0, false}};
+                     {"S", jet::ColumnType::Text, 60, false, false, 0, 0, compressed},
+                     {"M", jet::ColumnType::Memo, 0, false, false, 0, 0, compressed}};
         jet::createTable(db, t);
         std::size_t next = 0;
         jet::insertRows(db, "T", [&](std::vector<jet::Value>& row) {
@@ -95,18 +107,31 @@ TEST(RowOutput, StoredTextWrittenDirectlyMatchesTheValueWriterInBothForms) {
     }
     jet::Database db = jet::Database::open(file);
 
-    // The writer stores Jet 4 text uncompressed, so the direct path is the one taken for plain texts.
+    // Which stored form each plain text comes in, so that the direct path is the one taken.
     {
         jet::Table t = db.openTable("T");
         jet::Cursor c = t.cursor();
         ASSERT_TRUE(c.next());
-        std::string_view units;
-        ASSERT_EQ(c.utf16(1, units), jet::Cursor::Stored::Utf16);
-        EXPECT_EQ(units.size(), 0u);
+        std::string_view data;
+        const auto empty = c.stored(1, data);
+        EXPECT_EQ(empty, jet3 ? jet::Cursor::Stored::Narrow : jet::Cursor::Stored::Utf16);
+        EXPECT_EQ(data.size(), 0u);
         ASSERT_TRUE(c.next());
-        ASSERT_EQ(c.utf16(1, units), jet::Cursor::Stored::Utf16);
-        EXPECT_EQ(units, std::string_view("a\0", 2));
-        EXPECT_EQ(c.utf16(0, units), jet::Cursor::Stored::Other);  // not text
+        // One character: Jet 4 never compresses so short a value.
+        ASSERT_EQ(c.stored(1, data), jet3 ? jet::Cursor::Stored::Narrow : jet::Cursor::Stored::Utf16);
+        EXPECT_EQ(data, jet3 ? std::string_view("a") : std::string_view("a\0", 2));
+        ASSERT_EQ(c.stored(2, data),
+                  storage == Storage::Utf16 ? jet::Cursor::Stored::Utf16 : jet::Cursor::Stored::Narrow);
+        if (storage != Storage::Utf16) {
+            EXPECT_EQ(data, "aaa");
+        }
+        EXPECT_EQ(c.stored(0, data), jet::Cursor::Stored::Other);  // not text
+        while (c.next()) {
+            if (c.isNull(1)) {
+                EXPECT_EQ(c.stored(1, data), jet::Cursor::Stored::Other);
+                EXPECT_EQ(c.stored(2, data), jet::Cursor::Stored::Other);
+            }
+        }
     }
 
     for (auto format : {jet::output::OutputFormat::JsonLines, jet::output::OutputFormat::Csv}) {
@@ -128,5 +153,18 @@ TEST(RowOutput, StoredTextWrittenDirectlyMatchesTheValueWriterInBothForms) {
         }
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(Storages, RowOutput,
+                         ::testing::Values(Storage::Utf16, Storage::Compressed, Storage::CodePage),
+                         [](const ::testing::TestParamInfo<Storage>& param) {
+                             switch (param.param) {
+                                 case Storage::Utf16:
+                                     return std::string("Utf16");
+                                 case Storage::Compressed:
+                                     return std::string("Compressed");
+                                 default:
+                                     return std::string("CodePage");
+                             }
+                         });
 
 }  // namespace

@@ -61,6 +61,25 @@ TEST(UpperAsciiUtf16, FoldsAsciiOfEveryLengthAndRefusesAnythingElse) {
     }
 }
 
+TEST(UpperAsciiBytes, FoldsAsciiOfEveryLengthAndRefusesAnythingElse) {
+    for (std::size_t length = 0; length <= 40; ++length) {
+        std::string ascii;
+        for (std::size_t i = 0; i < length; ++i)
+            ascii.push_back(static_cast<char>(0x01 + (i * 37 + length) % 0x7F));
+        std::string out(length, '\0');
+        ASSERT_TRUE(upperAsciiBytes(ascii, out.data())) << length;
+        EXPECT_EQ(out, upper(ascii)) << length;
+        // A compression mode switch or a byte above ASCII anywhere refuses the whole text.
+        for (std::size_t at = 0; at < length; ++at) {
+            for (char other : {'\0', '\x80', '\xe9', '\xff'}) {
+                std::string changed = ascii;
+                changed[at] = other;
+                EXPECT_FALSE(upperAsciiBytes(changed, out.data())) << length << " at " << at;
+            }
+        }
+    }
+}
+
 TEST(CompareText, IgnoresCaseButNotAccents) {
     EXPECT_EQ(compareText("Acción", "ACCIÓN"), 0);
     EXPECT_NE(compareText("acción", "accion"), 0);
